@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+/// The host's monotonic clock in nanoseconds, the one time base of sample stamps and timers.
+///
+/// Tests can drive it by hand; then time stands still between steps and timer sources fire inside `advance`.
+namespace HostClock {
+
+std::int64_t nanoseconds() noexcept;
+bool isDrivenByHand() noexcept;
+/// Stops the clock at its present time (true) or lets it follow the machine again (false).
+void driveByHand(bool byHand);
+/// Moves a hand-driven clock on, stopping at each timer deadline on the way; returns when the timers' events have been
+/// posted to their queues.
+void advance(std::int64_t nanoseconds);
+
+}

@@ -1,0 +1,35 @@
+# What every target of the tree shares: warnings as errors, ccache, sanitizers, and the functions that declare a
+# library of one layer or a test of one class.
+
+find_program(TOVRIN_CCACHE ccache)
+if(TOVRIN_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${TOVRIN_CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${TOVRIN_CCACHE})
+endif()
+
+set(TOVRIN_SANITIZE "" CACHE STRING "Sanitizers of the whole build: address,undefined or thread")
+option(TOVRIN_RELEASE "Compile the fail points out" OFF)
+
+add_library(TovrinOptions INTERFACE)
+target_include_directories(TovrinOptions INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(TovrinOptions INTERFACE -Wall -Wextra -Wshadow -Werror $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+target_link_libraries(TovrinOptions INTERFACE Threads::Threads)
+if(NOT TOVRIN_RELEASE)
+    target_compile_definitions(TovrinOptions INTERFACE TOVRIN_FAIL_POINTS)
+endif()
+if(TOVRIN_SANITIZE)
+    add_compile_options(-fsanitize=${TOVRIN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${TOVRIN_SANITIZE})
+endif()
+
+# tovrin_library(Name [OBJECT] SOURCES ... LINK ... [PRIVATE_LINK ...])
+#   OBJECT: for classes that register themselves, which a static archive would drop.
+function(tovrin_library name)
+    cmake_parse_arguments(arg "OBJECT" "" "SOURCES;LINK;PRIVATE_LINK" ${ARGN})
+    if(arg_OBJECT)
+        add_library(${name} OBJECT ${arg_SOURCES})
+    else()
+        add_library(${name} STATIC ${arg_SOURCES})
+    endif()
+    target_link_libraries(${name} PUBLIC TovrinOptions ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
+endfunction()
