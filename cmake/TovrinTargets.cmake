@@ -33,3 +33,17 @@ function(tovrin_library name)
     endif()
     target_link_libraries(${name} PUBLIC TovrinOptions ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
 endfunction()
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# tovrin_test(Name SOURCES ... LINK ... [LABELS ...]): one program of GoogleTest cases, each case known to CTest.
+# Give it the label "headless" when it needs neither a display nor a session of its own: those also run under the
+# sanitizers.
+function(tovrin_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK;LABELS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE TovrinOptions ${arg_LINK} GTest::gmock GTest::gtest_main)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120)
+endfunction()
