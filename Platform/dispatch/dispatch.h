@@ -11,8 +11,16 @@
 /// autorelease pool of its own. A queue with a target runs its items as part of the target, so two queues with one
 /// target never overlap. Queues without a target run on a pool of threads. Closures are destroyed on the queue right
 /// after they ran.
-class dispatch_queue;
-class dispatch_source;
+///
+/// The two types show only that they are counted objects; what they are made of derives from them inside.
+class dispatch_queue : public CFType {
+protected:
+    dispatch_queue() = default;
+};
+class dispatch_source : public CFType {
+protected:
+    dispatch_source() = default;
+};
 using dispatch_queue_t = dispatch_queue*;
 using dispatch_source_t = dispatch_source*;
 using dispatch_block_t = std::function<void()>;
