@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Platform/Foundation/NSObject.h"
+
+class LTCCompositionParameterView;
+
+/// One parameter of a composition, as a parameter view shows it. Main thread only.
+///
+/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed, `value`.
+/// Types and forms of the values are those of a composition's ports.
+class LTCCompositionParameter : public NSObject {
+    NS_OBJECT(LTCCompositionParameter)
+public:
+    /// \param attributes  of the port
+    LTCCompositionParameter(LTCCompositionParameterView* view, CFString* key, CFDictionary* attributes, CFType* value);
+
+    CFString* key() const { return mKey; }
+    CFString* label() const;
+    CFString* type() const;
+    /// 0 where the composition gives no bound.
+    double minimum() const;
+    /// 1 where the composition gives no bound.
+    double maximum() const;
+    /// Null for an event.
+    Ref<CFType> defaultValue() const;
+    /// The texts of a menu's choices; null for other types.
+    CFArray* labels() const;
+
+    /// For a menu the chosen entry's value.
+    Ref<CFType> value() const { return mValue; }
+    /// Stores the value, a number held within its bounds, and applies it through the view.
+    void setValue(CFType* value);
+    /// For a menu the position of the chosen entry, -1 when none has the value.
+    long selectedIndex() const;
+    void setSelectedIndex(long index);
+    /// Back to the default.
+    void reset();
+
+private:
+    const WeakRef<LTCCompositionParameterView> mView;
+    const Ref<CFString> mKey;
+    const Ref<CFDictionary> mAttributes;
+    Ref<CFType> mValue;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "CoreLattice/LTCCompositionParameter.h"
+#include "CoreLattice/LTCView.h"
+
+/// Shows the parameters of a rendered composition and applies what the user changes. Main thread only.
+///
+/// Key `parameters`: the array of `LTCCompositionParameter` that are shown, observed by the view's component.
+class LTCCompositionParameterView : public NSView {
+    NS_OBJECT(LTCCompositionParameterView)
+public:
+    LTCCompositionParameterView();
+    ~LTCCompositionParameterView() override;
+
+    /// Shows the parameters of the composition that \p renderer has now; held weakly.
+    void setCompositionRenderer(LTCView* renderer);
+    Ref<LTCView> compositionRenderer() const { return mRenderer.strongReference(); }
+    /// \param delegate  an `LTCCompositionParameterViewDelegate` that says which parameters are shown, or null; held weakly
+    void setDelegate(NSObject* delegate);
+    Ref<NSObject> delegate() const { return mDelegate.strongReference(); }
+
+    /// What is shown, in the order of the composition's inputs.
+    CFArray* parameters() const { return mParameters; }
+    /// Every parameter back to its default.
+    void resetParameters();
+
+    /// A parameter of this view was changed by the user: gives it to the renderer, then tells the delegate.
+    void applyParameter(LTCCompositionParameter* parameter);
+
+private:
+    void rebuildParameters();
+
+    WeakRef<LTCView> mRenderer;
+    WeakRef<NSObject> mDelegate;
+    Ref<CFArray> mParameters;
+};

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "CoreLattice/LTCCompositionPickerTile.h"
+#include "CoreLattice/LTCCompositionPickerViewDelegate.h"
+#include "CoreLattice/LTCCompositionPickerViewProtocol.h"
+#include "CoreLattice/QCComposition.h"
+#include "Platform/AppKit/NSView.h"
+
+namespace CoreLattice {
+class ThumbnailScheduler;
+}
+
+/// A strip of tiles, one for each composition, each showing what its composition makes of the default input picture.
+/// Main thread only; the tiles are rendered on the framework's render thread, behind the views, in turn and within a
+/// budget of processor time for all of them together.
+///
+/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `selectedIndex` (-1 for none) and `showsCompositionNames`, to be
+/// observed by the view's component.
+class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
+    NS_OBJECT(LTCCompositionPickerView)
+public:
+    LTCCompositionPickerView();
+    ~LTCCompositionPickerView() override;
+
+    void setCompositionsFromRepositoryWithProtocol_andAttributes(CFString* protocol, CFDictionary* attributes) override;
+    /// Tiles are rendered from now on. Tells the delegate.
+    void startAnimation(NSObject* sender) override;
+    /// Tells the delegate first.
+    void stopAnimation(NSObject* sender) override;
+    bool isAnimating() const override { return mAnimating; }
+    void setDefaultValue_forInputKey(CFType* value, CFString* key) override;
+    void resetDefaultInputValues() override;
+    NSObject* delegate() const override;
+    void setDelegate(NSObject* delegate) override;
+    CFArray* compositions() const override { return mCompositions; }
+    bool showsCompositionNames() const override { return mShowsCompositionNames; }
+    void setShowsCompositionNames(bool shows) override;
+    bool allowsEmptySelection() const override { return mAllowsEmptySelection; }
+    void setAllowsEmptySelection(bool allows) override;
+    CGSize compositionAspectRatio() const override { return mCompositionAspectRatio; }
+    void setCompositionAspectRatio(CGSize ratio) override;
+    QCComposition* selectedComposition() const override;
+    void setSelectedComposition(QCComposition* composition) override;
+    float maxAnimationFrameRate() const override { return mMaxAnimationFrameRate; }
+    void setMaxAnimationFrameRate(float framesPerSecond) override;
+    NSColor* backgroundColor() const override;
+    void setBackgroundColor(NSColor* color) override;
+    bool drawsBackground() const override { return mDrawsBackground; }
+    void setDrawsBackground(bool draws) override { mDrawsBackground = draws; }
+    std::uint64_t numberOfRows() const override { return mNumberOfRows; }
+    void setNumberOfRows(std::uint64_t rows) override;
+
+    CFArray* tiles() const { return mTiles; }
+    long selectedIndex() const { return mSelectedIndex; }
+    /// What a click or a key does: selects the tile at \p index, or empties the selection for -1 where that is allowed,
+    /// and tells the delegate. Choosing the selected tile again tells it again.
+    void selectTileAtIndex(long index);
+
+private:
+    void setSelectedIndex(long index);
+    void rebuildTiles();
+
+    WeakRef<NSObject> mDelegate;
+    Ref<CFArray> mCompositions;
+    Ref<CFArray> mTiles;
+    const std::shared_ptr<CoreLattice::ThumbnailScheduler> mScheduler;
+    Ref<CFType> mBackgroundColor;
+    long mSelectedIndex = -1;
+    std::uint64_t mNumberOfRows = 1;
+    CGSize mCompositionAspectRatio { 16, 9 };
+    float mMaxAnimationFrameRate = 30;
+    bool mAnimating = false;
+    bool mShowsCompositionNames = false;
+    bool mAllowsEmptySelection = false;
+    bool mDrawsBackground = false;
+};

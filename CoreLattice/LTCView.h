@@ -1,0 +1,77 @@
+#pragma once
+
+#include "CoreLattice/QCComposition.h"
+#include "Platform/AppKit/NSView.h"
+#include "Platform/CoreVideo/CVPixelBuffer.h"
+
+#include <atomic>
+
+namespace CoreLattice {
+class ViewRenderer;
+}
+
+/// A view that renders a composition and shows its picture, keeping the picture's shape.
+///
+/// It renders, on the framework's render thread, after `setNeedsDisplay` while it is between `startRendering` and
+/// `stopRendering`; requests that arrive while a render waits are one. A composition that depends on the time is
+/// rendered at up to 30 pictures a second even without requests. Every render goes through `renderAtTime_arguments`.
+///
+/// A composition that cannot be compiled or rendered lets its input picture through as it is, and the reason is logged
+/// once with file, line and message.
+class LTCView : public NSView {
+    NS_OBJECT(LTCView)
+public:
+    LTCView();
+    ~LTCView() override;
+
+    /// Whether the picture of a new view is to be shown upside down: it is not.
+    static bool classDefaultIsPreviewFlipped();
+    bool isPreviewFlippedY() const;
+    /// Main thread.
+    void setIsPreviewFlippedY(bool flipped);
+
+    /// Makes \p composition the one that is rendered from the next render on, its inputs at their defaults except for the
+    /// picture, which stays. Null leaves the view without a composition. Any thread.
+    void loadComposition(QCComposition* composition);
+    QCComposition* loadedComposition() const;
+    /// The attributes of the composition, with an entry for each port; null without a composition. Any thread; kept by
+    /// the innermost pool.
+    CFDictionary* attributes() const;
+    /// The keys of the composition's inputs; empty without one. Any thread; kept by the innermost pool.
+    CFArray* inputKeys() const;
+
+    /// Sets an input, for the next render. Any thread. Keys that the composition does not have are ignored.
+    /// \param value  a number for numbers, truth values, menus and events; an array of numbers for points (x, y, in the
+    ///     unit of the port) and colours (red, green, blue, alpha from 0 to 1); a `CVPixelBuffer` (BGRA) or a `CIImage`
+    ///     for pictures; null for the default
+    void setValue_forInputKey(CFType* value, CFString* key);
+    /// The input's present value in the same form; null for an unknown key and for a picture that was never set.
+    Ref<CFType> valueForInputKey(CFString* key) const;
+    /// The last rendered picture. Any thread.
+    /// \param type  "CVPixelBuffer" for the buffer itself; "CGImage" for an image of its own with the same pixels, made
+    ///     by rendering first if no picture exists yet
+    /// \return null for another key or type and when there is nothing to give
+    Ref<CFType> valueForOutputKey_ofType(CFString* key, CFString* type);
+
+    /// Main thread.
+    void startRendering();
+    void stopRendering();
+    bool isRendering() const;
+
+    /// Renders once with the present inputs and keeps the result as the output. Called by the view for each render, on the
+    /// render thread; called elsewhere it waits for that thread.
+    /// \param time  seconds since `startRendering`
+    /// \param arguments  not looked at
+    /// \return false when there is no composition, no picture at an image input, or no memory
+    virtual bool renderAtTime_arguments(double time, CFDictionary* arguments);
+
+    void setNeedsDisplay(bool needsDisplay) override;
+
+private:
+    void requestRender();
+    void renderNow();
+    void showOutput();
+    void updateTimer();
+
+    const std::shared_ptr<CoreLattice::ViewRenderer> mRenderer;
+};

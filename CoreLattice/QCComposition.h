@@ -1,0 +1,87 @@
+#pragma once
+
+#include "Platform/Foundation/NSObject.h"
+
+namespace CoreLattice {
+class ISFDocument;
+}
+
+/// The input that takes the picture to work on.
+inline CFString* const QCCompositionInputImageKey = CFSTR("inputImage");
+/// The two inputs of a transition.
+inline CFString* const QCCompositionInputSourceImageKey = CFSTR("inputSourceImage");
+inline CFString* const QCCompositionInputDestinationImageKey = CFSTR("inputDestinationImage");
+/// The pointer's place, from 0 at the left and at the bottom to 1.
+inline CFString* const QCCompositionInputXKey = CFSTR("inputX");
+inline CFString* const QCCompositionInputYKey = CFSTR("inputY");
+/// The rendered picture.
+inline CFString* const QCCompositionOutputImageKey = CFSTR("outputImage");
+
+/// Compositions that turn one picture into another.
+inline CFString* const QCCompositionProtocolImageFilter = CFSTR("image filter");
+
+/// A composition was chosen; `userInfo` has it at the key "QCComposition".
+inline CFString* const QCCompositionPickerPanelDidSelectCompositionNotification
+    = CFSTR("QCCompositionPickerPanelDidSelectCompositionNotification");
+
+/// Keys of a composition's attributes, texts both. The attributes hold, besides, a dictionary for each port at the
+/// port's key.
+inline CFString* const LTCCompositionNameKey = CFSTR("name");
+inline CFString* const LTCCompositionDescriptionKey = CFSTR("description");
+
+/// Keys of a port's attributes.
+///
+/// type: one of the type texts below; label: the text that people read; default, minimum, maximum: numbers, for a
+/// point or a colour an array of numbers (x, y; red, green, blue, alpha from 0 to 1), absent where the composition says
+/// nothing; values, labels: two arrays of equal length, the choices of a menu.
+inline CFString* const LTCPortTypeKey = CFSTR("type");
+inline CFString* const LTCPortLabelKey = CFSTR("label");
+inline CFString* const LTCPortDefaultKey = CFSTR("default");
+inline CFString* const LTCPortMinimumKey = CFSTR("minimum");
+inline CFString* const LTCPortMaximumKey = CFSTR("maximum");
+inline CFString* const LTCPortValuesKey = CFSTR("values");
+inline CFString* const LTCPortLabelsKey = CFSTR("labels");
+
+inline CFString* const LTCPortTypeNumber = CFSTR("number");
+inline CFString* const LTCPortTypeBoolean = CFSTR("boolean");
+inline CFString* const LTCPortTypeMenu = CFSTR("menu");
+inline CFString* const LTCPortTypeColor = CFSTR("color");
+inline CFString* const LTCPortTypePoint = CFSTR("point");
+inline CFString* const LTCPortTypeEvent = CFSTR("event");
+inline CFString* const LTCPortTypeImage = CFSTR("image");
+
+/// A program that turns pictures and numbers into a picture: one file in the Interactive Shader Format, a fragment
+/// shader whose JSON header declares its inputs.
+///
+/// Unchanging, so any thread may read it. Copies share the parsed file and are equal to their original.
+class QCComposition final : public NSObject {
+    NS_OBJECT(QCComposition)
+public:
+    /// \param identifier  what tells compositions apart, such as "/sharpen"
+    QCComposition(Ref<CFString> identifier, std::shared_ptr<const CoreLattice::ISFDocument> document);
+    ~QCComposition() override;
+
+    CFString* identifier() const { return mIdentifier; }
+    /// The name that people read.
+    CFString* name() const;
+    /// What the composition says about itself, with an entry for each port; see the keys above.
+    CFDictionary* attributes() const { return mAttributes; }
+    /// The keys of the inputs, in the order in which the file declares them.
+    CFArray* inputKeys() const { return mInputKeys; }
+    /// Whether the composition has the ports that the protocol demands.
+    bool conformsToProtocol(CFString* protocol) const;
+    /// Another object for the same composition.
+    Ref<QCComposition> copy() const;
+
+    const std::shared_ptr<const CoreLattice::ISFDocument>& document() const { return mDocument; }
+
+    bool isEqual(CFType* other) override;
+    CFHashCode hash() override;
+    std::string description() override;
+
+private:
+    const Ref<CFString> mIdentifier;
+    const std::shared_ptr<const CoreLattice::ISFDocument> mDocument;
+    const Ref<CFDictionary> mAttributes;
+    const Ref<CFArray> mInputKeys;
+};
