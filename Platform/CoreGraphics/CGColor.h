@@ -1,49 +1,49 @@
 #pragma once
 
 #include "Platform/CoreFoundation/CFString.h"
+#include "Platform/CoreGraphics/CGGeometry.h"
 
-/// A colour of the sRGB space with straight alpha, each part from 0 to 1. Immutable; any thread.
+#include <array>
+
+/// How colour values are meant; every space of the host is sRGB here.
+class CGColorSpace final : public CFType {
+public:
+    CFTypeID typeID() const noexcept override;
+};
+
+using CGColorSpaceRef = CGColorSpace*;
+
+CFTypeID CGColorSpaceGetTypeID();
+/// \return null at the fail point "CGColorSpaceCreateDeviceRGB"
+Ref<CGColorSpace> CGColorSpaceCreateDeviceRGB();
+
+/// A colour of the sRGB space with straight alpha, each part from 0 to 1. Unchanging; any thread may use it.
 class CGColor final : public CFType {
 public:
-    CGColor(double red, double green, double blue, double alpha)
-        : mRed(red)
-        , mGreen(green)
-        , mBlue(blue)
-        , mAlpha(alpha)
+    CGColor(CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha)
+        : mComponents { red, green, blue, alpha }
     {
     }
-    double red() const noexcept { return mRed; }
-    double green() const noexcept { return mGreen; }
-    double blue() const noexcept { return mBlue; }
-    double alpha() const noexcept { return mAlpha; }
+    CGFloat red() const noexcept { return mComponents[0]; }
+    CGFloat green() const noexcept { return mComponents[1]; }
+    CGFloat blue() const noexcept { return mComponents[2]; }
+    CGFloat alpha() const noexcept { return mComponents[3]; }
+    const std::array<CGFloat, 4>& components() const noexcept { return mComponents; }
+
+    CFTypeID typeID() const noexcept override;
+    bool isEqual(CFType* other) override;
 
 private:
-    const double mRed;
-    const double mGreen;
-    const double mBlue;
-    const double mAlpha;
+    const std::array<CGFloat, 4> mComponents;
 };
 
 using CGColorRef = CGColor*;
 
+CFTypeID CGColorGetTypeID();
+Ref<CGColor> CGColorCreateGenericRGB(CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha);
+
 inline CFString* const kCGColorBlack = CFSTR("kCGColorBlack");
 inline CFString* const kCGColorWhite = CFSTR("kCGColorWhite");
 inline CFString* const kCGColorClear = CFSTR("kCGColorClear");
-
-/// The constant colour of one of the names above, immortal; null for any other name.
-inline CGColorRef CGColorGetConstantColor(CFString* name)
-{
-    const auto immortal = [](double white, double alpha) {
-        const auto color = make<CGColor>(white, white, white, alpha);
-        color->makeImmortal();
-        return color.get();
-    };
-    static CGColor* const black = immortal(0, 1);
-    static CGColor* const white = immortal(1, 1);
-    static CGColor* const clear = immortal(0, 0);
-    if (textOf(name) == textOf(kCGColorBlack))
-        return black;
-    if (textOf(name) == textOf(kCGColorWhite))
-        return white;
-    return textOf(name) == textOf(kCGColorClear) ? clear : nullptr;
-}
+/// The immortal colour of one of the names above; null for other names.
+CGColorRef CGColorGetConstantColor(CFString* name);

@@ -1,16 +1,18 @@
 #pragma once
 
-/// Points, sizes, rectangles and affine transforms in two dimensions, as doubles. The origin is at the bottom left.
+using CGFloat = double;
+
+// Points, sizes, rectangles and transforms in two dimensions. The origin is at the bottom left, y grows upwards.
 
 struct CGPoint {
-    double x = 0;
-    double y = 0;
+    CGFloat x = 0;
+    CGFloat y = 0;
     friend bool operator==(const CGPoint&, const CGPoint&) = default;
 };
 
 struct CGSize {
-    double width = 0;
-    double height = 0;
+    CGFloat width = 0;
+    CGFloat height = 0;
     friend bool operator==(const CGSize&, const CGSize&) = default;
 };
 
@@ -18,6 +20,17 @@ struct CGRect {
     CGPoint origin;
     CGSize size;
     friend bool operator==(const CGRect&, const CGRect&) = default;
+};
+
+/// Maps (x, y) to (a x + c y + tx, b x + d y + ty).
+struct CGAffineTransform {
+    CGFloat a = 1;
+    CGFloat b = 0;
+    CGFloat c = 0;
+    CGFloat d = 1;
+    CGFloat tx = 0;
+    CGFloat ty = 0;
+    friend bool operator==(const CGAffineTransform&, const CGAffineTransform&) = default;
 };
 
 using NSPoint = CGPoint;
@@ -30,66 +43,72 @@ inline constexpr CGRect CGRectZero {};
 inline constexpr NSPoint NSZeroPoint {};
 inline constexpr NSSize NSZeroSize {};
 inline constexpr NSRect NSZeroRect {};
-
-constexpr CGPoint CGPointMake(double x, double y)
-{
-    return { x, y };
-}
-constexpr CGSize CGSizeMake(double width, double height)
-{
-    return { width, height };
-}
-constexpr CGRect CGRectMake(double x, double y, double width, double height)
-{
-    return { { x, y }, { width, height } };
-}
-constexpr NSPoint NSMakePoint(double x, double y)
-{
-    return { x, y };
-}
-constexpr NSSize NSMakeSize(double width, double height)
-{
-    return { width, height };
-}
-constexpr NSRect NSMakeRect(double x, double y, double width, double height)
-{
-    return { { x, y }, { width, height } };
-}
-constexpr bool NSEqualPoints(NSPoint a, NSPoint b)
-{
-    return a == b;
-}
-constexpr bool NSEqualSizes(NSSize a, NSSize b)
-{
-    return a == b;
-}
-constexpr bool NSEqualRects(NSRect a, NSRect b)
-{
-    return a == b;
-}
-
-/// Maps (x, y) to (a x + c y + tx, b x + d y + ty).
-struct CGAffineTransform {
-    double a = 1;
-    double b = 0;
-    double c = 0;
-    double d = 1;
-    double tx = 0;
-    double ty = 0;
-    friend bool operator==(const CGAffineTransform&, const CGAffineTransform&) = default;
-};
-
 inline constexpr CGAffineTransform CGAffineTransformIdentity {};
 
-constexpr CGAffineTransform CGAffineTransformMakeScale(double sx, double sy)
+inline constexpr CGPoint CGPointMake(CGFloat x, CGFloat y)
 {
-    return { sx, 0, 0, sy, 0, 0 };
+    return { x, y };
 }
-constexpr CGAffineTransform CGAffineTransformMakeTranslation(double tx, double ty)
+inline constexpr CGSize CGSizeMake(CGFloat width, CGFloat height)
 {
-    return { 1, 0, 0, 1, tx, ty };
+    return { width, height };
 }
-constexpr CGPoint CGPointApplyAffineTransform(CGPoint point, const CGAffineTransform& t)
+inline constexpr CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat height)
+{
+    return { { x, y }, { width, height } };
+}
+inline constexpr NSPoint NSMakePoint(CGFloat x, CGFloat y)
+{
+    return { x, y };
+}
+inline constexpr NSSize NSMakeSize(CGFloat width, CGFloat height)
+{
+    return { width, height };
+}
+inline constexpr NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height)
+{
+    return CGRectMake(x, y, width, height);
+}
+inline constexpr bool NSEqualPoints(const NSPoint& a, const NSPoint& b)
+{
+    return a == b;
+}
+inline constexpr bool NSEqualSizes(const NSSize& a, const NSSize& b)
+{
+    return a == b;
+}
+inline constexpr bool NSEqualRects(const NSRect& a, const NSRect& b)
+{
+    return a == b;
+}
+inline constexpr CGAffineTransform CGAffineTransformMakeScale(CGFloat x, CGFloat y)
+{
+    return { x, 0, 0, y, 0, 0 };
+}
+inline constexpr CGAffineTransform CGAffineTransformMakeTranslation(CGFloat x, CGFloat y)
+{
+    return { 1, 0, 0, 1, x, y };
+}
+/// The transform that does \p first and then \p second.
+inline constexpr CGAffineTransform CGAffineTransformConcat(const CGAffineTransform& first, const CGAffineTransform& second)
+{
+    return { first.a * second.a + first.b * second.c, first.a * second.b + first.b * second.d,
+        first.c * second.a + first.d * second.c, first.c * second.b + first.d * second.d,
+        first.tx * second.a + first.ty * second.c + second.tx, first.tx * second.b + first.ty * second.d + second.ty };
+}
+/// The transform that undoes \p transform; \p transform itself when it cannot be undone.
+inline constexpr CGAffineTransform CGAffineTransformInvert(const CGAffineTransform& transform)
+{
+    const auto determinant = transform.a * transform.d - transform.b * transform.c;
+    if (determinant == 0)
+        return transform;
+    const auto& t = transform;
+    return { t.d / determinant, -t.b / determinant, -t.c / determinant, t.a / determinant,
+        (t.c * t.ty - t.d * t.tx) / determinant, (t.b * t.tx - t.a * t.ty) / determinant };
+}
+inline constexpr CGPoint CGPointApplyAffineTransform(const CGPoint& point, const CGAffineTransform& t)
 {
     return { t.a * point.x + t.c * point.y + t.tx, t.b * point.x + t.d * point.y + t.ty };
 }
+/// The smallest upright rectangle around the transformed corners.
+CGRect CGRectApplyAffineTransform(const CGRect& rect, const CGAffineTransform& transform);
