@@ -23,3 +23,4 @@ private:
 
 inline constexpr const char* NSInvalidArgumentException = "NSInvalidArgumentException";
 inline constexpr const char* NSUndefinedKeyException = "NSUnknownKeyException";
+inline constexpr const char* NSInternalInconsistencyException = "NSInternalInconsistencyException";
