@@ -94,7 +94,14 @@ template <class... Arguments> Ref<CFString> CFStringCreateWithFormat(CFString* f
     return CFStringCreateWithFormatAndArguments(format, CFFormatArguments { CFFormatArgument(arguments)... });
 }
 
+/// The number of 16-bit characters that the text has.
 inline CFIndex CFStringGetLength(CFString* string)
 {
-    return static_cast<CFIndex>(textOf(string).size());
+    CFIndex length = 0;
+    for (const auto character : textOf(string)) {
+        const auto byte = static_cast<unsigned char>(character);
+        if ((byte & 0xC0) != 0x80)
+            length += byte >= 0xF0 ? 2 : 1;
+    }
+    return length;
 }
