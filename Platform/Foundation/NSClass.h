@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/NSObject.h"
 
+#include <any>
 #include <concepts>
 #include <functional>
 #include <map>
@@ -83,6 +84,19 @@ public:
     bool isInstantiable() const noexcept { return static_cast<bool>(mCreate); }
     /// A new object; null for an abstract class. Runs the class's `initialize` before the first.
     Ref<NSObject> createInstance();
+    /// A new object, even where the class makes its objects by name in another way; null for an abstract class.
+    Ref<NSObject> allocateInstance() { return mAllocate ? mAllocate() : Ref<NSObject>(); }
+    /// The function of type \p F that this class, or else the nearest superclass, registered as a message of the class
+    /// itself; null when none did.
+    template <class F> F* classMessage(SEL selector) const
+    {
+        for (auto type = this; type; type = type->mSuperclass) {
+            const auto found = type->mClassMessages.find(selector);
+            if (found != type->mClassMessages.end())
+                return std::any_cast<F*>(found->second);
+        }
+        return nullptr;
+    }
 
     /// Looks in this class, then in its superclasses; null when none registered it.
     const Invoker* message(SEL selector) const;
@@ -98,9 +112,12 @@ private:
     std::string mName;
     Class mSuperclass;
     std::function<Ref<NSObject>()> mCreate;
+    std::function<Ref<NSObject>()> mAllocate;
+    Ref<NSObject> (*mCreation)(Class) = nullptr;
     std::function<void()> mInitialize;
     std::once_flag mInitialized;
     std::map<std::string, std::optional<Invoker>, std::less<>> mMessages;
+    std::map<std::string, std::any, std::less<>> mClassMessages;
     std::map<std::string, Key, std::less<>> mKeys;
     std::map<std::string, Outlet, std::less<>> mOutlets;
     std::multimap<std::string, std::string, std::less<>> mDependents;
@@ -115,13 +132,24 @@ public:
         type->makeImmortal();
         NSClassBuilder builder(type.get());
         if constexpr (std::is_default_constructible_v<C> && !std::is_abstract_v<C>)
-            type->mCreate = [] { return Ref<NSObject>(make<C>()); };
+            type->mCreate = type->mAllocate = [] { return Ref<NSObject>(make<C>()); };
+        type->mCreation = superclass ? superclass->mCreation : nullptr;
         registerMembers(builder);
+        if (type->mCreate && type->mCreation)
+            type->mCreate = [object = type.get()] { return object->mCreation(object); };
         return type.leak();
     }
 
     /// Runs once before the first object of the class is made by name.
     void initialize(void (*function)()) { mType->mInitialize = function; }
+
+    /// How objects of this class and its subclasses are made by name, where that is not by making a new one.
+    void creation(Ref<NSObject> (*function)(Class)) { mType->mCreation = function; }
+    /// A message of the class itself, for callers that hold the class as an object.
+    template <class F> void classMessage(SEL selector, F* function)
+    {
+        mType->mClassMessages[std::string(selector)] = function;
+    }
 
     /// A message of the class's objects. Those with at most one argument, an object, can also be sent by name.
     template <class R, class Owner, class... A> void message(SEL selector, R (Owner::*member)(A...))
