@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Platform/dispatch/dispatch.h"
+#include "WithRequirements/NSIsRunningOnMainThread.h"
+
+/// A new queue, funnelled into \p target if one came back.
+Ref<dispatch_queue> avcapture_dispatch_queue_create_with_target(
+    const char* label, const void* attributes, dispatch_queue_t target);
+/// The same with no attributes.
+Ref<dispatch_queue> avcapture_dispatch_queue_create_serial_with_target(const char* label, dispatch_queue_t target);
+
+/// Runs \p block at once on the main thread, else posts it to the target queue of the main queues.
+void AVCaptureDispatchMainQueue_AsyncIfDispatch(dispatch_block_t block);
+
+/// What is run by the two functions below: self, the object, and whether it runs on the caller's stack.
+template <class Self, class Object> using avcapture_dispatch_main_block = std::function<void(Self*, Object*, bool)>;
+
+/// Calls \p block at once on the main thread, else posts it to the main queue and holds self and the object until it has
+/// run. A null block does nothing.
+template <class Self, class Object>
+void avcapture_dispatch_main_strong_self(
+    Self* self, Object* object, std::type_identity_t<avcapture_dispatch_main_block<Self, Object>> block)
+{
+    if (!block)
+        return;
+    if (__NSIsRunningOnMainThread()) {
+        block(self, object, true);
+        return;
+    }
+    dispatch_async(dispatch_get_main_queue(),
+        [strongSelf = Ref(self), strongObject = Ref(object), block = std::move(block)]() mutable {
+            block(strongSelf.get(), strongObject.get(), false);
+            strongObject = nullptr;
+            strongSelf = nullptr;
+            block = nullptr;
+        });
+}
+
+/// The same, except that self is held only weakly while the work waits. \p block must allow for a null self.
+template <class Self, class Object>
+void avcapture_dispatch_main_weak_self(
+    Self* self, Object* object, std::type_identity_t<avcapture_dispatch_main_block<Self, Object>> block)
+{
+    if (!block)
+        return;
+    if (__NSIsRunningOnMainThread()) {
+        block(self, object, true);
+        return;
+    }
+    dispatch_async(dispatch_get_main_queue(),
+        [weakSelf = WeakRef(self), strongObject = Ref(object), block = std::move(block)]() mutable {
+            block(weakSelf.strongReference().get(), strongObject.get(), false);
+            strongObject = nullptr;
+            block = nullptr;
+        });
+}
