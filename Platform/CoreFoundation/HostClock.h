@@ -15,4 +15,8 @@ void driveByHand(bool byHand);
 /// posted to their queues.
 void advance(std::int64_t nanoseconds);
 
+/// How the timers hear of steps of a hand-driven clock: \p nextDeadline answers the earliest one (INT64_MAX for none),
+/// \p fire posts the events of all that are due. Set once by the timers.
+void setTimers(std::int64_t (*nextDeadline)(), void (*fire)(std::int64_t now), void (*modeChanged)());
+
 }

@@ -1,0 +1,78 @@
+#include "Platform/Foundation/NSNotification.h"
+
+#include <algorithm>
+
+NSNotification::NSNotification(CFString* name, CFType* object, CFDictionary* userInfo)
+    : mName(name)
+    , mObject(object)
+    , mUserInfo(userInfo)
+{
+}
+
+NS_IMPLEMENTATION(NSNotification, NSObject)
+{
+    type.key("name", &NSNotification::name);
+    type.key("object", &NSNotification::object);
+    type.key("userInfo", &NSNotification::userInfo);
+}
+
+NS_IMPLEMENTATION(NSNotificationCenter, NSObject)
+{
+    type.message("removeObserver:", &NSNotificationCenter::removeObserver);
+}
+
+NSNotificationCenter* NSNotificationCenter::defaultCenter()
+{
+    static NSNotificationCenter* const center = [] {
+        auto made = make<NSNotificationCenter>();
+        made->makeImmortal();
+        return made.leak();
+    }();
+    return center;
+}
+
+void NSNotificationCenter::addObserver_selector_name_object(
+    NSObject* observer, SEL selector, CFString* name, CFType* object)
+{
+    if (!observer)
+        return;
+    const std::lock_guard guard(mLock);
+    std::erase_if(mEntries, [](const Entry& entry) { return !entry.observer.strongReference(); });
+    mEntries.push_back({ observer, observer, std::string(selector), name, object });
+}
+
+void NSNotificationCenter::removeObserver(NSObject* observer)
+{
+    removeObserver_name_object(observer, nullptr, nullptr);
+}
+
+void NSNotificationCenter::removeObserver_name_object(NSObject* observer, CFString* name, CFType* object)
+{
+    const std::lock_guard guard(mLock);
+    std::erase_if(mEntries, [&](const Entry& entry) {
+        return entry.identity == observer && (!name || CFEqual(entry.name.get(), name))
+            && (!object || entry.object == object);
+    });
+}
+
+void NSNotificationCenter::postNotificationName_object(CFString* name, CFType* object)
+{
+    postNotificationName_object_userInfo(name, object, nullptr);
+}
+
+void NSNotificationCenter::postNotificationName_object_userInfo(CFString* name, CFType* object, CFDictionary* userInfo)
+{
+    std::vector<Entry> interested;
+    {
+        const std::lock_guard guard(mLock);
+        std::ranges::copy_if(mEntries, std::back_inserter(interested), [&](const Entry& entry) {
+            return (!entry.name || CFEqual(entry.name.get(), name)) && (!entry.object || entry.object == object);
+        });
+    }
+    const AutoreleasePool pool;
+    const auto notification = make<NSNotification>(name, object, userInfo);
+    for (const auto& entry : interested) {
+        if (const auto observer = entry.observer.strongReference())
+            observer->performSelector(entry.selector, notification);
+    }
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Platform/dispatch/dispatch.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+/// The inside of a serial queue: its waiting items, and where it is run. At most one `drain` of a queue is scheduled or
+/// running at a time; that is what makes it serial.
+class dispatch_queue : public CFType {
+public:
+    enum class Kind { pool, main };
+    dispatch_queue(const char* label, Kind kind);
+    ~dispatch_queue() override;
+
+    const char* label() const noexcept { return mLabel.c_str(); }
+    dispatch_queue* target() const noexcept { return mTarget; }
+    void setTarget(dispatch_queue* target) { mTarget = target; }
+    bool isMain() const noexcept { return mKind == Kind::main; }
+
+    void post(dispatch_block_t block);
+    /// Runs what waits. A queue on the pool goes on until it is empty; one with a target runs what it finds and then
+    /// lines up again behind its siblings.
+    void drain();
+
+    CFTypeID typeID() const noexcept override;
+    std::string description() override;
+
+    /// The queue that runs an item on this thread, and those that this one runs in.
+    struct Frame {
+        dispatch_queue* queue;
+        Frame* outer;
+        static Frame*& innermost();
+    };
+
+private:
+    void schedule();
+    /// Runs the waiting items; false when there were none, and then the queue is idle.
+    bool runBatch();
+
+    const std::string mLabel;
+    const Kind mKind;
+    Ref<dispatch_queue> mTarget;
+    std::mutex mLock;
+    std::vector<dispatch_block_t> mItems;
+    bool mScheduled = false;
+};
+
+/// Where the main queue waits for its thread.
+class MainQueueGate {
+public:
+    static MainQueueGate& shared();
+    void workCame();
+    void setWakeUp(std::function<void()> wakeUp);
+    /// Waits until work came or \p deadline; says whether work came.
+    bool waitUntil(std::chrono::steady_clock::time_point deadline);
+    void drain();
+
+private:
+    std::mutex mLock;
+    std::condition_variable mCame;
+    bool mHasWork = false;
+    std::function<void()> mWakeUp;
+};

@@ -1,0 +1,68 @@
+#include "Platform/dispatch/WorkerPool.h"
+
+#include "Platform/dispatch/DispatchQueue.h"
+
+#include <pthread.h>
+
+namespace {
+
+/// As many as may wait for one another before posted work has to wait too.
+constexpr std::size_t mostThreads = 64;
+constexpr std::chrono::seconds patienceAtExit { 5 };
+
+}
+
+WorkerPool& WorkerPool::shared()
+{
+    // Never destroyed: threads may still look at it while the process exits.
+    static WorkerPool* const pool = std::make_unique<WorkerPool>().release();
+    return *pool;
+}
+
+void WorkerPool::schedule(Ref<dispatch_queue> queue)
+{
+    const std::lock_guard guard(mLock);
+    if (mStopping)
+        return;
+    mReady.push_back(std::move(queue));
+    if (mIdle < mReady.size() && mThreads.size() < mostThreads) {
+        ++mAlive;
+        mThreads.emplace_back([this] { runThread(); });
+    }
+    mWork.notify_one();
+}
+
+void WorkerPool::runThread()
+{
+    ::pthread_setname_np(::pthread_self(), "dispatch");
+    std::unique_lock lock(mLock);
+    for (;;) {
+        ++mIdle;
+        mWork.wait(lock, [this] { return mStopping || !mReady.empty(); });
+        --mIdle;
+        if (mStopping)
+            break;
+        auto queue = std::move(mReady.front());
+        mReady.pop_front();
+        lock.unlock();
+        queue->drain();
+        queue = nullptr;
+        lock.lock();
+    }
+    --mAlive;
+    mEnded.notify_all();
+}
+
+void WorkerPool::stop()
+{
+    std::unique_lock lock(mLock);
+    mStopping = true;
+    mWork.notify_all();
+    // A thread that does not come back is left behind: the process ends in a moment.
+    if (!mEnded.wait_for(lock, patienceAtExit, [this] { return mAlive == 0; }))
+        return;
+    lock.unlock();
+    for (auto& thread : mThreads)
+        thread.join();
+    mThreads.clear();
+}
