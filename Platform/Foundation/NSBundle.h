@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/Foundation/NSObject.h"
+
+#include <map>
+#include <mutex>
+#include <span>
+
+/// What a program brings with it: facts about itself, and files that are compiled in.
+///
+/// The information dictionary has "CFBundleIdentifier", "CFBundleName" and "CFBundleIconFile" where the program gave
+/// them. Any thread may use it.
+class NSBundle : public NSObject {
+    NS_OBJECT(NSBundle)
+public:
+    NSBundle() = default;
+    static NSBundle* mainBundle();
+
+    /// Never null; kept by the bundle.
+    CFDictionary* infoDictionary() const { return mInfo; }
+    /// The bytes of the compiled-in file of this name, there until the process ends; empty when there is none.
+    std::span<const std::byte> resourceNamed(std::string_view name) const;
+
+    /// Adds a fact or a file; called while the program is loaded.
+    /// \param bytes  of static storage
+    void addResource(std::string_view name, std::span<const std::byte> bytes);
+    void setInfo(std::string_view key, std::string_view value);
+
+private:
+    mutable std::mutex mLock;
+    const Ref<CFDictionary> mInfo = make<CFDictionary>();
+    std::map<std::string, std::span<const std::byte>, std::less<>> mResources;
+};
