@@ -29,10 +29,10 @@ std::atomic<std::thread::id> mainThread { std::this_thread::get_id() };
 /// Waiting for \p queue from here would never end: it, or a queue that runs it, is busy running the caller.
 bool wouldWaitForItself(dispatch_queue_t queue)
 {
-    for (const auto* on = queue; on; on = on->target()) {
+    for (const auto* on = insideOf(queue); on; on = on->target()) {
         if (on->isMain() && DispatchMain::isMainThread())
             return true;
-        for (const auto* frame = dispatch_queue::Frame::innermost(); frame; frame = frame->outer) {
+        for (const auto* frame = DispatchQueue::Frame::innermost(); frame; frame = frame->outer) {
             if (frame->queue == on)
                 return true;
         }
@@ -43,31 +43,31 @@ bool wouldWaitForItself(dispatch_queue_t queue)
 
 }
 
-dispatch_queue::Frame*& dispatch_queue::Frame::innermost()
+DispatchQueue::Frame*& DispatchQueue::Frame::innermost()
 {
     thread_local Frame* frame = nullptr;
     return frame;
 }
 
-dispatch_queue::dispatch_queue(const char* label, Kind kind)
+DispatchQueue::DispatchQueue(const char* label, Kind kind)
     : mLabel(label ? label : "")
     , mKind(kind)
 {
 }
 
-dispatch_queue::~dispatch_queue() = default;
+DispatchQueue::~DispatchQueue() = default;
 
-CFTypeID dispatch_queue::typeID() const noexcept
+CFTypeID DispatchQueue::typeID() const noexcept
 {
     return queueTypeID();
 }
 
-std::string dispatch_queue::description()
+std::string DispatchQueue::description()
 {
     return "<OS_dispatch_queue: " + mLabel + ">";
 }
 
-void dispatch_queue::post(dispatch_block_t block)
+void DispatchQueue::post(dispatch_block_t block)
 {
     {
         const std::lock_guard guard(mLock);
@@ -79,17 +79,17 @@ void dispatch_queue::post(dispatch_block_t block)
     schedule();
 }
 
-void dispatch_queue::schedule()
+void DispatchQueue::schedule()
 {
     if (mTarget)
-        mTarget->post([self = Ref<dispatch_queue>(this)] { self->drain(); });
+        mTarget->post([self = Ref<DispatchQueue>(this)] { self->drain(); });
     else if (isMain())
         MainQueueGate::shared().workCame();
     else
-        WorkerPool::shared().schedule(Ref<dispatch_queue>(this));
+        WorkerPool::shared().schedule(Ref<DispatchQueue>(this));
 }
 
-bool dispatch_queue::runBatch()
+bool DispatchQueue::runBatch()
 {
     std::vector<dispatch_block_t> batch;
     {
@@ -114,7 +114,7 @@ bool dispatch_queue::runBatch()
     return true;
 }
 
-void dispatch_queue::drain()
+void DispatchQueue::drain()
 {
     if (!mTarget && !isMain()) {
         while (runBatch()) {
@@ -172,34 +172,34 @@ void MainQueueGate::drain()
             return;
         mHasWork = false;
     }
-    dispatch_get_main_queue()->drain();
+    insideOf(dispatch_get_main_queue())->drain();
 }
 
 Ref<dispatch_queue> dispatch_queue_create(const char* label, const void* /*attributes*/)
 {
     if (FAIL_POINT("dispatch_queue_create"))
         return nullptr;
-    return make<dispatch_queue>(label, dispatch_queue::Kind::pool);
+    return make<DispatchQueue>(label, DispatchQueue::Kind::pool);
 }
 
 void dispatch_set_target_queue(dispatch_queue_t queue, dispatch_queue_t target)
 {
-    queue->setTarget(target);
+    insideOf(queue)->setTarget(insideOf(target));
 }
 
 const char* dispatch_queue_get_label(dispatch_queue_t queue)
 {
     if (queue)
-        return queue->label();
-    if (const auto* const frame = dispatch_queue::Frame::innermost())
+        return insideOf(queue)->label();
+    if (const auto* const frame = DispatchQueue::Frame::innermost())
         return frame->queue->label();
-    return DispatchMain::isMainThread() ? dispatch_get_main_queue()->label() : "";
+    return DispatchMain::isMainThread() ? insideOf(dispatch_get_main_queue())->label() : "";
 }
 
 dispatch_queue_t dispatch_get_main_queue()
 {
-    static dispatch_queue* const queue = [] {
-        auto made = make<dispatch_queue>("main-thread", dispatch_queue::Kind::main);
+    static DispatchQueue* const queue = [] {
+        auto made = make<DispatchQueue>("main-thread", DispatchQueue::Kind::main);
         made->makeImmortal();
         return made.leak();
     }();
@@ -208,17 +208,17 @@ dispatch_queue_t dispatch_get_main_queue()
 
 void dispatch_async(dispatch_queue_t queue, dispatch_block_t block)
 {
-    queue->post(std::move(block));
+    insideOf(queue)->post(std::move(block));
 }
 
 void dispatch_sync(dispatch_queue_t queue, const dispatch_block_t& block)
 {
 #ifndef NDEBUG
     if (wouldWaitForItself(queue))
-        misuse("a synchronous call waits for its own queue", queue->label());
+        misuse("a synchronous call waits for its own queue", insideOf(queue)->label());
 #endif
     std::binary_semaphore done(0);
-    queue->post([&] {
+    insideOf(queue)->post([&] {
         block();
         done.release();
     });
@@ -227,18 +227,18 @@ void dispatch_sync(dispatch_queue_t queue, const dispatch_block_t& block)
 
 bool isRunningOnQueue(dispatch_queue_t queue)
 {
-    for (const auto* frame = dispatch_queue::Frame::innermost(); frame; frame = frame->outer) {
+    for (const auto* frame = DispatchQueue::Frame::innermost(); frame; frame = frame->outer) {
         if (frame->queue == queue)
             return true;
     }
-    return queue->isMain() && DispatchMain::isMainThread();
+    return insideOf(queue)->isMain() && DispatchMain::isMainThread();
 }
 
 void assertOnQueue([[maybe_unused]] dispatch_queue_t queue)
 {
 #ifndef NDEBUG
     if (!isRunningOnQueue(queue))
-        misuse("an operation ran outside its queue", queue->label());
+        misuse("an operation ran outside its queue", insideOf(queue)->label());
 #endif
 }
 

@@ -11,15 +11,15 @@
 
 /// The inside of a serial queue: its waiting items, and where it is run. At most one `drain` of a queue is scheduled or
 /// running at a time; that is what makes it serial.
-class dispatch_queue : public CFType {
+class DispatchQueue final : public dispatch_queue {
 public:
     enum class Kind { pool, main };
-    dispatch_queue(const char* label, Kind kind);
-    ~dispatch_queue() override;
+    DispatchQueue(const char* label, Kind kind);
+    ~DispatchQueue() override;
 
     const char* label() const noexcept { return mLabel.c_str(); }
-    dispatch_queue* target() const noexcept { return mTarget; }
-    void setTarget(dispatch_queue* target) { mTarget = target; }
+    DispatchQueue* target() const noexcept { return mTarget; }
+    void setTarget(DispatchQueue* target) { mTarget = target; }
     bool isMain() const noexcept { return mKind == Kind::main; }
 
     void post(dispatch_block_t block);
@@ -32,7 +32,7 @@ public:
 
     /// The queue that runs an item on this thread, and those that this one runs in.
     struct Frame {
-        dispatch_queue* queue;
+        DispatchQueue* queue;
         Frame* outer;
         static Frame*& innermost();
     };
@@ -44,11 +44,17 @@ private:
 
     const std::string mLabel;
     const Kind mKind;
-    Ref<dispatch_queue> mTarget;
+    Ref<DispatchQueue> mTarget;
     std::mutex mLock;
     std::vector<dispatch_block_t> mItems;
     bool mScheduled = false;
 };
+
+/// The inside of a queue; every queue is one of these.
+inline DispatchQueue* insideOf(dispatch_queue_t queue)
+{
+    return static_cast<DispatchQueue*>(queue);
+}
 
 /// Where the main queue waits for its thread.
 class MainQueueGate {

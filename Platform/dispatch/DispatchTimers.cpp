@@ -120,9 +120,9 @@ CFTypeID sourceTypeID()
 }
 
 /// A timer: lines itself up with `Timers` for its next deadline as long as it lives and runs.
-class dispatch_source : public CFType {
+class DispatchSource final : public dispatch_source {
 public:
-    explicit dispatch_source(dispatch_queue_t queue)
+    explicit DispatchSource(dispatch_queue_t queue)
         : mQueue(queue)
     {
     }
@@ -238,32 +238,32 @@ Ref<dispatch_source> dispatch_source_create_timer(dispatch_queue_t queue)
     if (!queue || FAIL_POINT("dispatch_source_create"))
         return nullptr;
     connectToClock();
-    return make<dispatch_source>(queue);
+    return make<DispatchSource>(queue);
 }
 
 void dispatch_source_set_timer(
     dispatch_source_t source, dispatch_time_t start, std::uint64_t interval, std::uint64_t /*leeway*/)
 {
     if (source)
-        source->setTimer(clamped(dispatch_time(start, 0)), clamped(interval));
+        static_cast<DispatchSource*>(source)->setTimer(clamped(dispatch_time(start, 0)), clamped(interval));
 }
 
 void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler)
 {
     if (source)
-        source->setHandler(std::move(handler));
+        static_cast<DispatchSource*>(source)->setHandler(std::move(handler));
 }
 
 void dispatch_resume(dispatch_source_t source)
 {
     if (source)
-        source->resume();
+        static_cast<DispatchSource*>(source)->resume();
 }
 
 void dispatch_source_cancel(dispatch_source_t source)
 {
     if (source)
-        source->cancel();
+        static_cast<DispatchSource*>(source)->cancel();
 }
 
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block)

@@ -19,7 +19,7 @@ WorkerPool& WorkerPool::shared()
     return *pool;
 }
 
-void WorkerPool::schedule(Ref<dispatch_queue> queue)
+void WorkerPool::schedule(Ref<DispatchQueue> queue)
 {
     const std::lock_guard guard(mLock);
     if (mStopping)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/dispatch/dispatch.h"
+#include "Platform/dispatch/DispatchQueue.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -16,7 +16,7 @@ public:
     static WorkerPool& shared();
 
     /// Has a thread call `drain` on the queue.
-    void schedule(Ref<dispatch_queue> queue);
+    void schedule(Ref<DispatchQueue> queue);
     /// Lets every thread end after its present queue's present item; waits for them up to a few seconds.
     void stop();
     bool isStopping() const noexcept { return mStopping.load(std::memory_order_acquire); }
@@ -27,7 +27,7 @@ private:
     std::mutex mLock;
     std::condition_variable mWork;
     std::condition_variable mEnded;
-    std::deque<Ref<dispatch_queue>> mReady;
+    std::deque<Ref<DispatchQueue>> mReady;
     std::vector<std::thread> mThreads;
     std::size_t mIdle = 0;
     std::size_t mAlive = 0;
