@@ -20,7 +20,6 @@ public:
 
 private:
     WeakRef<NSObject> mTarget;
-    mutable Ref<NSObject> mTargetSeen;
     std::string mAction;
     Ref<CFString> mStringValue = CFSTR("");
     bool mEnabled = true;

@@ -1,0 +1,6 @@
+#include "Platform/AppKit/NSViewController.h"
+
+NS_IMPLEMENTATION(NSViewController, NSObject)
+{
+    type.outlet("view", &NSViewController::mView);
+}
