@@ -16,6 +16,14 @@ template <class> struct IsRef : std::false_type { };
 template <class T> struct IsRef<Ref<T>> : std::true_type { };
 template <class> struct IsWeakRef : std::false_type { };
 template <class T> struct IsWeakRef<WeakRef<T>> : std::true_type { };
+/// What a reference refers to.
+template <class> struct Pointee;
+template <class T> struct Pointee<Ref<T>> {
+    using type = T;
+};
+template <class T> struct Pointee<WeakRef<T>> {
+    using type = T;
+};
 
 template <class V> Ref<CFType> box(const V& value)
 {
@@ -49,7 +57,7 @@ template <class V> V unbox(CFType* object)
     } else if constexpr (std::is_pointer_v<V>) {
         return dynamic_cast<V>(object);
     } else if constexpr (IsRef<V>::value || IsWeakRef<V>::value) {
-        return V(dynamic_cast<std::remove_pointer_t<decltype(std::declval<V&>().operator->())>*>(object));
+        return V(dynamic_cast<typename Pointee<V>::type*>(object));
     } else {
         auto* const string = dynamic_cast<CFString*>(object);
         return V(string ? string->string() : std::string());
@@ -208,16 +216,15 @@ private:
     {
     }
 
+    /// The class of an outlet's objects, where it has one: a protocol has none.
     template <class F> static Class targetClass()
     {
-        using Target = std::remove_pointer_t<decltype(NSKeyValueCoding::unbox<F>(nullptr))>;
-        if constexpr (requires { targetOf(std::declval<Target>())->classObject(); })
-            return targetOf(std::declval<Target>())->classObject();
+        using Target = typename NSKeyValueCoding::Pointee<F>::type;
+        if constexpr (requires { Target::classObject(); })
+            return Target::classObject();
         else
             return nullptr;
     }
-    template <class T> static T* targetOf(const Ref<T>&) { return nullptr; }
-    template <class T> static T* targetOf(const WeakRef<T>&) { return nullptr; }
 
     template <class G> NSClass::Key& addKey(std::string_view name, G getter)
     {
