@@ -75,7 +75,7 @@ void NSView::setWantsLayer(bool wantsLayer)
 {
     mWantsLayer = wantsLayer;
     if (wantsLayer && !layer())
-        setLayer(make<CALayer>());
+        setLayer(CALayer::layer());
 }
 
 void NSView::setNeedsDisplay(bool needsDisplay)

@@ -42,7 +42,8 @@ class CALayer : public NSObject {
     NS_OBJECT(CALayer)
 public:
     CALayer() = default;
-    static Ref<CALayer> layer() { return make<CALayer>(); }
+    /// A new layer, kept by the innermost pool.
+    static CALayer* layer() { return autorelease(make<CALayer>()); }
 
     /// What was set last, kept by the innermost pool; null when there is none.
     CFType* contents() const;
