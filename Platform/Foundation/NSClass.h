@@ -25,7 +25,12 @@ template <class T> struct Pointee<WeakRef<T>> {
     using type = T;
 };
 
-template <class V> Ref<CFType> box(const V& value)
+/// The types whose values key-value access knows; a message that returns another one gives null when sent by name.
+template <class V>
+concept Boxable = std::is_arithmetic_v<V> || std::is_enum_v<V> || IsRef<V>::value || IsWeakRef<V>::value
+    || std::is_convertible_v<V, CFType*> || std::is_convertible_v<V, std::string_view>;
+
+template <Boxable V> Ref<CFType> box(const V& value)
 {
     if constexpr (std::is_same_v<V, bool>)
         return Ref<CFType>(CFBoolean::of(value));
