@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureTargetQueues.h"
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchSerialTargetQueue.h"
 
 /// A named serial queue that works as part of the process-wide queue of its target class, so that all work of one kind
 /// excludes all other work of that kind.

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDiskIOTargetQueue.h"
+
+/// A queue that reads files.
+class AVCaptureFileReadingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureFileReadingQueue> {
+    NS_OBJECT(AVCaptureFileReadingQueue)
+public:
+    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
+    static Class targetQueueClass() { return AVCaptureDiskIOTargetQueue::classObject(); }
+};

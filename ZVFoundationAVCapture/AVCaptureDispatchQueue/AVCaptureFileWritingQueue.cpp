@@ -1,0 +1,6 @@
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureFileWritingQueue.h"
+
+NS_IMPLEMENTATION(AVCaptureFileWritingQueue, AVCaptureDispatchQueue)
+{
+    type.classMessage("targetQueueClass", &AVCaptureFileWritingQueue::targetQueueClass);
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDiskIOTargetQueue.h"
+
+/// A queue that writes files.
+class AVCaptureFileWritingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureFileWritingQueue> {
+    NS_OBJECT(AVCaptureFileWritingQueue)
+public:
+    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
+    static Class targetQueueClass() { return AVCaptureDiskIOTargetQueue::classObject(); }
+};

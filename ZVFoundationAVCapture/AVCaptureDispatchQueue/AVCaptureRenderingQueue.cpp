@@ -1,0 +1,6 @@
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureRenderingQueue.h"
+
+NS_IMPLEMENTATION(AVCaptureRenderingQueue, AVCaptureDispatchQueue)
+{
+    type.classMessage("targetQueueClass", &AVCaptureRenderingQueue::targetQueueClass);
+}
