@@ -67,7 +67,7 @@ bool CFType::tryRetain() noexcept
 
 long CFType::retainCount() const noexcept
 {
-    return mRetainCount.load(std::memory_order_relaxed);
+    return mRetainCount.load(std::memory_order_acquire);
 }
 
 void CFType::makeImmortal() noexcept

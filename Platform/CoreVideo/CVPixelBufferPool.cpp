@@ -2,6 +2,8 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 
+#include <algorithm>
+
 /// The surfaces that nobody uses now. It outlives the pool while buffers are out.
 struct CVPixelBufferPool::Shelf {
     std::size_t width;
@@ -79,9 +81,12 @@ CVReturn CVPixelBufferPool::createPixelBuffer(std::size_t threshold, Ref<CVPixel
         if (threshold != 0 && mShelf->inUse >= threshold)
             return kCVReturnWouldExceedAllocationThreshold;
         ++mShelf->inUse;
-        if (!mShelf->idle.empty()) {
-            surface = std::move(mShelf->idle.back());
-            mShelf->idle.pop_back();
+        // A layer may still show a surface whose buffer has gone.
+        const auto free = std::find_if(mShelf->idle.begin(), mShelf->idle.end(),
+            [](const Ref<IOSurface>& candidate) { return candidate->retainCount() == 1; });
+        if (free != mShelf->idle.end()) {
+            surface = std::move(*free);
+            mShelf->idle.erase(free);
         }
     }
     if (!surface)
