@@ -32,72 +32,44 @@ std::byte rounded(float value)
     return static_cast<std::byte>(std::lround(std::clamp(value, 0.0f, 255.0f)));
 }
 
-/// An image in the byte order of the context, halved as often as it takes to be sampled without gaps.
+/// Reads an image between its pixels, at a size at which none of them is left out.
 class Sampler {
 public:
+    /// \param order  of the parts in what is read
+    /// \param pixelsPerDrawnPixel  how much smaller the image is drawn than it is
     Sampler(const CGImage& image, CGBitmapInfo order, CGFloat pixelsPerDrawnPixel);
 
     /// The picture at a place given in fractions of its size, from the top left; transparent outside.
     Pixel at(CGFloat u, CGFloat v) const;
 
 private:
-    void halve();
     Pixel texel(long x, long y) const;
 
-    long mWidth;
-    long mHeight;
-    std::vector<Pixel> mPixels;
+    const CGImage* mImage;
+    bool mSwaps;
 };
 
 Sampler::Sampler(const CGImage& image, CGBitmapInfo order, CGFloat pixelsPerDrawnPixel)
-    : mWidth(static_cast<long>(image.width()))
-    , mHeight(static_cast<long>(image.height()))
+    : mImage(&image)
+    , mSwaps(image.bitmapInfo() != order)
 {
-    const bool swaps = image.bitmapInfo() != order;
-    mPixels.reserve(image.width() * image.height());
-    for (std::size_t y = 0; y < image.height(); ++y) {
-        const auto* const row = image.row(y);
-        for (std::size_t x = 0; x < image.width(); ++x) {
-            const auto part = [&](std::size_t index) { return static_cast<float>(row[4 * x + index]); };
-            mPixels.push_back(swaps ? Pixel { part(2), part(1), part(0), part(3) }
-                                    : Pixel { part(0), part(1), part(2), part(3) });
-        }
-    }
-    while (pixelsPerDrawnPixel >= 2 && mWidth > 1 && mHeight > 1) {
-        halve();
-        pixelsPerDrawnPixel /= 2;
-    }
-}
-
-void Sampler::halve()
-{
-    const auto width = mWidth / 2;
-    const auto height = mHeight / 2;
-    std::vector<Pixel> smaller(static_cast<std::size_t>(width * height));
-    for (long y = 0; y < height; ++y)
-        for (long x = 0; x < width; ++x) {
-            auto& pixel = smaller[static_cast<std::size_t>(y * width + x)];
-            for (std::size_t part = 0; part < pixel.size(); ++part)
-                pixel[part] = (texel(2 * x, 2 * y)[part] + texel(2 * x + 1, 2 * y)[part]
-                                  + texel(2 * x, 2 * y + 1)[part] + texel(2 * x + 1, 2 * y + 1)[part])
-                    / 4;
-        }
-    mPixels = std::move(smaller);
-    mWidth = width;
-    mHeight = height;
+    for (; pixelsPerDrawnPixel >= 2 && mImage->halved(); pixelsPerDrawnPixel /= 2)
+        mImage = mImage->halved();
 }
 
 Pixel Sampler::texel(long x, long y) const
 {
-    if (x < 0 || y < 0 || x >= mWidth || y >= mHeight)
+    if (x < 0 || y < 0 || x >= static_cast<long>(mImage->width()) || y >= static_cast<long>(mImage->height()))
         return {};
-    return mPixels[static_cast<std::size_t>(y * mWidth + x)];
+    const auto* const pixel = mImage->row(static_cast<std::size_t>(y)) + 4 * x;
+    const auto part = [&](std::size_t index) { return static_cast<float>(pixel[index]); };
+    return mSwaps ? Pixel { part(2), part(1), part(0), part(3) } : Pixel { part(0), part(1), part(2), part(3) };
 }
 
 Pixel Sampler::at(CGFloat u, CGFloat v) const
 {
-    const auto x = u * static_cast<CGFloat>(mWidth) - 0.5;
-    const auto y = v * static_cast<CGFloat>(mHeight) - 0.5;
+    const auto x = u * static_cast<CGFloat>(mImage->width()) - 0.5;
+    const auto y = v * static_cast<CGFloat>(mImage->height()) - 0.5;
     const auto left = static_cast<long>(std::floor(x));
     const auto top = static_cast<long>(std::floor(y));
     const auto right = static_cast<float>(x - std::floor(x));

@@ -4,6 +4,7 @@
 #include "Platform/CoreVideo/CVPixelBuffer.h"
 
 #include <memory>
+#include <mutex>
 
 /// How the four bytes of a pixel are laid out: the place of alpha in the low bits, the order of bytes above them.
 using CGBitmapInfo = std::uint32_t;
@@ -30,6 +31,8 @@ public:
     std::size_t bytesPerRow() const noexcept { return mBytesPerRow; }
     CGBitmapInfo bitmapInfo() const noexcept { return mBitmapInfo; }
     const std::byte* row(std::size_t y) const noexcept { return mPixels.get() + y * mBytesPerRow; }
+    /// The image at half the size, each pixel the mean of four; made once and kept. Null for an image of one row or column.
+    const CGImage* halved() const;
 
     CFTypeID typeID() const noexcept override;
     std::string description() override;
@@ -40,6 +43,8 @@ private:
     const std::size_t mBytesPerRow;
     const CGBitmapInfo mBitmapInfo;
     const std::shared_ptr<const std::byte> mPixels;
+    mutable std::once_flag mHalvedOnce;
+    mutable Ref<CGImage> mHalved;
 };
 
 using CGImageRef = CGImage*;
