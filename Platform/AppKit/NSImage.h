@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/CoreGraphics/CGGeometry.h"
+#include "Platform/CoreGraphics/CGImage.h"
 #include "Platform/Foundation/NSObject.h"
 #include "Platform/QuartzCore/CALayer.h"
 
@@ -22,9 +23,16 @@ public:
         : mSize(size)
     {
     }
+    /// The picture "<name>.png" that is compiled into the program, decoded when first asked for and kept until the process
+    /// ends; null when there is none.
+    static NSImage* imageNamed(CFString* name);
+
     NSSize size() const { return mSize; }
     void addRepresentation(NSImageRep* representation);
     const std::vector<Ref<NSImageRep>>& representations() const { return mRepresentations; }
+    /// The image as pixels, in the size that it has; kept by the innermost pool. Null when no form has any.
+    /// \param proposedRect, context, hints  not looked at
+    CGImageRef CGImageForProposedRect_context_hints(CGRect* proposedRect, NSObject* context, CFDictionary* hints);
     /// The pixels of the first form that has any.
     Ref<CVPixelBuffer> copyPixelBufferForLayer() override;
 
