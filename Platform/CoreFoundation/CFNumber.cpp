@@ -1,8 +1,8 @@
 #include "Platform/CoreFoundation/CFNumber.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <iterator>
 #include <limits>
 
 CFTypeID CFNumberGetTypeID()
@@ -62,14 +62,8 @@ std::string CFNumber::description()
     if (!isFloatType())
         return std::to_string(integerValue());
     char text[32];
-    std::snprintf(text, sizeof text, "%.17g", doubleValue());
-    for (int digits = 1; digits < 17; ++digits) {
-        char shorter[32];
-        std::snprintf(shorter, sizeof shorter, "%.*g", digits, doubleValue());
-        if (std::strtod(shorter, nullptr) == doubleValue())
-            return shorter;
-    }
-    return text;
+    const auto [end, error] = std::to_chars(std::begin(text), std::end(text), doubleValue());
+    return std::string(text, end);
 }
 
 CFBoolean* CFBoolean::of(bool value)

@@ -83,7 +83,10 @@ public:
         std::function<void(NSObject&, CFType*)> set; ///< empty for a key that only reads
     };
     struct Outlet {
-        Class type; ///< null when any object may be connected
+        /// The class that objects must have to be connected; null when any may. Asked for when it is needed, since
+        /// classes may refer to one another.
+        Class type() const { return classOf ? classOf() : nullptr; }
+        Class (*classOf)();
         std::function<void(NSObject&, NSObject*)> connect;
         std::function<Ref<NSObject>(NSObject&)> get;
     };
@@ -194,7 +197,7 @@ public:
     template <class F, class Owner> void outlet(std::string_view name, F Owner::*field)
     {
         mType->mOutlets.emplace(std::string(name),
-            NSClass::Outlet { targetClass<F>(),
+            NSClass::Outlet { targetClass<F>,
                 [field](NSObject& object, NSObject* target) {
                     static_cast<C&>(object).*field = NSKeyValueCoding::unbox<F>(target);
                 },
@@ -205,7 +208,7 @@ public:
     void outlet(std::string_view name, G getter, void (Owner::*setter)(T*))
     {
         mType->mOutlets.emplace(std::string(name),
-            NSClass::Outlet { targetClass<Ref<T>>(),
+            NSClass::Outlet { targetClass<Ref<T>>,
                 [setter](NSObject& object, NSObject* target) {
                     (static_cast<C&>(object).*setter)(dynamic_cast<T*>(target));
                 },

@@ -140,8 +140,9 @@ void NSUserDefaults::loadIfNeeded()
     contents << stream.rdbuf();
     const auto value = json::parse(contents.str(), nullptr, false);
     if (value.is_object()) {
-        if (auto* const dictionary = kindOf<CFDictionary>(objectFrom(value)))
-            mStored = dictionary->copy();
+        const auto stored = objectFrom(value);
+        if (auto* const dictionary = kindOf<CFDictionary>(stored))
+            mStored = dictionary;
         return;
     }
     const auto aside = file.string() + ".damaged";

@@ -1,0 +1,74 @@
+#include "Platform/IOSurface/IOSurface.h"
+
+#include "Platform/CoreFoundation/FailPoint.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr OSType bgra = 0x42475241;
+
+}
+
+TEST(IOSurface, HasSealedMemoryWithRowsOfSixtyFourBytes)
+{
+    const auto surface = IOSurface::create(33, 5, bgra, 4, nullptr);
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(surface->bytesPerRow(), 192U);
+    EXPECT_EQ(surface->length(), 960U);
+    EXPECT_NE(::ftruncate(surface->descriptor(), 10), 0) << "the size of a surface could be changed";
+    EXPECT_NE(::ftruncate(surface->descriptor(), 10000), 0);
+    EXPECT_NE(IOSurfaceGetID(surface), 0U);
+    EXPECT_EQ(IOSurfaceGetID(nullptr), 0U);
+    EXPECT_NE(IOSurfaceGetID(surface), IOSurfaceGetID(IOSurface::create(1, 1, bgra, 4, nullptr).get()));
+}
+
+TEST(IOSurface, AnotherMappingShowsTheSamePixels)
+{
+    const auto surface = IOSurface::create(16, 2, bgra, 4, nullptr);
+    std::memset(surface->baseAddress(), 0x5A, surface->length());
+    const auto other = IOSurface::adopt(::dup(surface->descriptor()), 77, 16, 2, bgra, surface->bytesPerRow());
+    ASSERT_TRUE(other);
+    EXPECT_EQ(IOSurfaceGetID(other), 77U);
+    EXPECT_EQ(other->baseAddress()[100], std::byte { 0x5A });
+}
+
+TEST(IOSurface, RefusesMemoryThatCouldShrinkOrIsTooSmall)
+{
+    const int loose = ::memfd_create("loose", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    ASSERT_EQ(::ftruncate(loose, 4096), 0);
+    EXPECT_FALSE(IOSurface::adopt(loose, 1, 16, 2, bgra, 64));
+    EXPECT_LT(::fcntl(loose, F_GETFD), 0) << "a refused descriptor was not closed";
+    const auto surface = IOSurface::create(16, 2, bgra, 4, nullptr);
+    EXPECT_FALSE(IOSurface::adopt(::dup(surface->descriptor()), 1, 16, 3, bgra, 64));
+    EXPECT_FALSE(IOSurface::adopt(::dup(surface->descriptor()), 1, 17, 1, bgra, 64));
+    EXPECT_FALSE(IOSurface::adopt(::open("/dev/null", O_RDWR | O_CLOEXEC), 1, 16, 2, bgra, 64));
+    EXPECT_FALSE(IOSurface::adopt(-1, 1, 16, 2, bgra, 64));
+}
+
+TEST(IOSurface, KeepsValuesByKey)
+{
+    const AutoreleasePool pool;
+    const auto surface
+        = IOSurface::create(1, 1, bgra, 4, CFDictionary::create({ { CFSTR("a"), CFSTR("1") } }).get());
+    IOSurfaceSetValues(surface, CFDictionary::create({ { CFSTR("b"), CFSTR("2") } }).get());
+    const auto values = IOSurfaceCopyAllValues(surface);
+    EXPECT_EQ(values->objectForKey("a"), CFSTR("1"));
+    EXPECT_EQ(values->objectForKey("b"), CFSTR("2"));
+    const FailPoint::Scope armed("IOSurfaceCopyAllValues");
+    EXPECT_FALSE(IOSurfaceCopyAllValues(surface));
+}
+
+TEST(IOSurface, CreationFailsForImpossibleSizesAndWithoutMemory)
+{
+    EXPECT_FALSE(IOSurface::create(0, 1, bgra, 4, nullptr));
+    EXPECT_FALSE(IOSurface::create(1, 16385, bgra, 4, nullptr));
+    const FailPoint::Scope armed("IOSurfaceCreate");
+    EXPECT_FALSE(IOSurface::create(1, 1, bgra, 4, nullptr));
+}
