@@ -83,10 +83,14 @@ CFTypeID CMSimpleQueue::typeID() const noexcept
 
 OSStatus CMSimpleQueue::enqueue(CFType* element)
 {
-    const std::lock_guard guard(mLock);
-    if (mElements.size() >= mCapacity)
-        return kCMSimpleQueueError_QueueIsFull;
-    mElements.push_back(element);
+    {
+        const std::lock_guard guard(mLock);
+        if (mElements.size() >= mCapacity)
+            return kCMSimpleQueueError_QueueIsFull;
+        mElements.push_back(element);
+    }
+    if (mAdded)
+        mAdded(*this, element);
     return noErr;
 }
 

@@ -3,6 +3,7 @@
 #include "Platform/CoreMedia/CMSampleBuffer.h"
 
 #include <deque>
+#include <functional>
 #include <mutex>
 
 inline constexpr OSStatus kCMBufferQueueError_InvalidBuffer = -12769;
@@ -61,10 +62,15 @@ public:
     std::size_t capacity() const noexcept { return mCapacity; }
     CFTypeID typeID() const noexcept override;
 
+    /// Has \p added called after each element was added, on the thread that added it, with the queue unlocked. To be set
+    /// before the queue is given to anybody.
+    void setEnqueueHandler(std::function<void(CMSimpleQueue&, CFType* element)> added) { mAdded = std::move(added); }
+
 private:
     const std::size_t mCapacity;
     mutable std::mutex mLock;
     std::deque<CFType*> mElements;
+    std::function<void(CMSimpleQueue&, CFType*)> mAdded;
 };
 
 using CMSimpleQueueRef = CMSimpleQueue*;
