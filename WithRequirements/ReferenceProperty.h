@@ -1,13 +1,14 @@
 #pragma once
 
+#include "Platform/CoreFoundation/CFString.h"
 #include "Platform/Foundation/ObjectSynchronization.h"
 #include "WithRequirements/CFTypeRefProperty.h"
 
-/// A platform reference (a pixel buffer, an image, a format description, a queue) that several threads read and replace.
+/// A platform reference (a pixel buffer, an image, a format description) that several threads read and replace.
 ///
 /// The lock belongs to the name of the property and not to the object: all properties of one key, of all instances of
-/// all classes, share it. It is held for one read or swap. A class with a property `outputImage` embeds one of these and
-/// writes its operations over it:
+/// all classes, share it. It is held for one read or swap. A class with a property `outputImage` embeds one of these
+/// and writes its operations over it:
 ///
 ///     CFString* outputImageSync() const { return _outputImage.sync(); }
 ///     CIImage* outputImage() const { return _outputImage.get(); }
@@ -33,8 +34,8 @@ public:
     /// The lock object: a constant string.
     CFString* sync() const noexcept { return mSync; }
 
-    /// The raw reference. The caller does not own it, and it can die on another thread as soon as this has returned: for
-    /// tests against null and for comparisons. Take one of the copies to use it.
+    /// The raw reference. The caller does not own it, and it can die on another thread as soon as this has returned:
+    /// for tests against null and for comparisons. Take one of the copies to use it.
     T* get() const
     {
         const std::lock_guard guard(mLock);

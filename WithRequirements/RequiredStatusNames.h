@@ -5,8 +5,9 @@
 /// The bodies of the requirement checks on the statuses of the media, video, graphics and OpenGL layers: each turns the
 /// code into the name of the constant that is published for it and writes its line with the location of the check.
 ///
-/// The first three add a second line through `__OSStatusRequiredBody`. Like that one, all but `__GLRequiredBody` show the
-/// function's name before the colon and the file in the parentheses. A code without a name prints as "statusValue=%d".
+/// The first three add a second line through `__OSStatusRequiredBody`. Like that one, all but `__GLRequiredBody` show
+/// the function's name before the colon and the file in the parentheses. A code without a name prints as
+/// "statusValue=%d".
 
 void __CoreMediaOSStatusRequiredBody(
     OSStatus status, const char* function, const char* file, int line, const char* source);

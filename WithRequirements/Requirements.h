@@ -95,8 +95,10 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
 #define REQUIRED_FILE ::requiredCpp::baseName(__FILE__, sizeof(__FILE__))
 
 #define REQUIRED_FIRST_OF(first, ...) first
+/// The text of an expression whose macros are replaced already.
+#define REQUIRED_WRITTEN(...) #__VA_ARGS__
 /// The given text if there is one, else the expression as it is written.
-#define REQUIRED_TEXT(written, ...) REQUIRED_FIRST_OF(__VA_ARGS__ __VA_OPT__(, ) written, "")
+#define REQUIRED_TEXT(expression, ...) REQUIRED_FIRST_OF(__VA_ARGS__ __VA_OPT__(, ) REQUIRED_WRITTEN(expression), "")
 #define REQUIRED_STATUS_IN(body, name, value, ...)                                                                     \
     ::requiredCpp::status<body>((value), REQUIRED_FILE, (name), __LINE__, "SRC>>" __VA_ARGS__)
 
@@ -104,31 +106,31 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
 #define CFRequired(expression, ...) CFRequiredIn(__func__, expression __VA_OPT__(, ) __VA_ARGS__)
 #define CFRequiredIn(name, expression, ...)                                                                            \
     ::requiredCpp::condition(static_cast<bool>(expression), REQUIRED_FILE, (name), __LINE__,                           \
-        "SRC>>" REQUIRED_TEXT(#expression __VA_OPT__(, ) __VA_ARGS__))
+        "SRC>>" REQUIRED_TEXT(expression __VA_OPT__(, ) __VA_ARGS__))
 
 /// A status is 0. The kinds differ in whose codes they know by name.
 #define OSStatusRequired(value, ...) OSStatusRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define OSStatusRequiredIn(name, value, ...)                                                                           \
-    REQUIRED_STATUS_IN(__OSStatusRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__OSStatusRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CoreMediaOSStatusRequired(value, ...) CoreMediaOSStatusRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CoreMediaOSStatusRequiredIn(name, value, ...)                                                                  \
-    REQUIRED_STATUS_IN(__CoreMediaOSStatusRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__CoreMediaOSStatusRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define VideoToolboxRequired(value, ...) VideoToolboxRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define VideoToolboxRequiredIn(name, value, ...)                                                                       \
-    REQUIRED_STATUS_IN(__VideoToolboxRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__VideoToolboxRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CMIOStatusRequired(value, ...) CMIOStatusRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CMIOStatusRequiredIn(name, value, ...)                                                                         \
-    REQUIRED_STATUS_IN(__CoreMediaIOStatusRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__CoreMediaIOStatusRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CoreVideoRequired(value, ...) CoreVideoRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CoreVideoRequiredIn(name, value, ...)                                                                          \
-    REQUIRED_STATUS_IN(__CoreVideoRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__CoreVideoRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CGErrorRequired(value, ...) CGErrorRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CGErrorRequiredIn(name, value, ...)                                                                            \
     REQUIRED_STATUS_IN(                                                                                                \
-        __CoreGraphicsCGErrorRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+        __CoreGraphicsCGErrorRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CGLErrorRequired(value, ...) CGLErrorRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CGLErrorRequiredIn(name, value, ...)                                                                           \
-    REQUIRED_STATUS_IN(__CGLErrorRequiredBody, name, value, REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__CGLErrorRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 /// An error code of OpenGL is 0. Its line shows no text.
 #define GLRequired(error) GLRequiredIn(__func__, error)
 #define GLRequiredIn(name, error) ::requiredCpp::openGL((error), REQUIRED_FILE, (name), __LINE__)
@@ -136,11 +138,11 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
 /// An object is there and is of the type of the identifier.
 #define CFRequiredTypeOf(object, type, ...) CFRequiredTypeOfIn(__func__, object, type __VA_OPT__(, ) __VA_ARGS__)
 #define CFRequiredTypeOfIn(name, object, type, ...)                                                                    \
-    CFRequiredTypeTaggedIn("REQUIRED_CFTYPEOF", name, object, type, REQUIRED_TEXT(#object __VA_OPT__(, ) __VA_ARGS__))
+    CFRequiredTypeTaggedIn("REQUIRED_CFTYPEOF", name, object, type, REQUIRED_TEXT(object __VA_OPT__(, ) __VA_ARGS__))
 /// The same with another word at the start of the line.
 #define CFRequiredTypeRef(object, type, ...)                                                                           \
     CFRequiredTypeTaggedIn(                                                                                            \
-        "REQUIRED_CFTYPEREF", __func__, object, type, REQUIRED_TEXT(#object __VA_OPT__(, ) __VA_ARGS__))
+        "REQUIRED_CFTYPEREF", __func__, object, type, REQUIRED_TEXT(object __VA_OPT__(, ) __VA_ARGS__))
 #define CFRequiredTypeTaggedIn(tag, name, object, type, text)                                                          \
     ::requiredCpp::typeOf((tag), ::requiredCpp::objectOf(object), (type), REQUIRED_FILE, (name), __LINE__, text)
 
@@ -148,10 +150,10 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
 #define CFRequiredNotCFNull(value, ...) CFRequiredNotCFNullIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CFRequiredNotCFNullIn(name, value, ...)                                                                        \
     ::requiredCpp::notNull(::requiredCpp::addressOf(value), REQUIRED_FILE, (name), __LINE__,                           \
-        REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+        REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 
 /// A queue or a source was created.
 #define DispatchRequired(value, ...) DispatchRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define DispatchRequiredIn(name, value, ...)                                                                           \
     ::requiredCpp::dispatchObject(::requiredCpp::addressOf(value), REQUIRED_FILE, (name), __LINE__,                    \
-        REQUIRED_TEXT(#value __VA_OPT__(, ) __VA_ARGS__))
+        REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
