@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Platform/AppKit/NSWindow.h"
+#include "Platform/AppKit/Quick/ObjectElement.h"
+
+#include <QQmlParserStatus>
+#include <QQuickWindow>
+
+/// `InterfaceWindow { className: "…" }`: a window, off the screen until the program orders it front. Items in it are its
+/// contents, beside the content view that the program may set.
+class InterfaceWindow : public QQuickWindow, public QQmlParserStatus, public ObjectElement, public NSWindowHost {
+    Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus ObjectElement)
+    Q_PROPERTY(QString className READ className WRITE setClassName REQUIRED)
+public:
+    explicit InterfaceWindow(QWindow* parent = nullptr);
+    ~InterfaceWindow() override;
+
+    NSObject* object() const override { return mWindow; }
+    NSWindow* nsWindow() const { return mWindow; }
+    QString className() const { return mClassName; }
+    void setClassName(const QString& className);
+
+    void windowOrderFront(bool makeKey) override;
+    void windowOrderOut() override;
+    bool windowIsVisible() override { return isVisible(); }
+    bool windowIsKey() override { return isActive(); }
+    void windowContentViewChanged() override;
+    void windowAppearanceChanged() override;
+
+    void classBegin() override { }
+    void componentComplete() override;
+
+protected:
+    bool event(QEvent* event) override;
+
+private:
+    void fitContentItem();
+
+    QString mClassName;
+    Ref<NSWindow> mWindow;
+    QPointer<QQuickItem> mContentViewItem;
+};

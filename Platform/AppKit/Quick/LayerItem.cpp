@@ -1,0 +1,189 @@
+#include "Platform/AppKit/Quick/LayerItem.h"
+
+#include "Platform/dispatch/dispatch.h"
+
+#include <QCoreApplication>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGRectangleNode>
+#include <QSGTexture>
+#include <libyuv/scale_argb.h>
+
+#include <cmath>
+
+namespace {
+
+const QEvent::Type layerChanged = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+/// The background, then the picture.
+class LayerNode : public QSGNode {
+public:
+    QSGRectangleNode* background = nullptr;
+    QSGImageNode* picture = nullptr;
+    QSize textureSize;
+};
+
+QColor colorOf(CGColorRef color)
+{
+    return color ? QColor::fromRgbF(static_cast<float>(color->red()), static_cast<float>(color->green()),
+               static_cast<float>(color->blue()), static_cast<float>(color->alpha()))
+                 : QColor(Qt::transparent);
+}
+
+bool drawsInSoftware(const QQuickWindow* window)
+{
+    return window->rendererInterface()->graphicsApi() == QSGRendererInterface::Software;
+}
+
+/// Where the contents go, on whole pixels of the screen, so that the software renderer need not blend edges.
+QRectF placeOf(const CALayer& layer, QSize picture, QSizeF item, qreal ratio)
+{
+    const auto place = layer.rectangleForContents({ static_cast<double>(picture.width()),
+                                                      static_cast<double>(picture.height()) },
+        { item.width(), item.height() });
+    const auto aligned = [ratio](double value) { return std::round(value * ratio) / ratio; };
+    // The layer's origin is at the bottom, the item's at the top; the place is centred, so it is the same in both.
+    return { aligned(place.origin.x), aligned(place.origin.y), aligned(place.size.width), aligned(place.size.height) };
+}
+
+}
+
+QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque)
+{
+    if (!buffer || buffer->pixelFormat() != kCVPixelFormatType_32BGRA || !buffer->baseAddress())
+        return {};
+    const auto width = static_cast<int>(buffer->width());
+    const auto height = static_cast<int>(buffer->height());
+    const auto stride = static_cast<qsizetype>(buffer->bytesPerRow());
+    const auto* const pixels = reinterpret_cast<const uchar*>(buffer->baseAddress());
+    const auto format = opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied;
+    return QImage(pixels, width, height, stride, format,
+        [](void* kept) { Ref<CVPixelBuffer>::adopt(static_cast<CVPixelBuffer*>(kept)); }, buffer.leak());
+}
+
+QImage scaledImage(const QImage& image, QSize size)
+{
+    if (image.size() == size)
+        return image;
+    QImage scaled(size, image.format());
+    if (scaled.isNull()
+        || libyuv::ARGBScale(image.constBits(), static_cast<int>(image.bytesPerLine()), image.width(), image.height(),
+               scaled.bits(), static_cast<int>(scaled.bytesPerLine()), size.width(), size.height(),
+               libyuv::kFilterBilinear)
+            != 0)
+        return image;
+    return scaled;
+}
+
+LayerItem::LayerItem(QQuickItem* parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+LayerItem::~LayerItem()
+{
+    if (mLayer)
+        mLayer->setHost(nullptr);
+}
+
+void LayerItem::setContents(const QVariant& contents)
+{
+    mContents = contents;
+    if (!mLayer) {
+        const auto layer = make<CALayer>();
+        layer->setContentsGravity(kCAGravityResizeAspectFill);
+        setLayer(layer);
+    }
+    if (contents.canConvert<ObjectHandle>())
+        mLayer->setContents(contents.value<ObjectHandle>().object.get());
+    else
+        mLayer->setContents(nullptr);
+    emit contentsChanged();
+}
+
+void LayerItem::setLayer(CALayer* layer)
+{
+    if (mLayer.get() == layer)
+        return;
+    if (mLayer)
+        mLayer->setHost(nullptr);
+    mLayer = layer;
+    mContentsAreNew = true;
+    if (mLayer)
+        mLayer->setHost(this);
+    update();
+}
+
+void LayerItem::layerNeedsDisplay()
+{
+    mContentsAreNew = true;
+    if (DispatchMain::isMainThread())
+        update();
+    else if (!mUpdatePosted.exchange(true))
+        QCoreApplication::postEvent(this, std::make_unique<QEvent>(layerChanged).release());
+}
+
+bool LayerItem::event(QEvent* event)
+{
+    if (event->type() != layerChanged)
+        return QQuickItem::event(event);
+    mUpdatePosted = false;
+    update();
+    return true;
+}
+
+void LayerItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
+{
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() == oldGeometry.size())
+        return;
+    mContentsAreNew = true;
+    update();
+}
+
+QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*data*/)
+{
+    const AutoreleasePool pool;
+    auto* node = static_cast<LayerNode*>(oldNode);
+    if (!mLayer || mLayer->isHidden() || width() < 1 || height() < 1) {
+        delete node;
+        return nullptr;
+    }
+    if (!node) {
+        node = std::make_unique<LayerNode>().release();
+        node->background = window()->createRectangleNode();
+        node->appendChildNode(node->background);
+        mContentsAreNew = true;
+    }
+    if (node->background->rect() != boundingRect())
+        node->background->setRect(boundingRect());
+    if (const auto color = colorOf(mLayer->backgroundColor()); node->background->color() != color)
+        node->background->setColor(color);
+    if (!mContentsAreNew.exchange(false))
+        return node;
+
+    const bool opaque = mLayer->isOpaque() || colorOf(mLayer->backgroundColor()).alpha() == 255;
+    auto image = imageOver(mLayer->copyPixelBufferForDisplay(), opaque);
+    if (image.isNull()) {
+        delete node->picture;
+        node->picture = nullptr;
+        return node;
+    }
+    const qreal ratio = window()->effectiveDevicePixelRatio();
+    const auto place = placeOf(*mLayer, image.size(), size(), ratio);
+    const auto onScreen = (place.size() * ratio).toSize();
+    if (drawsInSoftware(window()) && !onScreen.isEmpty())
+        image = scaledImage(image, onScreen);
+    if (!node->picture) {
+        node->picture = window()->createImageNode();
+        node->picture->setOwnsTexture(true);
+        node->picture->setFiltering(QSGTexture::Linear);
+        node->appendChildNode(node->picture);
+    }
+    node->picture->setTexture(
+        window()->createTextureFromImage(image, opaque ? QQuickWindow::TextureIsOpaque : QQuickWindow::CreateTextureOptions()));
+    node->picture->setRect(place);
+    node->picture->setSourceRect(QRectF(QPointF(), QSizeF(image.size())));
+    return node;
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Platform/AppKit/Quick/ObjectElement.h"
+#include "Platform/QuartzCore/CALayer.h"
+
+#include <QImage>
+#include <QQuickItem>
+
+#include <atomic>
+
+/// An item that draws a layer: its background and its contents, placed by its gravity.
+///
+/// `LayerItem { contents: … }` shows what a key gives, a pixel buffer or an image, covering the item. The picture is not
+/// copied under the software renderer when it fits the item pixel for pixel, and scaled once otherwise; under a graphics
+/// processor it is uploaded once. Only the item's own area is repainted.
+class LayerItem : public QQuickItem, private CALayerHost {
+    Q_OBJECT
+    Q_PROPERTY(QVariant contents READ contents WRITE setContents NOTIFY contentsChanged)
+public:
+    explicit LayerItem(QQuickItem* parent = nullptr);
+    ~LayerItem() override;
+
+    QVariant contents() const { return mContents; }
+    void setContents(const QVariant& contents);
+
+    CALayer* layer() const { return mLayer; }
+    void setLayer(CALayer* layer);
+
+signals:
+    void contentsChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* data) override;
+    bool event(QEvent* event) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+
+private:
+    void layerNeedsDisplay() override;
+
+    QVariant mContents;
+    Ref<CALayer> mLayer;
+    std::atomic<bool> mUpdatePosted = false;
+    std::atomic<bool> mContentsAreNew = true;
+};
+
+/// The pixels of \p buffer as an image that keeps the buffer; null for null.
+/// \param opaque  whether the alpha bytes have no meaning
+QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque);
+/// \p image at \p size, which is above 0 in both directions.
+QImage scaledImage(const QImage& image, QSize size);
