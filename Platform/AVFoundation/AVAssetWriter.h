@@ -79,7 +79,7 @@ public:
     void cancelWriting();
 
 private:
-    friend class AVAssetWriterInput;
+    AVAssetWriterInput* inputOf(CFString* mediaType) const;
 
     const Ref<NSURL> mURL;
     std::vector<Ref<AVAssetWriterInput>> mInputs;

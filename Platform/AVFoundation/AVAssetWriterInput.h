@@ -52,13 +52,11 @@ public:
 
 private:
     friend class AVAssetWriter;
-    void attach(std::shared_ptr<AVAssetWriterSession> session, std::size_t track);
+    void attach(std::shared_ptr<AVAssetWriterSession> session);
 
     const Ref<CFString> mMediaType;
     const Ref<CFDictionary> mOutputSettings;
     bool mExpectsMediaDataInRealTime = false;
     std::array<double, 6> mTransform { 1, 0, 0, 1, 0, 0 };
-    bool mAdded = false;
     std::shared_ptr<AVAssetWriterSession> mSession;
-    std::size_t mTrack = 0;
 };

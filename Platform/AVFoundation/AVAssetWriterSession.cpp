@@ -1,0 +1,329 @@
+#include "Platform/AVFoundation/AVAssetWriterSession.h"
+
+#include "Platform/Foundation/NSLog.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Whatever ends the program costs less than this and one frame more, in seconds of the movie.
+constexpr double fragmentSeconds = 0.5;
+/// About two thirds of a second at 30 frames, 28 MB at 1280x720: enough for a disk that stops to think.
+constexpr std::size_t mostWaitingPictures = 20;
+constexpr double mostWaitingSoundSeconds = 4;
+/// What the stamps of sound may be off before frames are cut or silence is put in, in seconds. Stamps tremble, and
+/// clocks of sound cards go their own way slowly.
+constexpr double soundTolerance = 0.04;
+constexpr std::uint64_t usualPictureDuration = AVAssetWriterTrack::pictureTimescale / 30;
+
+/// \p time in units of 1/\p scale second, rounded.
+std::int64_t rescale(const CMTime& time, std::int64_t scale)
+{
+    if (!CMTIME_IS_VALID(time) || time.timescale <= 0)
+        return 0;
+    return std::llround(static_cast<long double>(time.value) * static_cast<long double>(scale) / time.timescale);
+}
+
+bool isSameFormat(const AudioStreamBasicDescription& a, const AudioStreamBasicDescription& b)
+{
+    constexpr std::uint32_t floatBigSigned = 7;
+    return std::lround(a.mSampleRate) == std::lround(b.mSampleRate) && a.mChannelsPerFrame == b.mChannelsPerFrame
+        && a.mBitsPerChannel == b.mBitsPerChannel && a.mBytesPerFrame == b.mBytesPerFrame
+        && (a.mFormatFlags & floatBigSigned) == (b.mFormatFlags & floatBigSigned);
+}
+
+Ref<NSError> sampleError(std::string_view message)
+{
+    return NSError::errorWithMessage(NSCocoaErrorDomain, 0, message);
+}
+
+}
+
+AVAssetWriterSession::~AVAssetWriterSession()
+{
+    stopThread(true);
+}
+
+Ref<NSError> AVAssetWriterSession::error() const
+{
+    const std::scoped_lock lock(mErrorLock);
+    return mError;
+}
+
+bool AVAssetWriterSession::fail(Ref<NSError> error)
+{
+    const std::scoped_lock lock(mErrorLock);
+    if (!mError)
+        mError = std::move(error);
+    mStatus = AVAssetWriterStatusFailed;
+    return false;
+}
+
+bool AVAssetWriterSession::open(const std::string& path, const AVAssetWriterPictureEncoder::Settings* picture,
+    const std::array<double, 6>& transform, bool withSound, const AudioStreamBasicDescription* sound)
+{
+    Ref<NSError> error;
+    if (picture) {
+        mEncoder = AVAssetWriterPictureEncoder::open(*picture, &error);
+        if (!mEncoder)
+            return fail(error);
+    }
+    mFile = AVAssetWriterMovieFile::create(path, &error);
+    if (!mFile)
+        return fail(error);
+    if (mEncoder) {
+        auto format = mEncoder->trackFormat();
+        format.transform = transform;
+        mPictureTrack = &mFile->addTrack(std::move(format));
+    }
+    mHasSound = withSound;
+    if (sound) {
+        mSoundFormat = *sound;
+        mSoundTrack = &mFile->addTrack(*sound);
+    }
+    mThread = std::thread([this] { run(); });
+    mStatus = AVAssetWriterStatusWriting;
+    return true;
+}
+
+void AVAssetWriterSession::start(const CMTime& startTime)
+{
+    mStartTime = startTime;
+    mHasStarted = true;
+}
+
+bool AVAssetWriterSession::isReadyForPicture() const
+{
+    const std::scoped_lock lock(mJobsLock);
+    return mPendingError || mWaitingPictures < mostWaitingPictures;
+}
+
+bool AVAssetWriterSession::isReadyForSound() const
+{
+    const double bytesPerSecond = mSoundFormat ? mSoundFormat->mSampleRate * mSoundFormat->mBytesPerFrame : 0;
+    const std::scoped_lock lock(mJobsLock);
+    return mPendingError || mWaitingSoundBytes == 0
+        || static_cast<double>(mWaitingSoundBytes) < bytesPerSecond * mostWaitingSoundSeconds;
+}
+
+bool AVAssetWriterSession::takePendingError()
+{
+    Ref<NSError> error;
+    {
+        const std::scoped_lock lock(mJobsLock);
+        error = mPendingError;
+    }
+    if (error)
+        fail(error);
+    return error;
+}
+
+bool AVAssetWriterSession::appendPicture(CMSampleBufferRef sampleBuffer)
+{
+    if (takePendingError())
+        return false;
+    auto* const picture = sampleBuffer ? sampleBuffer->imageBuffer() : nullptr;
+    if (!picture || picture->pixelFormat() != kCVPixelFormatType_32BGRA)
+        return fail(sampleError("The sample holds no picture that can be written"));
+
+    constexpr std::int64_t scale = AVAssetWriterTrack::pictureTimescale;
+    const auto& timing = sampleBuffer->timing();
+    const std::int64_t sinceStart = rescale(CMTimeSubtract(timing.presentationTimeStamp, mStartTime), scale);
+    // The first picture stands from the movie's beginning on, so that no movie begins with darkness.
+    const auto time = mLastPictureTime ? static_cast<std::uint64_t>(std::max<std::int64_t>(sinceStart, 0)) : 0;
+    if (mLastPictureTime && time <= *mLastPictureTime)
+        return true;
+    const std::int64_t duration = rescale(timing.duration, scale);
+    auto frame = mEncoder->convert(picture);
+    if (!frame)
+        return fail(NSError::errorWithErrno(ENOMEM, "Cannot convert a picture"));
+    mLastPictureTime = time;
+    post(
+        Picture { std::move(frame), time, duration > 0 ? static_cast<std::uint64_t>(duration) : usualPictureDuration });
+    return true;
+}
+
+bool AVAssetWriterSession::matchesSoundFormat(CMFormatDescriptionRef format)
+{
+    const auto* const description = CMAudioFormatDescriptionGetStreamBasicDescription(format);
+    if (!description || description->mFormatID != kAudioFormatLinearPCM || description->mBytesPerFrame == 0
+        || description->mSampleRate < 1)
+        return false;
+    if (mSoundFormat)
+        return isSameFormat(*mSoundFormat, *description);
+    mSoundFormat = *description;
+    post(SoundFormat { *description });
+    return true;
+}
+
+bool AVAssetWriterSession::appendSound(CMSampleBufferRef sampleBuffer)
+{
+    if (takePendingError())
+        return false;
+    if (!sampleBuffer || !matchesSoundFormat(sampleBuffer->formatDescription()))
+        return fail(sampleError("The sample holds no sound in the format of the track"));
+
+    const double rate = mSoundFormat->mSampleRate;
+    const auto sinceStart = CMTimeSubtract(sampleBuffer->timing().presentationTimeStamp, mStartTime);
+    const std::int64_t difference = rescale(sinceStart, std::lround(rate)) - static_cast<std::int64_t>(mSoundFrames);
+    const double tolerated = mSoundFrames == 0 ? 0 : rate * soundTolerance;
+    std::uint64_t silence = 0;
+    std::size_t cut = 0;
+    if (static_cast<double>(difference) > tolerated)
+        silence = static_cast<std::uint64_t>(difference);
+    else if (static_cast<double>(-difference) > tolerated)
+        cut = static_cast<std::size_t>(-difference);
+    const std::size_t frames = sampleBuffer->sampleCount();
+    if (cut >= frames)
+        return true;
+
+    const auto bytes = sampleBuffer->sound().subspan(
+        cut * mSoundFormat->mBytesPerFrame, (frames - cut) * mSoundFormat->mBytesPerFrame);
+    mSoundFrames += silence + frames - cut;
+    post(Sound { { bytes.begin(), bytes.end() }, static_cast<std::uint32_t>(frames - cut), silence });
+    return true;
+}
+
+void AVAssetWriterSession::post(Job job)
+{
+    const std::scoped_lock lock(mJobsLock);
+    if (std::holds_alternative<Picture>(job))
+        ++mWaitingPictures;
+    else if (const auto* const sound = std::get_if<Sound>(&job))
+        mWaitingSoundBytes += sound->bytes.size();
+    mJobs.push_back(std::move(job));
+    mJobsChanged.notify_one();
+}
+
+void AVAssetWriterSession::run()
+{
+    pthread_setname_np(pthread_self(), "movie writer");
+    std::unique_lock lock(mJobsLock);
+    for (;;) {
+        mJobsChanged.wait(lock, [this] { return mIsEnding || !mJobs.empty(); });
+        if (mJobs.empty())
+            return;
+        Job job = std::move(mJobs.front());
+        mJobs.pop_front();
+        const std::size_t soundBytes = std::holds_alternative<Sound>(job) ? std::get<Sound>(job).bytes.size() : 0;
+        const bool isPicture = std::holds_alternative<Picture>(job);
+        Ref<NSError> error = mPendingError;
+        if (!error) {
+            lock.unlock();
+            error = std::visit([this](auto& what) { return write(what); }, job);
+            lock.lock();
+        }
+        mPendingError = error;
+        mWaitingSoundBytes -= soundBytes;
+        mWaitingPictures -= isPicture ? 1 : 0;
+    }
+}
+
+AVAssetWriterPictureEncoder::Output AVAssetWriterSession::output()
+{
+    return [this](std::vector<std::byte> picture, std::uint64_t time, bool isKeyFrame) {
+        mPictureTrack->appendPicture(std::move(picture), time, isKeyFrame);
+    };
+}
+
+Ref<NSError> AVAssetWriterSession::write(Picture& picture)
+{
+    mLastPictureEnd = picture.time + picture.duration;
+    if (auto error = mEncoder->encode(std::move(picture.frame), picture.time, output()))
+        return error;
+    return writeFragmentIfDue(fragmentSeconds);
+}
+
+Ref<NSError> AVAssetWriterSession::write(Sound& sound)
+{
+    const auto frameSize = static_cast<std::size_t>(mSoundTrack->sound().mBytesPerFrame);
+    const std::uint64_t oneSecond = mSoundTrack->timescale();
+    while (sound.silence > 0) {
+        const std::uint64_t frames = std::min(sound.silence, oneSecond);
+        mSoundTrack->appendSound(std::vector<std::byte>(frames * frameSize), static_cast<std::uint32_t>(frames));
+        sound.silence -= frames;
+        if (auto error = writeFragmentIfDue(fragmentSeconds))
+            return error;
+    }
+    mSoundTrack->appendSound(sound.bytes, sound.frames);
+    return writeFragmentIfDue(fragmentSeconds);
+}
+
+Ref<NSError> AVAssetWriterSession::write(SoundFormat& format)
+{
+    if (mFile->hasFragments())
+        return sampleError("The sound's format became known after the movie had begun");
+    mSoundTrack = &mFile->addTrack(format.format);
+    return nullptr;
+}
+
+Ref<NSError> AVAssetWriterSession::writeFragmentIfDue(double seconds)
+{
+    // The file begins with a list of its tracks, so it begins when the sound's format is known, or goes without sound.
+    constexpr double mostSecondsBeforeTheFormat = 2;
+    const double due = mHasSound && !mSoundTrack ? mostSecondsBeforeTheFormat : seconds;
+    return mFile->pendingSeconds() >= due ? mFile->writeFragment() : nullptr;
+}
+
+void AVAssetWriterSession::stopThread(bool discardWaiting)
+{
+    if (!mThread.joinable())
+        return;
+    {
+        const std::scoped_lock lock(mJobsLock);
+        if (discardWaiting)
+            mJobs.clear();
+        mIsEnding = true;
+        mJobsChanged.notify_one();
+    }
+    mThread.join();
+}
+
+Ref<NSError> AVAssetWriterSession::writeRest()
+{
+    Ref<NSError> error;
+    if (mEncoder && !mPendingError)
+        error = mEncoder->finish(output());
+    if (mPictureTrack)
+        mPictureTrack->endPictures(mLastPictureEnd);
+    const auto fileError = mFile->writeFragment();
+    return error ? error : fileError;
+}
+
+bool AVAssetWriterSession::finish()
+{
+    stopThread(false);
+    Ref<NSError> error = mPendingError;
+    if (const auto restError = writeRest(); restError && !error)
+        error = restError;
+    const auto completeError = mFile->complete();
+    const bool isPlayable = mFile->isPlayable();
+    if (!isPlayable && !mFile->hasFragments())
+        mFile->remove();
+    mFile.reset();
+    mEncoder.reset();
+    if (!error)
+        error = completeError;
+    if (!error) {
+        auto writing = AVAssetWriterStatusWriting;
+        mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
+        return isPlayable;
+    }
+    // No append will tell of this any more.
+    if (status() != AVAssetWriterStatusFailed && isPlayable)
+        NSLog(CFSTR("The end of a movie was lost: %@"), error->localizedDescription());
+    fail(error);
+    return isPlayable;
+}
+
+void AVAssetWriterSession::cancel()
+{
+    stopThread(true);
+    if (mFile)
+        mFile->remove();
+    mFile.reset();
+    mEncoder.reset();
+    if (status() != AVAssetWriterStatusFailed)
+        mStatus = AVAssetWriterStatusCancelled;
+}
