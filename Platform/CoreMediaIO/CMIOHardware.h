@@ -99,8 +99,7 @@ inline constexpr OSStatus kCMIODevicePermissionsError = 0x21686F67; // '!hog'
 bool CMIOObjectHasProperty(CMIOObjectID object, const CMIOObjectPropertyAddress* address);
 
 /// \return kCMIOHardwareBadObjectError, kCMIOHardwareUnknownPropertyError. Fail point "CMIOObjectIsPropertySettable".
-OSStatus CMIOObjectIsPropertySettable(
-    CMIOObjectID object, const CMIOObjectPropertyAddress* address, bool* isSettable);
+OSStatus CMIOObjectIsPropertySettable(CMIOObjectID object, const CMIOObjectPropertyAddress* address, bool* isSettable);
 
 /// The value's size: 4 for 32-bit values, 8 for doubles, 1 for booleans, 8 for an object (one reference), 4 for each
 /// identifier of a list.

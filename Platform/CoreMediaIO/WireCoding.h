@@ -18,7 +18,7 @@ public:
     }
 
     template <class T>
-        requires std::is_arithmetic_v<T>
+    requires std::is_arithmetic_v<T>
     void put(T value)
     {
         if constexpr (std::is_same_v<T, bool>) {
@@ -53,8 +53,7 @@ public:
     }
 
     template <class T>
-        requires std::is_arithmetic_v<T>
-    T get()
+    requires std::is_arithmetic_v<T> T get()
     {
         if constexpr (std::is_same_v<T, bool>) {
             const auto value = get<std::uint8_t>();

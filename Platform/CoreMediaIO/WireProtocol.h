@@ -73,8 +73,7 @@ struct FormatList {
 };
 
 /// A property's value; nothing, a 32-bit value, a double, a boolean, a string, identifiers, one format or several.
-using Value
-    = std::variant<std::monostate, std::uint32_t, double, bool, std::string, ObjectList, Format, FormatList>;
+using Value = std::variant<std::monostate, std::uint32_t, double, bool, std::string, ObjectList, Format, FormatList>;
 
 struct Address {
     std::uint32_t selector = 0;

@@ -15,7 +15,7 @@ namespace {
 
 bool belongsToThisUserAlone(const std::string& path)
 {
-    struct stat status {};
+    struct stat status { };
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::getuid()
         && (status.st_mode & 077) == 0;
 }
