@@ -1,0 +1,10 @@
+#include "Platform/Foundation/NSSet.h"
+
+NS_IMPLEMENTATION(NSSet, NSObject) { }
+
+NSSet::NSSet(std::initializer_list<CFType*> members)
+{
+    for (auto* const member : members)
+        if (!containsObject(member))
+            mMembers->append(member);
+}

@@ -1,0 +1,3 @@
+#include "Platform/Foundation/NSValueTransformer.h"
+
+NS_IMPLEMENTATION(NSValueTransformer, NSObject) { }
