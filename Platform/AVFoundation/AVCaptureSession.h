@@ -64,6 +64,8 @@ public:
     void waitUntilSettled() const;
 
 private:
+    /// Gives every output the connection that its inputs make possible. With the lock.
+    void connect();
     void applyIfNotConfiguring();
 
     mutable std::mutex mLock;

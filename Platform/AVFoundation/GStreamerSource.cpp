@@ -1,0 +1,152 @@
+#include "Platform/AVFoundation/GStreamerSource.h"
+
+#include "Platform/AVFoundation/AVCaptureDeviceInput.h"
+#include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreFoundation/HostClock.h"
+
+namespace {
+
+/// Stamps that are further in the past than this are the device's own and mean something else.
+constexpr std::int64_t oldest = 2'000'000'000;
+
+Ref<NSError> errorWith(const std::string& message)
+{
+    return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, message);
+}
+
+bool hasProperty(GstElement* element, const char* name)
+{
+    return g_object_class_find_property(G_OBJECT_GET_CLASS(element), name) != nullptr;
+}
+
+}
+
+GStreamerSource::GStreamerSource(CaptureSink& sink, GstDevice* device)
+    : mSink(sink)
+    , mDevice(static_cast<GstDevice*>(gst_object_ref(device)))
+{
+}
+
+GStreamerSource::~GStreamerSource()
+{
+    // The derived source has stopped the pipeline; this is for one that never started.
+    stop();
+}
+
+Ref<NSError> GStreamerSource::start()
+{
+    if (FAIL_POINT("GStreamerSource.start"))
+        return errorWith("The device cannot be opened.");
+    if (auto error = build()) {
+        mPipeline = nullptr;
+        return error;
+    }
+    if (gst_element_set_state(mPipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
+        stop();
+        const GTextOwner name(gst_device_get_display_name(mDevice.get()));
+        return errorWith("\"" + std::string(name.get()) + "\" cannot be opened; another program may be using it.");
+    }
+    return nullptr;
+}
+
+void GStreamerSource::stop()
+{
+    if (!mPipeline)
+        return;
+    gst_element_set_state(mPipeline.get(), GST_STATE_NULL);
+    const GstOwned<GstBus> bus(gst_element_get_bus(mPipeline.get()));
+    gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
+    mPipeline = nullptr;
+}
+
+Ref<NSError> GStreamerSource::build()
+{
+    mPipeline.reset(gst_pipeline_new(nullptr));
+    GstElement* const source = gst_device_create_element(mDevice.get(), nullptr);
+    if (!source)
+        return errorWith("The device has gone.");
+    configure(source);
+    gst_bin_add(GST_BIN(mPipeline.get()), source);
+
+    GError* failure = nullptr;
+    const auto description = chain() + " ! appsink name=sink sync=false max-buffers=4 drop=true enable-last-sample=false";
+    GstElement* const tail = gst_parse_bin_from_description(description.c_str(), TRUE, &failure);
+    if (failure) {
+        const GErrorOwner error(failure);
+        if (tail)
+            gst_object_unref(gst_object_ref_sink(tail));
+        return errorWith(error->message);
+    }
+    gst_bin_add(GST_BIN(mPipeline.get()), tail);
+    const GstOwned<GstElement> sink(gst_bin_get_by_name(GST_BIN(tail), "sink"));
+    const GstCapsOwner delivered(gst_caps_from_string(deliveredCaps()));
+    gst_app_sink_set_caps(GST_APP_SINK(sink.get()), delivered.get());
+    GstAppSinkCallbacks callbacks {};
+    callbacks.new_sample = newSample;
+    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
+
+    const auto caps = requestedCaps();
+    if (!gst_element_link_filtered(source, tail, caps.get()))
+        return errorWith("The device offers no format that can be read.");
+
+    const GstOwned<GstClock> clock(gst_system_clock_obtain());
+    gst_pipeline_use_clock(GST_PIPELINE(mPipeline.get()), clock.get());
+    const GstOwned<GstBus> bus(gst_element_get_bus(mPipeline.get()));
+    gst_bus_set_sync_handler(bus.get(), message, this, nullptr);
+    return nullptr;
+}
+
+void GStreamerSource::configure(GstElement* source)
+{
+    // PipeWire's element stamps with times of the node's own clock unless it is told to take the pipeline's.
+    const GstElementFactory* const factory = gst_element_get_factory(source);
+    if (factory && g_strcmp0(GST_OBJECT_NAME(factory), "pipewiresrc") == 0)
+        g_object_set(source, "do-timestamp", TRUE, "client-name", "Tovrin", nullptr);
+    if (hasProperty(source, "provide-clock"))
+        g_object_set(source, "provide-clock", FALSE, nullptr);
+}
+
+std::int64_t GStreamerSource::hostTimeOf(GstSample* sample) const
+{
+    const std::int64_t now = HostClock::nanoseconds();
+    const GstBuffer* const buffer = gst_sample_get_buffer(sample);
+    const GstSegment* const segment = gst_sample_get_segment(sample);
+    if (!buffer || !segment || !GST_BUFFER_PTS_IS_VALID(buffer) || segment->format != GST_FORMAT_TIME)
+        return now;
+    const auto running = gst_segment_to_running_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+    if (!GST_CLOCK_TIME_IS_VALID(running))
+        return now;
+    const auto time = static_cast<std::int64_t>(gst_element_get_base_time(mPipeline.get()) + running);
+    return time > now || time < now - oldest ? now : time;
+}
+
+GstFlowReturn GStreamerSource::newSample(GstAppSink* sink, gpointer self)
+{
+    const GstSampleOwner sample(gst_app_sink_pull_sample(sink));
+    if (!sample)
+        return GST_FLOW_EOS;
+    const AutoreleasePool pool;
+    static_cast<GStreamerSource*>(self)->sampleCame(sample.get());
+    return GST_FLOW_OK;
+}
+
+GstBusSyncReply GStreamerSource::message(GstBus* /*bus*/, GstMessage* message, gpointer self)
+{
+    static_cast<GStreamerSource*>(self)->failed(message);
+    gst_message_unref(message);
+    return GST_BUS_DROP;
+}
+
+void GStreamerSource::failed(GstMessage* message)
+{
+    const AutoreleasePool pool;
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
+        mSink.sourceFailed(NSError::errorWithMessage(
+            AVFoundationErrorDomain, AVErrorDeviceWasDisconnected, "The device has ended its stream."));
+    } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+        GError* failure = nullptr;
+        gst_message_parse_error(message, &failure, nullptr);
+        const GErrorOwner error(failure);
+        mSink.sourceFailed(errorWith(error ? error->message : "The device has failed."));
+    }
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Platform/AVFoundation/CaptureSource.h"
+#include "Platform/AVFoundation/GStreamerTypes.h"
+
+#include <gst/app/gstappsink.h>
+
+/// A device of the host behind a GStreamer pipeline that ends in an application sink. The pipeline runs on the system's
+/// monotonic clock, whatever clock the device offers.
+class GStreamerSource : public CaptureSource {
+public:
+    GStreamerSource(CaptureSink& sink, GstDevice* device);
+    ~GStreamerSource() override;
+    Ref<NSError> start() override;
+    void stop() override;
+
+protected:
+    CaptureSink& sink() const noexcept { return mSink; }
+    GstDevice* device() const noexcept { return mDevice.get(); }
+    /// What stands between the device's element and the sink, as GStreamer writes a chain of elements.
+    virtual std::string chain() const = 0;
+    /// The form that the device is asked for; null for any.
+    virtual GstCapsOwner requestedCaps() const { return nullptr; }
+    /// The form that the sink takes, as text.
+    virtual const char* deliveredCaps() const = 0;
+    virtual void configure(GstElement* source);
+    /// The next sample, on the pipeline's thread.
+    virtual void sampleCame(GstSample* sample) = 0;
+    /// When the sample was taken, in nanoseconds of the host clock.
+    std::int64_t hostTimeOf(GstSample* sample) const;
+
+private:
+    static GstFlowReturn newSample(GstAppSink* sink, gpointer self);
+    static GstBusSyncReply message(GstBus* bus, GstMessage* message, gpointer self);
+    Ref<NSError> build();
+    void failed(GstMessage* message);
+
+    CaptureSink& mSink;
+    const GstOwned<GstDevice> mDevice;
+    GstOwned<GstElement> mPipeline;
+};

@@ -1,0 +1,134 @@
+#include "Platform/AVFoundation/GStreamerVideoFormats.h"
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+
+namespace {
+
+constexpr double wantedRate = 30;
+constexpr double leastRate = 24;
+
+/// The values that a field of whole numbers can take, a range by the one nearest to \p preferred.
+std::vector<int> integersOf(const GValue* value, int preferred)
+{
+    if (!value)
+        return {};
+    if (G_VALUE_HOLDS_INT(value))
+        return { g_value_get_int(value) };
+    if (GST_VALUE_HOLDS_INT_RANGE(value)) {
+        const int least = gst_value_get_int_range_min(value);
+        const int step = std::max(1, gst_value_get_int_range_step(value));
+        const int clamped = std::clamp(preferred, least, gst_value_get_int_range_max(value));
+        return { least + (clamped - least) / step * step };
+    }
+    std::vector<int> result;
+    if (GST_VALUE_HOLDS_LIST(value)) {
+        for (guint i = 0; i < gst_value_list_get_size(value); ++i)
+            std::ranges::copy(integersOf(gst_value_list_get_value(value, i), preferred), std::back_inserter(result));
+    }
+    return result;
+}
+
+struct Fraction {
+    int numerator = 0;
+    int denominator = 1;
+    double value() const { return static_cast<double>(numerator) / denominator; }
+};
+
+Fraction fractionIn(const GValue* value)
+{
+    return { gst_value_get_fraction_numerator(value), std::max(1, gst_value_get_fraction_denominator(value)) };
+}
+
+/// The rate of a field that is nearest to the wanted one.
+Fraction rateOf(const GValue* value)
+{
+    if (!value)
+        return {};
+    if (GST_VALUE_HOLDS_FRACTION(value))
+        return fractionIn(value);
+    if (GST_VALUE_HOLDS_FRACTION_RANGE(value)) {
+        const auto least = fractionIn(gst_value_get_fraction_range_min(value));
+        const auto most = fractionIn(gst_value_get_fraction_range_max(value));
+        if (most.value() < wantedRate)
+            return most;
+        return least.value() > wantedRate ? least : Fraction { static_cast<int>(wantedRate), 1 };
+    }
+    Fraction best;
+    if (GST_VALUE_HOLDS_LIST(value)) {
+        for (guint i = 0; i < gst_value_list_get_size(value); ++i) {
+            const auto rate = rateOf(gst_value_list_get_value(value, i));
+            if (std::abs(rate.value() - wantedRate) < std::abs(best.value() - wantedRate))
+                best = rate;
+        }
+    }
+    return best;
+}
+
+std::string textOfField(const GstStructure* structure, const char* name)
+{
+    const GValue* value = gst_structure_get_value(structure, name);
+    if (value && GST_VALUE_HOLDS_LIST(value) && gst_value_list_get_size(value) > 0)
+        value = gst_value_list_get_value(value, 0);
+    return value && G_VALUE_HOLDS_STRING(value) && g_value_get_string(value) ? g_value_get_string(value) : "";
+}
+
+int decodingCost(const GStreamerVideoFormat& format)
+{
+    if (format.mediaType == "video/x-raw")
+        return 0;
+    return format.mediaType == "image/jpeg" ? 1 : 2;
+}
+
+/// Orders by suitability: what comes first is better.
+auto rank(const GStreamerVideoFormat& format, CMVideoDimensions preferred)
+{
+    const auto [width, height] = format.dimensions;
+    const bool isFast = format.rateNumerator == 0 || format.rate() >= leastRate;
+    const bool covers = width >= preferred.width && height >= preferred.height;
+    const long area = static_cast<long>(width) * height;
+    const double rate = format.rateNumerator == 0 ? wantedRate : format.rate();
+    return std::tuple(!isFast, !covers, covers ? area : -area, std::abs(rate - wantedRate), decodingCost(format));
+}
+
+}
+
+GstCapsOwner GStreamerVideoFormat::caps() const
+{
+    GstCapsOwner result(gst_caps_new_empty_simple(mediaType.c_str()));
+    if (!pixelFormat.empty())
+        gst_caps_set_simple(result.get(), "format", G_TYPE_STRING, pixelFormat.c_str(), nullptr);
+    gst_caps_set_simple(
+        result.get(), "width", G_TYPE_INT, dimensions.width, "height", G_TYPE_INT, dimensions.height, nullptr);
+    if (rateNumerator > 0)
+        gst_caps_set_simple(result.get(), "framerate", GST_TYPE_FRACTION, rateNumerator, rateDenominator, nullptr);
+    return result;
+}
+
+std::vector<GStreamerVideoFormat> GStreamerVideoFormatsOf(const GstCaps* caps, CMVideoDimensions preferred)
+{
+    std::vector<GStreamerVideoFormat> result;
+    if (!caps || gst_caps_is_any(caps))
+        return result;
+    for (guint i = 0; i < gst_caps_get_size(caps); ++i) {
+        const GstCapsFeatures* const features = gst_caps_get_features(caps, i);
+        if (features && !gst_caps_features_is_equal(features, GST_CAPS_FEATURES_MEMORY_SYSTEM_MEMORY))
+            continue;
+        const GstStructure* const structure = gst_caps_get_structure(caps, i);
+        const auto widths = integersOf(gst_structure_get_value(structure, "width"), preferred.width);
+        const auto heights = integersOf(gst_structure_get_value(structure, "height"), preferred.height);
+        const auto rate = rateOf(gst_structure_get_value(structure, "framerate"));
+        GStreamerVideoFormat format { gst_structure_get_name(structure), textOfField(structure, "format"), {},
+            rate.numerator, rate.denominator };
+        for (const int width : widths) {
+            for (const int height : heights) {
+                format.dimensions = { width, height };
+                if (width > 0 && height > 0)
+                    result.push_back(format);
+            }
+        }
+    }
+    std::ranges::stable_sort(result, [preferred](const auto& a, const auto& b) { return rank(a, preferred) < rank(b, preferred); });
+    return result;
+}
