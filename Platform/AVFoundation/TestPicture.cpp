@@ -37,9 +37,9 @@ constexpr std::array<std::array<std::uint8_t, glyphHeight>, 12> glyphs { {
 constexpr std::array<std::uint32_t, 8> bars { 0xFFEBEBEB, 0xFFE8D44D, 0xFF4DD0E1, 0xFF66BB6A, 0xFFBA68C8, 0xFFEF5350,
     0xFF5C6BC0, 0xFF263238 };
 
-std::uint32_t colourOf(double red, double green, double blue)
+std::uint32_t colourOf(float red, float green, float blue)
 {
-    const auto byte = [](double value) { return static_cast<std::uint32_t>(std::clamp(value, 0.0, 255.0)); };
+    const auto byte = [](float value) { return static_cast<std::uint32_t>(std::clamp(value, 0.0F, 255.0F)); };
     return 0xFF000000 | byte(red) << 16 | byte(green) << 8 | byte(blue);
 }
 
@@ -99,45 +99,63 @@ void TestPicture::draw(
 
 void TestPicture::paintBackground()
 {
+    // A slow turn through the colours, with soft rings around a point above the middle. Both come from tables, since the
+    // camera is to open at once.
+    constexpr int steps = 2048;
+    std::vector<std::array<float, 3>> turn(steps);
+    std::vector<float> rings(steps);
+    for (int i = 0; i < steps; ++i) {
+        const double angle = 2 * std::numbers::pi * i / steps;
+        turn[static_cast<std::size_t>(i)] = { static_cast<float>(118 + 92 * std::cos(angle)),
+            static_cast<float>(112 + 72 * std::cos(angle - 2.2)), static_cast<float>(136 + 92 * std::cos(angle - 4.2)) };
+        const double distance = static_cast<double>(i) / steps;
+        rings[static_cast<std::size_t>(i)] = static_cast<float>(0.8 + 0.2 * std::cos(distance * 90) * std::exp(-distance * 2.5));
+    }
     const int barHeight = mHeight / 12;
     const auto panelTop = characterArea(0, 0).y - mDot * 3;
     const auto panelBottom = characterArea(0, 0).y + mDot * (glyphHeight + 3);
+    auto pixel = mBackground.begin();
     for (int y = 0; y < mHeight; ++y) {
-        for (int x = 0; x < mWidth; ++x) {
-            const double across = static_cast<double>(x) / mWidth;
-            const double down = static_cast<double>(y) / mHeight;
-            // A slow turn through the colours with soft rings around a point above the middle.
-            const double angle = 2 * std::numbers::pi * (0.75 * across + 0.35 * down);
-            const double distance = std::hypot(across - 0.5, (down - 0.4) * mHeight / mWidth);
-            const double light = 0.8 + 0.2 * std::cos(distance * 90) * std::exp(-distance * 2.5);
-            std::uint32_t colour = colourOf((118 + 92 * std::cos(angle)) * light, (112 + 72 * std::cos(angle - 2.2)) * light,
-                (136 + 92 * std::cos(angle - 4.2)) * light);
+        const float down = static_cast<float>(y) / static_cast<float>(mHeight);
+        const float fromMiddle = (down - 0.4F) * static_cast<float>(mHeight) / static_cast<float>(mWidth);
+        for (int x = 0; x < mWidth; ++x, ++pixel) {
+            const float across = static_cast<float>(x) / static_cast<float>(mWidth);
+            const auto angle = static_cast<std::size_t>((0.75F * across + 0.35F * down) * steps) % steps;
+            const float distance = std::sqrt((across - 0.5F) * (across - 0.5F) + fromMiddle * fromMiddle);
+            const float light = rings[std::min<std::size_t>(static_cast<std::size_t>(distance * steps), steps - 1)];
+            const auto& [red, green, blue] = turn[angle];
+            *pixel = colourOf(red * light, green * light, blue * light);
             if (y < barHeight)
-                colour = bars[static_cast<std::size_t>(x * 8 / mWidth)];
+                *pixel = bars[static_cast<std::size_t>(x * 8 / mWidth)];
             else if (y >= panelTop && y < panelBottom)
-                colour = mixed(colour, black, 150);
-            mBackground[static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) + static_cast<std::size_t>(x)] = colour;
+                *pixel = mixed(*pixel, black, 150);
         }
     }
 }
 
-void TestPicture::paintBall(Ball& ball, int red, int green, int blue) const
+void TestPicture::paintBall(Ball& ball, float red, float green, float blue) const
 {
     const auto size = static_cast<std::size_t>(mDiameter);
     ball.colours.resize(size * size);
     ball.coverage.resize(size * size);
-    const double radius = mDiameter / 2.0;
+    const float radius = static_cast<float>(mDiameter) / 2;
     for (int y = 0; y < mDiameter; ++y) {
         for (int x = 0; x < mDiameter; ++x) {
-            const double dx = (x + 0.5 - radius) / radius;
-            const double dy = (y + 0.5 - radius) / radius;
-            const double distance = std::hypot(dx, dy);
-            const double lit = std::clamp(1.15 - std::hypot(dx + 0.35, dy + 0.4) * 0.75, 0.15, 1.15);
-            const double shine = 110 * std::exp(-12 * (std::pow(dx + 0.35, 2) + std::pow(dy + 0.4, 2)));
+            const float dx = (static_cast<float>(x) + 0.5F - radius) / radius;
+            const float dy = (static_cast<float>(y) + 0.5F - radius) / radius;
+            const float distance = std::sqrt(dx * dx + dy * dy);
+            // Lit from above on the left.
+            const float fromLight = (dx + 0.35F) * (dx + 0.35F) + (dy + 0.4F) * (dy + 0.4F);
+            const float lit = std::clamp(1.15F - std::sqrt(fromLight) * 0.75F, 0.15F, 1.15F);
+            const float shine = 110 * std::exp(-12 * fromLight);
             const auto index = static_cast<std::size_t>(y) * size + static_cast<std::size_t>(x);
             ball.colours[index] = colourOf(red * lit + shine, green * lit + shine, blue * lit + shine);
-            ball.coverage[index] = static_cast<std::uint8_t>(std::clamp((1 - distance) * radius + 0.5, 0.0, 1.0) * 255);
+            ball.coverage[index] = static_cast<std::uint8_t>(std::clamp((1 - distance) * radius + 0.5F, 0.0F, 1.0F) * 255);
         }
+        const auto row = std::span(ball.coverage).subspan(static_cast<std::size_t>(y) * size, size);
+        const auto begin = std::ranges::find(row, 255);
+        const auto end = std::find_if(begin, row.end(), [](std::uint8_t coverage) { return coverage != 255; });
+        ball.full.emplace_back(begin - row.begin(), end - row.begin());
     }
 }
 
@@ -175,20 +193,22 @@ TestPicture::Rectangle TestPicture::ballArea(int index, std::uint32_t number) co
 
 void TestPicture::drawBall(Canvas canvas, const Ball& ball, Rectangle area) const
 {
-    std::size_t index = 0;
-    for (int y = area.y; y < area.y + area.height; ++y) {
-        std::byte* pixel = canvas.pixels + static_cast<std::size_t>(y) * canvas.bytesPerRow + static_cast<std::size_t>(area.x) * 4;
-        for (int x = 0; x < area.width; ++x, ++index, pixel += 4) {
-            const std::uint8_t coverage = ball.coverage[index];
-            if (coverage == 0)
+    const auto width = static_cast<std::size_t>(area.width);
+    for (std::size_t y = 0; y < static_cast<std::size_t>(area.height); ++y) {
+        std::byte* const row = canvas.pixels + (static_cast<std::size_t>(area.y) + y) * canvas.bytesPerRow
+            + static_cast<std::size_t>(area.x) * 4;
+        const std::uint32_t* const colours = ball.colours.data() + y * width;
+        const std::uint8_t* const coverage = ball.coverage.data() + y * width;
+        const auto [begin, end] = ball.full[y];
+        if (begin < end)
+            std::memcpy(row + begin * 4, colours + begin, (end - begin) * 4);
+        for (std::size_t x = 0; x < width; x = x + 1 == begin ? end : x + 1) {
+            if (coverage[x] == 0 || coverage[x] == 255)
                 continue;
-            std::uint32_t colour = ball.colours[index];
-            if (coverage != 255) {
-                std::uint32_t below = 0;
-                std::memcpy(&below, pixel, 4);
-                colour = mixed(below, colour, coverage);
-            }
-            std::memcpy(pixel, &colour, 4);
+            std::uint32_t colour = 0;
+            std::memcpy(&colour, row + x * 4, 4);
+            colour = mixed(colour, colours[x], coverage[x]);
+            std::memcpy(row + x * 4, &colour, 4);
         }
     }
 }

@@ -42,10 +42,11 @@ private:
     struct Ball {
         std::vector<std::uint32_t> colours;
         std::vector<std::uint8_t> coverage;
+        std::vector<std::pair<std::size_t, std::size_t>> full; ///< of each row, the pixels that are covered altogether
     };
 
     void paintBackground();
-    void paintBall(Ball& ball, int red, int green, int blue) const;
+    void paintBall(Ball& ball, float red, float green, float blue) const;
     void fill(Canvas canvas, Rectangle area, std::uint32_t colour) const;
     void restore(Canvas canvas, Rectangle area) const;
     Rectangle ballArea(int index, std::uint32_t number) const;
