@@ -88,7 +88,7 @@ bool ClientConnection::greet(const Message& message)
         return false;
     mGreetingTimer.reset();
     mIsGreeted = true;
-    return mSocket.send(encode(mService.welcome(), message.serial));
+    return send(encode(mService.welcome(), message.serial));
 }
 
 bool ClientConnection::startStream(const Message& message)
@@ -156,10 +156,18 @@ bool ClientConnection::showFrame(const Message& message)
         return false;
     if (mIsStarted)
         mService.frameArrived(*this, *surface->second, frame->presentationNanoseconds);
-    return mSocket.send(encode(FrameConsumed { frame->generation, frame->token }));
+    return send(encode(FrameConsumed { frame->generation, frame->token }));
 }
 
 bool ClientConnection::reply(const Reply& reply, std::uint32_t serial)
 {
-    return mSocket.send(encode(reply, serial));
+    return send(encode(reply, serial));
+}
+
+/// A client that has gone, or does not read, did nothing that is not understood: its connection ends without a word.
+bool ClientConnection::send(std::vector<std::byte> message)
+{
+    if (!mSocket.send(std::move(message)))
+        end();
+    return true;
 }

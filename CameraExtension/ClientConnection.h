@@ -49,6 +49,7 @@ private:
     bool forgetSurface(const CameraWire::Message& message);
     bool showFrame(const CameraWire::Message& message);
     bool reply(const CameraWire::Reply& reply, std::uint32_t serial);
+    bool send(std::vector<std::byte> message);
     void end();
 
     CameraService& mService;

@@ -19,7 +19,7 @@ namespace {
 constexpr std::chrono::seconds patience { 20 };
 
 /// Something to look at now and then while a condition has no event of its own.
-void pause()
+void lookAgainSoon()
 {
     ::poll(nullptr, 0, 5);
 }
@@ -51,7 +51,7 @@ bool eventually(const std::function<bool()>& condition)
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
-        pause();
+        lookAgainSoon();
     }
     return true;
 }
