@@ -7,6 +7,8 @@ if(TOVRIN_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_C_COMPILER_LAUNCHER ${TOVRIN_CCACHE})
 endif()
 
+include(TovrinIncludeRule)
+
 set(TOVRIN_SANITIZE "" CACHE STRING "Sanitizers of the whole build: address,undefined or thread")
 option(TOVRIN_RELEASE "Compile the fail points out" OFF)
 
