@@ -2,8 +2,10 @@
 
 #include "Platform/AppKit/Quick/ActionLink.h"
 #include "Platform/AppKit/Quick/ControlLink.h"
+#include "Platform/AppKit/Quick/ElapsedTime.h"
 #include "Platform/AppKit/Quick/InterfaceLoad.h"
 #include "Platform/AppKit/Quick/InterfaceMenu.h"
+#include "Platform/AppKit/Quick/InterfaceTextField.h"
 #include "Platform/AppKit/Quick/InterfaceView.h"
 #include "Platform/AppKit/Quick/InterfaceWindow.h"
 #include "Platform/AppKit/Quick/KeyBinding.h"
@@ -58,6 +60,8 @@ void InterfaceLoader::registerElements()
     qmlRegisterType<TableRows>(module, 1, 0, "TableRows");
     qmlRegisterType<LayerItem>(module, 1, 0, "LayerItem");
     qmlRegisterType<InterfaceView>(module, 1, 0, "InterfaceView");
+    qmlRegisterType<InterfaceTextField>(module, 1, 0, "InterfaceTextField");
+    qmlRegisterType<ElapsedTime>(module, 1, 0, "ElapsedTime");
     qmlRegisterType<InterfaceWindow>(module, 1, 0, "InterfaceWindow");
     qmlRegisterType<InterfaceMenuItem>(module, 1, 0, "InterfaceMenuItem");
     qmlRegisterType<InterfaceMainMenu>(module, 1, 0, "InterfaceMainMenu");

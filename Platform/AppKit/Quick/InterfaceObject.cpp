@@ -54,10 +54,10 @@ void Outlet::connectNow()
         InterfaceLoad::report(this, QStringLiteral("\"%1\" has no outlet \"%2\"").arg(nameOf(source), mName));
         return;
     }
-    if (outlet->type && !target->object()->isKindOfClass(outlet->type)) {
+    if (const Class needed = outlet->type(); needed && !target->object()->isKindOfClass(needed)) {
         InterfaceLoad::report(this,
             QStringLiteral("The outlet \"%1\" of \"%2\" takes a \"%3\", and \"%4\" is none")
-                .arg(mName, nameOf(source), QString::fromStdString(outlet->type->name()), nameOf(target->object())));
+                .arg(mName, nameOf(source), QString::fromStdString(outlet->type()->name()), nameOf(target->object())));
         return;
     }
     outlet->connect(*source, target->object());

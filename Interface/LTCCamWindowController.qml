@@ -1,0 +1,222 @@
+import QtQuick
+import Tovrin.Interface
+import "Controls"
+
+/// The main window: the picture, the compositions below it, their parameters beside it, and the capture controls.
+InterfaceFile {
+    FileOwner {
+        id: owner
+        className: "LTCCamWindowController"
+
+        Outlet { name: "window"; object: mainWindow }
+        Outlet { name: "outletQCView"; object: picture }
+        Outlet { name: "outletQCParameterView"; object: parameters }
+        Outlet { name: "outletQCPickerView"; object: picker }
+        Outlet { name: "outletMovieWriter"; object: movieWriter }
+        Outlet { name: "outletRevealMovies"; object: moviesFolder }
+        Outlet { name: "outletRevealPictures"; object: picturesFolder }
+        Outlet { name: "outletCaptureFormat"; object: captureFormat }
+        Outlet { name: "outletProcessedFormat"; object: processedFormat }
+        Outlet { name: "outletThumbnailRenderer"; object: thumbnailRenderer }
+        Outlet { name: "outletButtonStartStopRecording"; object: recordControl }
+    }
+
+    InterfaceObject {
+        id: movieWriter
+        className: "AVCaptureFilteredMovieWriterController"
+
+        Outlet { name: "delegate"; object: owner }
+    }
+    InterfaceObject {
+        id: recorder
+        className: "AVRecorderController"
+
+        Outlet { name: "recorder"; object: movieWriter }
+    }
+    InterfaceObject {
+        id: captureFormat
+        className: "CMFormatDescriptionModel"
+    }
+    InterfaceObject {
+        id: processedFormat
+        className: "CMFormatDescriptionModel"
+    }
+    InterfaceObject {
+        id: thumbnailRenderer
+        className: "LTCThumbnailInputRenderer"
+    }
+
+    KeyBinding { id: cameraNames; object: recorder; keyPath: "videoDeviceNames" }
+    KeyBinding { id: cameraName; object: recorder; keyPath: "selectedVideoDeviceName" }
+    KeyBinding { id: captureSummary; object: captureFormat; keyPath: "tooltipSummary" }
+    KeyBinding { id: recording; object: owner; keyPath: "recordingInProgress" }
+    KeyBinding {
+        id: recentMovie
+        object: owner
+        keyPath: "recentMovieRecordingURL"
+        transformer: "NXTransformSandboxContainerURL"
+    }
+    KeyBinding {
+        id: recentPicture
+        object: owner
+        keyPath: "recentPhotoSnapshotURL"
+        transformer: "NXTransformSandboxContainerURL"
+    }
+    ElapsedTime { id: recordingTime; running: recording.value === true }
+
+    InterfaceWindow {
+        id: mainWindow
+        className: "NSWindow"
+        title: qsTr("Tovrin")
+        width: 1184
+        height: 744
+        minimumWidth: 900
+        minimumHeight: 560
+        color: Theme.window
+
+        Outlet { name: "delegate"; object: owner }
+
+        ApplicationMenuBar {
+            id: menuBar
+            anchors.left: parent.left
+            anchors.right: parent.right
+        }
+
+        InterfaceView {
+            id: picture
+            className: "QCViewWithImageFilterOutput"
+            anchors.left: parent.left
+            anchors.right: sidePanel.left
+            anchors.top: menuBar.bottom
+            anchors.bottom: pickerStrip.top
+            Accessible.role: Accessible.Graphic
+            Accessible.name: qsTr("Camera picture")
+
+            Outlet { name: "delegate"; object: owner }
+        }
+
+        Rectangle {
+            id: sidePanel
+            anchors.right: parent.right
+            anchors.top: menuBar.bottom
+            anchors.bottom: controlBar.top
+            width: 272
+            color: Theme.panel
+
+            InterfaceView {
+                id: parameters
+                className: "LTCCompositionParameterView"
+                anchors.fill: parent
+                Accessible.role: Accessible.Pane
+                Accessible.name: qsTr("Filter settings")
+            }
+        }
+
+        Rectangle {
+            id: pickerStrip
+            anchors.left: parent.left
+            anchors.right: sidePanel.left
+            anchors.bottom: controlBar.top
+            height: 124
+            color: Theme.window
+
+            InterfaceView {
+                id: picker
+                className: "LTCCompositionPickerView"
+                anchors.fill: parent
+                Accessible.role: Accessible.List
+                Accessible.name: qsTr("Filters")
+            }
+        }
+
+        Rectangle {
+            id: controlBar
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
+            height: 64
+            color: Theme.panel
+
+            Rectangle {
+                anchors.left: parent.left
+                anchors.right: parent.right
+                height: 1
+                color: Theme.line
+            }
+            PopUpButton {
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.space
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(240, buttons.x - 2 * Theme.space)
+                label: qsTr("Camera")
+                hint: captureSummary.value ? qsTr("Camera format: %1").arg(captureSummary.value) : ""
+                iconSource: "qrc:/Interface/Icons/camera.svg"
+                choices: cameraNames.value
+                choice: cameraName.value ?? ""
+                selection: cameraName
+            }
+            Row {
+                id: buttons
+                anchors.centerIn: parent
+                spacing: Theme.space
+
+                PushButton {
+                    text: qsTr("Snapshot")
+                    shortcutText: "Ctrl+S"
+                    iconSource: "qrc:/Interface/Icons/snapshot.svg"
+
+                    ControlLink { className: "NSButton"; target: owner; action: "actionButtonSavePNG:" }
+                }
+                PushButton {
+                    width: 104
+                    prominent: true
+                    text: recording.value ? qsTr("Stop") : qsTr("Record")
+                    shortcutText: "Ctrl+R"
+                    iconSource: recording.value ? "qrc:/Interface/Icons/stop.svg" : "qrc:/Interface/Icons/record.svg"
+
+                    ControlLink {
+                        id: recordControl
+                        className: "NSButton"
+                        target: owner
+                        action: "actionButtonStartStopRecording:"
+                    }
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 56
+                    text: recordingTime.text
+                    color: recording.value ? Theme.accent : Theme.disabledText
+                    font.pixelSize: 16
+                    font.weight: Font.DemiBold
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: qsTr("Recording time %1").arg(text)
+                }
+            }
+            Row {
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.space
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: Theme.smallSpace
+
+                FolderField {
+                    id: moviesFolder
+                    className: "NXRolloverTextFieldRevealFolder"
+                    width: 176
+                    caption: qsTr("Movies")
+                    placeholder: qsTr("Show folder")
+                    recentFile: recentMovie.value ?? ""
+                    iconSource: "qrc:/Interface/Icons/movies.svg"
+                }
+                FolderField {
+                    id: picturesFolder
+                    className: "NXRolloverTextFieldRevealFolder"
+                    width: 176
+                    caption: qsTr("Pictures")
+                    placeholder: qsTr("Show folder")
+                    recentFile: recentPicture.value ?? ""
+                    iconSource: "qrc:/Interface/Icons/pictures.svg"
+                }
+            }
+        }
+    }
+}
