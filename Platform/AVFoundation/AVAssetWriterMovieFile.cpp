@@ -86,16 +86,16 @@ double AVAssetWriterMovieFile::pendingSeconds() const
 
 Ref<NSError> AVAssetWriterMovieFile::writeFragment()
 {
-    if (mEnd == 0) {
-        if (auto error = writeBeginning())
-            return error;
-    }
     std::vector<AVAssetWriterTrack*> tracks;
     for (const auto& track : mTracks)
         if (track->hasPendingSamples())
             tracks.push_back(track.get());
     if (tracks.empty())
         return nullptr;
+    if (mEnd == 0) {
+        if (auto error = writeBeginning())
+            return error;
+    }
 
     AVAssetWriterBoxBuffer boxes;
     std::vector<std::size_t> offsetPositions;

@@ -35,7 +35,7 @@ public:
     /// Before the first fragment. \return the track, which lives as long as the file
     AVAssetWriterTrack& addTrack(AVAssetWriterTrack::PictureFormat format);
     AVAssetWriterTrack& addTrack(const AudioStreamBasicDescription& format);
-    bool hasFragments() const noexcept { return mEnd > 0; }
+    bool hasFragments() const noexcept { return mFragments > 0; }
 
     /// How much time waits in the track that waits longest, in seconds.
     double pendingSeconds() const;

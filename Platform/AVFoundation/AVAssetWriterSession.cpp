@@ -229,9 +229,9 @@ AVAssetWriterPictureEncoder::Output AVAssetWriterSession::output()
 
 Ref<NSError> AVAssetWriterSession::write(Picture& picture)
 {
-    mLastPictureEnd = picture.time + picture.duration;
     if (auto error = mEncoder->encode(std::move(picture.frame), picture.time, output()))
         return error;
+    mLastPictureEnd = picture.time + picture.duration;
     return writeFragmentIfDue(fragmentSeconds);
 }
 
