@@ -3,11 +3,13 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/display.h>
 }
 
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <span>
 
 namespace {
 
@@ -47,6 +49,8 @@ void describe(const AVStream* stream, MovieContents& contents)
         contents.transfer = parameters.color_trc;
         contents.matrix = parameters.color_space;
         contents.range = parameters.color_range;
+        if (const auto* const matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr))
+            contents.rotation = av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
     } else {
         contents.sampleRate = parameters.sample_rate;
         contents.channels = parameters.ch_layout.nb_channels;

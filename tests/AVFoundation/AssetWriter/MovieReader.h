@@ -23,6 +23,7 @@ struct MovieContents {
     double duration = 0;
     Stream picture, sound;
     int width = 0, height = 0;
+    double rotation = 0; ///< degrees
     int primaries = 0, transfer = 0, matrix = 0, range = 0;
     int sampleRate = 0, channels = 0;
     std::vector<std::byte> soundBytes;

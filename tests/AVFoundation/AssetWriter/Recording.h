@@ -51,7 +51,8 @@ public:
     static Ref<CFDictionary> pictureSettings(int width, int height)
     {
         const auto compression = CFDictionary::create(
-            { { AVVideoAverageBitRateKey, CFNumber::create(static_cast<int>(static_cast<float>(width * height) * 11.4F)).get() },
+            { { AVVideoAverageBitRateKey,
+                  CFNumber::create(static_cast<int>(static_cast<float>(width * height) * 11.4F)).get() },
                 { AVVideoMaxKeyFrameIntervalKey, CFNumber::create(30).get() } });
         return CFDictionary::create({ { AVVideoCodecKey, AVVideoCodecH264 },
             { AVVideoWidthKey, CFNumber::create(width).get() }, { AVVideoHeightKey, CFNumber::create(height).get() },
@@ -61,9 +62,9 @@ public:
     {
         return CFDictionary::create({ { AVFormatIDKey, CFNumber::create(kAudioFormatLinearPCM).get() },
             { AVSampleRateKey, CFNumber::create(static_cast<float>(rate)).get() },
-            { AVNumberOfChannelsKey, CFNumber::create(channels).get() }, { AVLinearPCMBitDepthKey, CFNumber::create(16).get() },
-            { AVLinearPCMIsFloatKey, kCFBooleanFalse }, { AVLinearPCMIsBigEndianKey, kCFBooleanFalse },
-            { AVLinearPCMIsNonInterleaved, kCFBooleanFalse } });
+            { AVNumberOfChannelsKey, CFNumber::create(channels).get() },
+            { AVLinearPCMBitDepthKey, CFNumber::create(16).get() }, { AVLinearPCMIsFloatKey, kCFBooleanFalse },
+            { AVLinearPCMIsBigEndianKey, kCFBooleanFalse }, { AVLinearPCMIsNonInterleaved, kCFBooleanFalse } });
     }
     static AudioStreamBasicDescription soundFormat(double rate = sampleRate, std::uint32_t channels = 2)
     {
@@ -100,9 +101,11 @@ public:
     static Ref<CVPixelBuffer> picture(int width, int height, std::uint32_t colour, int number)
     {
         Ref<CVPixelBuffer> buffer;
-        CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(width), static_cast<std::size_t>(height), kCVPixelFormatType_32BGRA, nullptr, &buffer);
+        CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(width), static_cast<std::size_t>(height),
+            kCVPixelFormatType_32BGRA, nullptr, &buffer);
         for (int y = 0; y < height; ++y) {
-            auto* const row = reinterpret_cast<std::uint32_t*>(buffer->baseAddress() + static_cast<std::size_t>(y) * buffer->bytesPerRow());
+            auto* const row = reinterpret_cast<std::uint32_t*>(
+                buffer->baseAddress() + static_cast<std::size_t>(y) * buffer->bytesPerRow());
             for (int x = 0; x < width; ++x)
                 row[x] = y < height / 4 && (x + number) % 32 < 4 ? 0xFFFFFFFF : colour;
         }
@@ -152,7 +155,8 @@ public:
     {
         return soundInput->appendSampleBuffer(soundSample(counting(frames, first), nanoseconds).get());
     }
-    /// Pictures at 30 a second and sound of 20 ms, in turn, as capture delivers them; waits while an input is not ready.
+    /// Pictures at 30 a second and sound of 20 ms, in turn, as capture delivers them; waits while an input is not
+    /// ready.
     bool appendSeconds(double seconds)
     {
         bool isWritten = true;
@@ -175,10 +179,7 @@ public:
             ::usleep(1000);
     }
     /// What the writer's error says.
-    std::string errorText() const
-    {
-        return writer->error() ? writer->error()->localizedDescription()->string() : "";
-    }
+    std::string errorText() const { return writer->error() ? writer->error()->localizedDescription()->string() : ""; }
 
     const Ref<AVAssetWriter> writer;
     Ref<AVAssetWriterInput> pictureInput;
