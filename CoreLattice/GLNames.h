@@ -1,0 +1,71 @@
+#pragma once
+
+#define GL_GLEXT_PROTOTYPES
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <utility>
+
+namespace CoreLattice {
+
+/// Owns one name that OpenGL gave out; it goes with the owner, in the thread that has the context.
+template <class Traits> class GLName {
+public:
+    GLName() = default;
+    explicit GLName(GLuint name)
+        : mName(name)
+    {
+    }
+    GLName(GLName&& other) noexcept
+        : mName(std::exchange(other.mName, 0))
+    {
+    }
+    GLName& operator=(GLName&& other) noexcept
+    {
+        std::swap(mName, other.mName);
+        return *this;
+    }
+    ~GLName()
+    {
+        if (mName)
+            Traits::destroy(mName);
+    }
+    static GLName create() { return GLName(Traits::create()); }
+    GLuint get() const noexcept { return mName; }
+
+private:
+    GLuint mName = 0;
+};
+
+struct GLTextureTraits {
+    static GLuint create()
+    {
+        GLuint name = 0;
+        glGenTextures(1, &name);
+        return name;
+    }
+    static void destroy(GLuint name) { glDeleteTextures(1, &name); }
+};
+struct GLFramebufferTraits {
+    static GLuint create()
+    {
+        GLuint name = 0;
+        glGenFramebuffers(1, &name);
+        return name;
+    }
+    static void destroy(GLuint name) { glDeleteFramebuffers(1, &name); }
+};
+struct GLProgramTraits {
+    static GLuint create() { return glCreateProgram(); }
+    static void destroy(GLuint name) { glDeleteProgram(name); }
+};
+struct GLShaderTraits {
+    static void destroy(GLuint name) { glDeleteShader(name); }
+};
+
+using GLTexture = GLName<GLTextureTraits>;
+using GLFramebuffer = GLName<GLFramebufferTraits>;
+using GLProgram = GLName<GLProgramTraits>;
+using GLShader = GLName<GLShaderTraits>;
+
+}

@@ -1,0 +1,85 @@
+#include "CoreLattice/ISFDocument.h"
+
+#include "CoreLattice/ISFHeaderReader.h"
+
+#include <algorithm>
+
+namespace CoreLattice {
+
+namespace {
+
+constexpr std::size_t longestSource = 1 << 20;
+
+int lineAt(std::string_view text, std::size_t offset)
+{
+    return 1 + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size())), '\n'));
+}
+
+/// Whether the shader reads a value that changes by itself. A mention in a comment counts too, at no more than the cost of
+/// some needless renders.
+bool mentionsTime(std::string_view source)
+{
+    for (const std::string_view name : { "TIME", "TIMEDELTA", "DATE", "FRAMEINDEX" }) {
+        const auto isNameCharacter = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+        for (auto at = source.find(name); at != std::string_view::npos; at = source.find(name, at + 1)) {
+            const auto end = at + name.size();
+            if ((at == 0 || !isNameCharacter(source[at - 1])) && (end == source.size() || !isNameCharacter(source[end])))
+                return true;
+        }
+    }
+    return false;
+}
+
+}
+
+std::shared_ptr<const ISFDocument> ISFDocument::parse(
+    std::string_view source, std::string_view vertexSource, std::string file, CompositionError* error)
+{
+    auto document = std::make_shared<ISFDocument>();
+    document->file = file;
+    const auto fail = [&](int line, std::string message) {
+        *error = { std::move(file), line, std::move(message) };
+        return nullptr;
+    };
+    if (source.size() > longestSource || vertexSource.size() > longestSource)
+        return fail(0, "the file is larger than 1 MiB");
+    if (source.find('\0') != std::string_view::npos)
+        return fail(0, "the file is not text");
+
+    const auto start = source.find("/*");
+    const auto end = start == std::string_view::npos ? start : source.find("*/", start + 2);
+    if (end == std::string_view::npos)
+        return fail(1, "the file does not begin with a header in a comment");
+    const auto header = source.substr(start + 2, end - start - 2);
+    ISFHeaderReader reader(header, lineAt(source, start));
+    if (!reader.read(*document))
+        return fail(reader.line(), reader.message());
+
+    document->fragmentSource = source;
+    for (auto i = start; i < end + 2; ++i) {
+        if (document->fragmentSource[i] != '\n')
+            document->fragmentSource[i] = ' ';
+    }
+    document->vertexSource = vertexSource;
+    if (document->name.empty()) {
+        const auto slash = file.rfind('/');
+        const auto base = slash == std::string::npos ? file : file.substr(slash + 1);
+        document->name = base.substr(0, base.rfind('.'));
+    }
+    document->dependsOnTime = mentionsTime(document->fragmentSource) || mentionsTime(document->vertexSource);
+    return document;
+}
+
+const ISFInput* ISFDocument::input(std::string_view inputName) const
+{
+    const auto found = std::ranges::find(inputs, inputName, &ISFInput::name);
+    return found == inputs.end() ? nullptr : &*found;
+}
+
+const ISFPass* ISFDocument::target(std::string_view targetName) const
+{
+    const auto found = std::ranges::find(passes, targetName, &ISFPass::target);
+    return found == passes.end() ? nullptr : &*found;
+}
+
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "CoreLattice/ISFDocument.h"
+#include "CoreLattice/PictureTexture.h"
+#include "Platform/CoreFoundation/CFType.h"
+
+#include <map>
+
+namespace CoreLattice {
+
+/// What one input has at the moment of a render.
+struct ISFValue {
+    ISFInput::Numbers numbers {};
+    Ref<CVPixelBuffer> picture;
+    std::uint64_t pictureSerial = 0; ///< another one for each picture that was set, also for the same buffer again
+};
+
+/// Everything that one render looks at.
+struct ISFFrame {
+    double time = 0; ///< seconds
+    std::size_t width = 0;
+    std::size_t height = 0;
+    std::vector<ISFValue> values; ///< one for each input of the document, in its order
+};
+
+/// A composition compiled for the current context, with its textures and what its persistent buffers hold. Everything,
+/// the destructor too, belongs to the thread of the context.
+class ISFRenderer {
+public:
+    /// \return null with the reason when the driver refuses the shaders
+    static std::unique_ptr<ISFRenderer> create(std::shared_ptr<const ISFDocument> document, CompositionError* error);
+
+    /// For `create`.
+    ISFRenderer(std::shared_ptr<const ISFDocument> document, GLProgram program);
+
+    /// Renders all passes and copies the picture into \p output, a BGRA buffer of the frame's size, opaque, rows from the top.
+    /// \return false when a buffer of a pass cannot be had
+    bool render(const ISFFrame& frame, CVPixelBuffer& output);
+
+    const std::shared_ptr<const ISFDocument>& document() const noexcept { return mDocument; }
+
+private:
+    /// Where passes render to. A persistent one has a second texture: the one that is read while the other is written.
+    struct Target {
+        PictureTexture textures[2];
+        int front = 0;
+        bool persistent = false;
+        bool floatingPoint = false;
+    };
+    struct Locations {
+        GLint pass, size, time, timeDelta, date, frame, opaque;
+    };
+
+    void findLocations();
+    bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
+    void uploadPictures(const ISFFrame& frame);
+    void setUniforms(const ISFFrame& frame);
+    void bindTextures(const Target* written);
+    std::pair<std::size_t, std::size_t> passSize(const ISFPass& pass, const ISFFrame& frame) const;
+    const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame);
+    void bindTexture(GLint unit, GLuint texture);
+
+    const std::shared_ptr<const ISFDocument> mDocument;
+    const GLProgram mProgram;
+    Locations mLocations {};
+    std::vector<GLint> mInputLocations;
+    std::vector<PictureTexture> mPictures;
+    std::vector<std::uint64_t> mPictureSerials;
+    std::map<std::string, Target, std::less<>> mTargets;
+    PictureTexture mOutput;
+    PictureTexture mCopy;
+    PictureTexture mBlack;
+    double mLastTime = 0;
+    int mFrameIndex = 0;
+};
+
+}

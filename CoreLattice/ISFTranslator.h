@@ -1,0 +1,29 @@
+#pragma once
+
+#include "CoreLattice/ISFDocument.h"
+
+namespace CoreLattice {
+
+/// The two shaders of a composition, ready for the driver.
+struct TranslatedShaders {
+    std::string vertex;
+    std::string fragment;
+};
+
+/// Most turns that all the loops of one pixel, or of one corner, may take together.
+inline constexpr int loopBudget = 4096;
+
+/// Turns a composition's shaders into OpenGL's language (version 3.30, compatibility profile): declares the inputs and the
+/// format's own values and functions, gives each loop a budget, and keeps the lines' numbers.
+///
+/// Every picture, texture or target, is kept with its rows from the top, as pixel buffers have them, while the format counts
+/// from the bottom. So the places where the shader says or asks "where" are turned over: the functions that read pictures,
+/// the corners' positions and `gl_FragCoord`.
+///
+/// \return nothing, with the reason in \p error, when the source cannot be bounded
+std::optional<TranslatedShaders> translateShaders(const ISFDocument& document, CompositionError* error);
+
+/// Takes the first error out of a driver's log: the line of the file and the driver's words.
+CompositionError errorFromDriverLog(std::string_view log, std::string file);
+
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "CoreLattice/GLNames.h"
+#include "Platform/CoreVideo/CVPixelBuffer.h"
+
+#include <cstddef>
+
+namespace CoreLattice {
+
+/// A texture with its size, optionally with a framebuffer to render into it. Rows from the top. Render thread only.
+class PictureTexture {
+public:
+    std::size_t width() const noexcept { return mWidth; }
+    std::size_t height() const noexcept { return mHeight; }
+    GLuint texture() const noexcept { return mTexture.get(); }
+    GLuint framebuffer() const noexcept { return mFramebuffer.get(); }
+
+    /// Copies the buffer's pixels (BGRA) into the texture, which takes their size.
+    void upload(const CVPixelBuffer& buffer);
+    /// Gives the texture a size and a framebuffer, and makes it transparent black if anything changed.
+    /// \return false when the driver cannot render into such a texture
+    bool makeTarget(std::size_t width, std::size_t height, bool floatingPoint);
+
+private:
+    void allocate(std::size_t width, std::size_t height, bool floatingPoint);
+
+    GLTexture mTexture;
+    GLFramebuffer mFramebuffer;
+    std::size_t mWidth = 0;
+    std::size_t mHeight = 0;
+    bool mFloatingPoint = false;
+};
+
+}

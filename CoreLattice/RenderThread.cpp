@@ -1,0 +1,140 @@
+#include "CoreLattice/RenderThread.h"
+
+#include "Platform/CoreFoundation/CFType.h"
+#include "Platform/Foundation/NSLog.h"
+#include "Platform/OpenGL/GLContext.h"
+
+#include <pthread.h>
+
+#include <cstdlib>
+#include <future>
+
+namespace CoreLattice {
+
+RenderThread& RenderThread::shared()
+{
+    // Never destroyed, since views outlive static objects; only its thread ends with the process.
+    static RenderThread& thread = [] () -> RenderThread& {
+        static const auto owner = std::make_unique<RenderThread>().release();
+        std::atexit([] { owner->stop(); });
+        return *owner;
+    }();
+    return thread;
+}
+
+RenderThread::RenderThread()
+    : mThread([this] { run(); })
+{
+}
+
+RenderThread::~RenderThread()
+{
+    stop();
+}
+
+bool RenderThread::isCurrent() const noexcept
+{
+    return std::this_thread::get_id() == mThread.get_id();
+}
+
+void RenderThread::async(std::function<void()> work)
+{
+    const std::lock_guard lock(mLock);
+    mWork.push_back(std::move(work));
+    mWake.notify_one();
+}
+
+void RenderThread::asyncWhenIdle(std::function<void()> work)
+{
+    const std::lock_guard lock(mLock);
+    mIdleWork.push_back(std::move(work));
+    mWake.notify_one();
+}
+
+bool RenderThread::sync(const std::function<void()>& work)
+{
+    if (isCurrent()) {
+        work();
+        return true;
+    }
+    // The promise is broken, and the wait over, when the thread stops and drops the closure.
+    auto done = std::make_shared<std::promise<void>>();
+    auto finished = done->get_future();
+    {
+        const std::lock_guard lock(mLock);
+        if (mStopped)
+            return false;
+        mWork.push_back([done = std::move(done), &work] {
+            work();
+            done->set_value();
+        });
+        mWake.notify_one();
+    }
+    try {
+        finished.get();
+    } catch (const std::future_error&) {
+        return false;
+    }
+    return true;
+}
+
+void RenderThread::stop()
+{
+    {
+        const std::lock_guard lock(mLock);
+        mStopped = true;
+        mWake.notify_one();
+    }
+    if (mThread.joinable() && !isCurrent())
+        mThread.join();
+    std::deque<std::function<void()>> dropped;
+    {
+        const std::lock_guard lock(mLock);
+        dropped.swap(mWork);
+    }
+}
+
+bool RenderThread::hasContext()
+{
+    if (mTriedContext)
+        return mContext != nullptr;
+    mTriedContext = true;
+    // The software driver spreads each picture over its own threads, whose waiting for each other costs more processor time
+    // than the present pictures take.
+    setenv("LP_NUM_THREADS", "1", 0);
+    std::string error;
+    mContext = GLContext::create(&error);
+    if (mContext && !mContext->makeCurrent()) {
+        mContext = nullptr;
+        error = "the context cannot be made current";
+    }
+    if (!mContext)
+        NSLog(CFSTR("No filter can be rendered: %s"), error.c_str());
+    return mContext != nullptr;
+}
+
+bool RenderThread::isSoftware()
+{
+    return hasContext() && mContext->isSoftware();
+}
+
+void RenderThread::run()
+{
+    pthread_setname_np(pthread_self(), "CoreLattice");
+    for (;;) {
+        std::function<void()> work;
+        {
+            std::unique_lock lock(mLock);
+            mWake.wait(lock, [this] { return mStopped || !mWork.empty() || !mIdleWork.empty(); });
+            if (mStopped)
+                return;
+            auto& queue = mWork.empty() ? mIdleWork : mWork;
+            work = std::move(queue.front());
+            queue.pop_front();
+        }
+        const AutoreleasePool pool;
+        work();
+    }
+}
+
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+class GLContext;
+
+namespace CoreLattice {
+
+/// The one thread that renders, with the one context. Work is done in the order in which it came, that of views before
+/// that which can wait; each piece has an autorelease pool.
+class RenderThread {
+public:
+    /// Started by the first call, stopped when the process exits. Work that has not begun by then never runs.
+    static RenderThread& shared();
+
+    RenderThread();
+    ~RenderThread();
+
+    bool isCurrent() const noexcept;
+    void async(std::function<void()> work);
+    /// Done when nothing else waits.
+    void asyncWhenIdle(std::function<void()> work);
+    /// Does \p work and waits for it; at once on the render thread. Never from within a lock that rendering takes.
+    /// \return false when the thread has stopped and \p work was not done
+    bool sync(const std::function<void()>& work);
+    /// Ends the thread when its present piece of work is done.
+    void stop();
+
+    /// Whether there is a context. Render thread only; the first call makes it, and logs the reason when there is none.
+    bool hasContext();
+    /// Whether the processor does the rendering. Render thread only.
+    bool isSoftware();
+
+private:
+    void run();
+
+    std::mutex mLock;
+    std::condition_variable mWake;
+    std::deque<std::function<void()>> mWork;
+    std::deque<std::function<void()>> mIdleWork;
+    bool mStopped = false;
+    bool mTriedContext = false;
+    std::unique_ptr<GLContext> mContext;
+    std::thread mThread;
+};
+
+}

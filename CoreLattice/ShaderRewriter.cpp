@@ -1,0 +1,361 @@
+#include "CoreLattice/ShaderRewriter.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+namespace CoreLattice {
+
+namespace {
+
+// Loops with this many turns in the product of all of them are left to the compiler, which unrolls them.
+constexpr double mostUncountedTurns = 2048;
+
+bool isNameStart(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// Joins lines that end in a backslash and blanks comments. Every line end stays, the joined ones behind their line.
+std::string withoutComments(std::string_view source)
+{
+    std::string result;
+    std::size_t owedLines = 0;
+    bool inBlock = false;
+    bool inLine = false;
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        const char c = source[i];
+        const char next = i + 1 < source.size() ? source[i + 1] : '\0';
+        if (c == '\r')
+            continue;
+        if (c == '\\' && (next == '\n' || (next == '\r' && i + 2 < source.size() && source[i + 2] == '\n'))) {
+            i += next == '\r' ? 2 : 1;
+            ++owedLines;
+        } else if (c == '\n') {
+            inLine = false;
+            result.append(1 + owedLines, '\n');
+            owedLines = 0;
+        } else if (inBlock) {
+            if (c == '*' && next == '/') {
+                inBlock = false;
+                ++i;
+                result += ' ';
+            }
+        } else if (inLine) {
+            continue;
+        } else if (c == '/' && (next == '*' || next == '/')) {
+            (next == '*' ? inBlock : inLine) = true;
+            ++i;
+        } else {
+            result += static_cast<unsigned char>(c) < 0x80 ? c : ' ';
+        }
+    }
+    return result;
+}
+
+std::optional<double> literal(const std::string& text)
+{
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || (end != text.data() + text.size() && *end != 'f' && *end != 'F' && *end != 'u' && *end != 'U'))
+        return std::nullopt;
+    return value;
+}
+
+}
+
+ShaderRewriter::ShaderRewriter(std::string_view source)
+{
+    tokenize(withoutComments(source));
+}
+
+bool ShaderRewriter::fail(int line, std::string message)
+{
+    mLine = line;
+    mMessage = std::move(message);
+    return false;
+}
+
+void ShaderRewriter::tokenize(std::string_view source)
+{
+    static constexpr std::array pairs { "++", "--", "+=", "-=", "*=", "/=", "<=", ">=", "==", "!=", "&&", "||", "##", "<<", ">>" };
+    int line = 1;
+    bool inDirective = false;
+    bool lineBegins = true;
+    for (std::size_t i = 0; i < source.size();) {
+        const char c = source[i];
+        const auto start = i;
+        auto kind = Kind::Other;
+        if (c == '\n') {
+            kind = Kind::Space;
+            ++i;
+        } else if (c == ' ' || c == '\t') {
+            kind = Kind::Space;
+            while (i < source.size() && (source[i] == ' ' || source[i] == '\t'))
+                ++i;
+        } else if (isNameStart(c)) {
+            kind = Kind::Name;
+            while (i < source.size() && (isNameStart(source[i]) || isDigit(source[i])))
+                ++i;
+        } else if (isDigit(c) || (c == '.' && i + 1 < source.size() && isDigit(source[i + 1]))) {
+            kind = Kind::Number;
+            while (i < source.size()
+                && (isNameStart(source[i]) || isDigit(source[i]) || source[i] == '.'
+                    || ((source[i] == '+' || source[i] == '-') && (source[i - 1] == 'e' || source[i - 1] == 'E'))))
+                ++i;
+        } else {
+            const auto two = source.substr(i, 2);
+            i += std::ranges::find(pairs, two) != pairs.end() ? 2 : 1;
+        }
+        if (c == '#' && lineBegins)
+            inDirective = true;
+        mTokens.push_back({ kind, std::string(source.substr(start, i - start)), line, inDirective });
+        if (c == '\n') {
+            ++line;
+            inDirective = false;
+            lineBegins = true;
+        } else if (kind != Kind::Space) {
+            lineBegins = false;
+        }
+    }
+}
+
+bool ShaderRewriter::rewrite()
+{
+    if (!rewriteDirectives() || !checkNames() || !rewriteLoops())
+        return false;
+    for (const auto& token : mTokens)
+        mText += token.text;
+    return true;
+}
+
+std::size_t ShaderRewriter::nextSignificant(std::size_t index) const
+{
+    while (index < mTokens.size() && mTokens[index].kind == Kind::Space && mTokens[index].text != "\n")
+        ++index;
+    return index;
+}
+
+bool ShaderRewriter::rewriteDirectives()
+{
+    for (std::size_t i = 0; i < mTokens.size(); ++i) {
+        if (!mTokens[i].inDirective || mTokens[i].text != "#")
+            continue;
+        const auto word = nextSignificant(i + 1);
+        auto end = i;
+        while (end < mTokens.size() && mTokens[end].text != "\n")
+            ++end;
+        if (word >= end)
+            continue;
+        const auto& name = mTokens[word].text;
+        if (name == "define" || name == "undef") {
+            const auto defined = nextSignificant(word + 1);
+            static constexpr std::array guarded { "for", "while", "do", "main", "if", "gl_FragCoord" };
+            if (defined < end && std::ranges::find(guarded, mTokens[defined].text) != guarded.end())
+                return fail(mTokens[i].line, "\"" + mTokens[defined].text + "\" cannot be redefined");
+        }
+        const bool movesUp = name == "extension";
+        if (!movesUp && name != "version" && name != "line")
+            continue;
+        for (auto k = i; k < end; ++k) {
+            if (movesUp)
+                mExtensions += mTokens[k].text;
+            mTokens[k].text.clear();
+            mTokens[k].kind = Kind::Space;
+        }
+        if (movesUp)
+            mExtensions += '\n';
+    }
+    return true;
+}
+
+bool ShaderRewriter::checkNames()
+{
+    for (auto& token : mTokens) {
+        if (token.text == "##")
+            return fail(token.line, "names cannot be pasted together");
+        if (token.kind != Kind::Name)
+            continue;
+        if (token.text.starts_with("lattice_"))
+            return fail(token.line, "names that begin with \"lattice_\" are reserved");
+        if (token.text == "main")
+            token.text = "lattice_main";
+        else if (token.text == "gl_FragCoord")
+            token.text = "lattice_fragCoord()";
+        else if (token.text == "vv_FragNormCoord")
+            token.text = "isf_FragNormCoord";
+        else if (token.text == "vv_vertShaderInit")
+            token.text = "isf_vertShaderInit";
+    }
+    return true;
+}
+
+std::size_t ShaderRewriter::closing(std::size_t open) const
+{
+    int depth = 0;
+    for (auto i = open; i < mTokens.size(); ++i) {
+        if (mTokens[open].inDirective && mTokens[i].text == "\n")
+            break;
+        if (mTokens[i].text == "(")
+            ++depth;
+        else if (mTokens[i].text == ")" && --depth == 0)
+            return i;
+    }
+    return mTokens.size();
+}
+
+bool ShaderRewriter::rewriteLoops()
+{
+    for (std::size_t i = 0; i < mTokens.size(); ++i) {
+        if (mTokens[i].kind != Kind::Name || (mTokens[i].text != "for" && mTokens[i].text != "while"))
+            continue;
+        auto open = i + 1;
+        while (open < mTokens.size() && mTokens[open].kind == Kind::Space)
+            ++open;
+        const auto close = open < mTokens.size() && mTokens[open].text == "(" ? closing(open) : mTokens.size();
+        if (close == mTokens.size())
+            return fail(mTokens[i].line, "the condition of \"" + mTokens[i].text + "\" cannot be found");
+        if (mTokens[i].text == "while") {
+            mTokens[open].text = "((";
+            mTokens[close].text = ") && lattice_turn())";
+        } else if (!rewriteFor(open, close)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ShaderRewriter::rewriteFor(std::size_t open, std::size_t close)
+{
+    std::array<std::size_t, 2> semicolons {};
+    std::size_t count = 0;
+    int depth = 0;
+    for (auto i = open + 1; i < close; ++i) {
+        const auto& text = mTokens[i].text;
+        depth += text == "(" ? 1 : text == ")" ? -1 : 0;
+        if (text != ";" || depth != 0)
+            continue;
+        if (count == semicolons.size())
+            return fail(mTokens[i].line, "\"for\" has too many parts");
+        semicolons[count++] = i;
+    }
+    if (count != semicolons.size())
+        return fail(mTokens[open].line, "\"for\" has too few parts");
+    if (isShort(open, semicolons[0], semicolons[1], close))
+        return true;
+    const bool endless = std::all_of(mTokens.begin() + static_cast<std::ptrdiff_t>(semicolons[0]) + 1,
+        mTokens.begin() + static_cast<std::ptrdiff_t>(semicolons[1]), [](const Token& t) { return t.kind == Kind::Space; });
+    mTokens[semicolons[0]].text = endless ? "; (true" : "; (";
+    mTokens[semicolons[1]].text = ") && lattice_turn();";
+    return true;
+}
+
+/// Whether the loop is `for (int i = a; i < b; i++)` in literal numbers, or a relative of it, its body leaves `i` alone,
+/// and its turns still fit among the uncounted ones.
+bool ShaderRewriter::isShort(
+    std::size_t open, std::size_t firstSemicolon, std::size_t secondSemicolon, std::size_t close)
+{
+    if (mTokens[open].inDirective)
+        return false;
+    const auto part = [this](std::size_t first, std::size_t last) {
+        std::vector<const Token*> tokens;
+        for (auto i = first; i < last; ++i) {
+            if (mTokens[i].kind != Kind::Space)
+                tokens.push_back(&mTokens[i]);
+        }
+        return tokens;
+    };
+    const auto number = [](const std::vector<const Token*>& tokens, std::size_t from) -> std::optional<double> {
+        const bool negative = from < tokens.size() && tokens[from]->text == "-";
+        if (from + negative + 1 != tokens.size())
+            return std::nullopt;
+        const auto value = literal(tokens[from + negative]->text);
+        return value && negative ? -*value : value;
+    };
+    const auto start = part(open + 1, firstSemicolon);
+    const auto test = part(firstSemicolon + 1, secondSemicolon);
+    const auto step = part(secondSemicolon + 1, close);
+    if (start.size() < 4 || (start[0]->text != "int" && start[0]->text != "float") || start[2]->text != "=")
+        return false;
+    const auto& name = start[1]->text;
+    if (test.size() < 3 || test[0]->text != name || step.size() < 2)
+        return false;
+
+    const auto from = number(start, 3);
+    const auto to = number(test, 2);
+    std::optional<double> by;
+    if (step.size() == 2 && (step[0]->text == name || step[1]->text == name)) {
+        const auto& sign = step[0]->text == name ? step[1]->text : step[0]->text;
+        by = sign == "++" ? std::optional(1.0) : sign == "--" ? std::optional(-1.0) : std::nullopt;
+    } else if (step[0]->text == name && (step[1]->text == "+=" || step[1]->text == "-=")) {
+        by = number(step, 2);
+        if (by && step[1]->text == "-=")
+            by = -*by;
+    }
+    const auto& comparison = test[1]->text;
+    const bool upwards = comparison == "<" || comparison == "<=";
+    if (!from || !to || !by || (!upwards && comparison != ">" && comparison != ">=") || (upwards ? *by <= 0 : *by >= 0))
+        return false;
+    const double turns = std::max(1.0, std::floor((*to - *from) / *by) + 1);
+    if (!(mUncountedTurns * turns <= mostUncountedTurns) || bodyChanges(close, name))
+        return false;
+    mUncountedTurns *= turns;
+    return true;
+}
+
+/// Whether the rest of the loop's function may assign to \p name, or hand it to something that may. Looks at all that
+/// follows up to the end of the loop's body, or one statement.
+bool ShaderRewriter::bodyChanges(std::size_t close, std::string_view name) const
+{
+    int braces = 0;
+    int parentheses = 0;
+    for (auto i = close + 1; i < mTokens.size(); ++i) {
+        const auto& token = mTokens[i];
+        braces += token.text == "{" ? 1 : token.text == "}" ? -1 : 0;
+        parentheses += token.text == "(" ? 1 : token.text == ")" ? -1 : 0;
+        if (braces < 0)
+            return false;
+        if (braces == 0 && (token.text == "}" || (token.text == ";" && parentheses == 0))) {
+            auto next = i + 1;
+            while (next < mTokens.size() && mTokens[next].kind == Kind::Space)
+                ++next;
+            if (next == mTokens.size() || mTokens[next].text != "else")
+                return false;
+        }
+        if (token.inDirective)
+            return true;
+        if (token.text != name)
+            continue;
+        auto before = i - 1;
+        while (before > close && mTokens[before].kind == Kind::Space)
+            --before;
+        auto after = i + 1;
+        while (after < mTokens.size() && mTokens[after].kind == Kind::Space)
+            ++after;
+        static constexpr std::array changes { "=", "+=", "-=", "*=", "/=", "++", "--" };
+        const auto isChange = [](const Token& t) { return std::ranges::find(changes, t.text) != changes.end(); };
+        const auto& left = mTokens[before].text;
+        if (left == "++" || left == "--" || (after < mTokens.size() && isChange(mTokens[after])))
+            return true;
+        // Alone between commas or parentheses it may be an argument that the function writes to; a type's constructor, the
+        // usual case, writes nothing.
+        const auto& right = after < mTokens.size() ? mTokens[after].text : left;
+        if ((left == "(" || left == ",") && (right == ")" || right == ",")) {
+            auto callee = before;
+            while (callee > close && left == "(" && (callee == before || mTokens[callee].kind == Kind::Space))
+                --callee;
+            static constexpr std::array harmless { "float", "int", "vec2", "vec3", "vec4", "mod", "abs", "sin", "cos", "floor" };
+            if (left == "," || std::ranges::find(harmless, mTokens[callee].text) == harmless.end())
+                return true;
+        }
+    }
+    return true;
+}
+
+}

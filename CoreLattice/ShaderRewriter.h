@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CoreLattice {
+
+/// Rewrites the text of one shader of a composition, keeping the number of each line.
+///
+/// Comments and `#version` go, `#extension` lines are set apart, `main` becomes `lattice_main`, `gl_FragCoord` becomes
+/// `lattice_fragCoord()`, and names of the format's first version become those of the second. Every loop asks
+/// `lattice_turn()` before each turn, except short ones whose literal bounds show how many turns they take.
+class ShaderRewriter {
+public:
+    explicit ShaderRewriter(std::string_view source);
+
+    /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say why.
+    bool rewrite();
+    const std::string& text() const noexcept { return mText; }
+    /// The `#extension` lines.
+    const std::string& extensions() const noexcept { return mExtensions; }
+    int line() const noexcept { return mLine; }
+    const std::string& message() const noexcept { return mMessage; }
+
+private:
+    enum class Kind { Space, Name, Number, Other };
+    struct Token {
+        Kind kind;
+        std::string text;
+        int line;
+        bool inDirective;
+    };
+    bool fail(int line, std::string message);
+    void tokenize(std::string_view source);
+    bool rewriteDirectives();
+    bool checkNames();
+    bool rewriteLoops();
+    bool rewriteFor(std::size_t open, std::size_t close);
+    std::size_t closing(std::size_t open) const;
+    std::size_t nextSignificant(std::size_t index) const;
+    bool isShort(std::size_t open, std::size_t firstSemicolon, std::size_t secondSemicolon, std::size_t close);
+    bool bodyChanges(std::size_t close, std::string_view name) const;
+
+    std::vector<Token> mTokens;
+    std::string mText;
+    std::string mExtensions;
+    std::string mMessage;
+    int mLine = 0;
+    /// The product of the turns of all loops that are not counted: more turns than that none of them can take together.
+    double mUncountedTurns = 1;
+};
+
+}
