@@ -3,6 +3,7 @@
 #include "CoreLattice/QCComposition.h"
 #include "Platform/AppKit/NSView.h"
 #include "Platform/CoreVideo/CVPixelBuffer.h"
+#include "Platform/dispatch/dispatch.h"
 
 #include <atomic>
 
@@ -67,11 +68,25 @@ public:
 
     void setNeedsDisplay(bool needsDisplay) override;
 
+    bool isOpaque() override { return true; }
+
 private:
     void requestRender();
     void renderNow();
     void showOutput();
     void updateTimer();
+    void displayTick();
+    double secondsSinceStart() const;
 
     const std::shared_ptr<CoreLattice::ViewRenderer> mRenderer;
+    std::atomic<bool> mRendering { false };
+    std::atomic<bool> mRenderWaits { false };
+    std::atomic<bool> mFlipped { false };
+    // On the host clock, in nanoseconds.
+    std::atomic<std::int64_t> mStart { 0 };
+    std::atomic<std::int64_t> mLastRequest { 0 };
+    std::atomic<std::int64_t> mLastRender { 0 };
+    std::mutex mTimerLock;
+    Ref<dispatch_queue> mTimerQueue;
+    Ref<dispatch_source> mTimer;
 };

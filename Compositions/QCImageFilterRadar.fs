@@ -1,0 +1,2 @@
+/*{ "LABEL": "Radar", "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ] }*/
+void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage); }

@@ -1,0 +1,2 @@
+/*{ "LABEL": "Retro", "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ] }*/
+void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage); }

@@ -1,0 +1,244 @@
+#include "CoreLattice/ViewRenderer.h"
+
+#include "CoreLattice/RenderThread.h"
+#include "Platform/CoreImage/CIImage.h"
+#include "Platform/Foundation/NSLog.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace CoreLattice {
+
+namespace {
+
+// Pictures of one view that may be in use at a time: waiting to be shown, written and published. Beyond that the newest
+// frame is lost.
+constexpr std::size_t mostBuffers = 24;
+constexpr std::size_t usualWidth = 1280;
+constexpr std::size_t usualHeight = 720;
+
+/// The BGRA buffer behind a value, or null.
+CVPixelBuffer* pictureOf(CFType* value)
+{
+    auto* buffer = kindOf<CVPixelBuffer>(value);
+    if (const auto* const image = kindOf<CIImage>(value))
+        buffer = image->pixelBuffer();
+    return buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && buffer->baseAddress() ? buffer : nullptr;
+}
+
+double finite(double number)
+{
+    return std::isfinite(number) ? number : 0;
+}
+
+}
+
+ViewRenderer::~ViewRenderer()
+{
+    if (mRenderer) {
+        // A closure that can be posted must be copyable, so the renderer goes into a shared pointer.
+        RenderThread::shared().async([renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer))]() mutable { renderer.reset(); });
+    }
+}
+
+void ViewRenderer::load(QCComposition* composition)
+{
+    const std::lock_guard lock(mLock);
+    mComposition = composition;
+    ++mGeneration;
+    mValues.clear();
+    mObjects.clear();
+    if (!composition)
+        return;
+    const auto& inputs = composition->document()->inputs;
+    mValues.resize(inputs.size());
+    mObjects.resize(inputs.size());
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        mValues[i].numbers = inputs[i].defaultValue.value_or(ISFInput::Numbers { 0, 0, 0, 1 });
+        if (mPicture && inputs[i].type == ISFInputType::Image && inputs[i].name == textOf(QCCompositionInputImageKey)) {
+            mObjects[i] = mPicture;
+            mValues[i].picture = pictureOf(mPicture);
+            mValues[i].pictureSerial = ++mPictureSerial;
+        }
+    }
+}
+
+Ref<QCComposition> ViewRenderer::composition() const
+{
+    const std::lock_guard lock(mLock);
+    return mComposition;
+}
+
+bool ViewRenderer::dependsOnTime() const
+{
+    const std::lock_guard lock(mLock);
+    return mComposition && mComposition->document()->dependsOnTime;
+}
+
+Ref<CVPixelBuffer> ViewRenderer::output() const
+{
+    const std::lock_guard lock(mLock);
+    return mOutput;
+}
+
+void ViewRenderer::setOutputSize(std::size_t width, std::size_t height)
+{
+    const std::lock_guard lock(mLock);
+    mWidth = width;
+    mHeight = height;
+}
+
+void ViewRenderer::setValue(CFType* value, CFString* key)
+{
+    if (!isPresent(value))
+        value = nullptr;
+    Ref<CFType> replaced;
+    const std::lock_guard lock(mLock);
+    if (CFEqual(key, QCCompositionInputImageKey)) {
+        replaced = std::move(mPicture);
+        mPicture = value;
+    }
+    if (!mComposition)
+        return;
+    const auto& inputs = mComposition->document()->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (inputs[i].name != textOf(key) || inputs[i].isSilent)
+            continue;
+        mObjects[i] = value;
+        if (inputs[i].type == ISFInputType::Image) {
+            mValues[i].picture = pictureOf(value);
+            mValues[i].pictureSerial = ++mPictureSerial;
+        } else {
+            setNumbers(i, value);
+        }
+    }
+}
+
+void ViewRenderer::setNumbers(std::size_t index, CFType* value)
+{
+    const auto& input = mComposition->document()->inputs[index];
+    auto& numbers = mValues[index].numbers;
+    if (const auto* const number = kindOf<CFNumber>(value)) {
+        numbers[0] = finite(number->doubleValue());
+    } else if (const auto* const array = kindOf<CFArray>(value)) {
+        const auto values = array->values();
+        for (std::size_t i = 0; i < std::min(values.size(), numbers.size()); ++i) {
+            if (const auto* const element = kindOf<CFNumber>(values[i]))
+                numbers[i] = finite(element->doubleValue());
+        }
+    } else {
+        numbers = input.defaultValue.value_or(ISFInput::Numbers { 0, 0, 0, 1 });
+    }
+}
+
+Ref<CFType> ViewRenderer::value(CFString* key) const
+{
+    const std::lock_guard lock(mLock);
+    if (!mComposition)
+        return nullptr;
+    const auto& inputs = mComposition->document()->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (inputs[i].name != textOf(key) || inputs[i].isSilent)
+            continue;
+        if (mObjects[i])
+            return mObjects[i];
+        const auto* const port = mComposition->attributes()->get<CFDictionary>(key);
+        return port ? Ref<CFType>(port->objectForKey(LTCPortDefaultKey)) : nullptr;
+    }
+    return nullptr;
+}
+
+ViewRenderer::Snapshot ViewRenderer::snapshot(double time)
+{
+    Snapshot result;
+    const std::lock_guard lock(mLock);
+    if (!mComposition)
+        return result;
+    result.generation = mGeneration;
+    result.document = mComposition->document();
+    result.frame.time = time;
+    result.frame.values = mValues;
+    const auto& inputs = result.document->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (inputs[i].type == ISFInputType::Event) {
+            // An event lasts for one render.
+            mValues[i].numbers[0] = 0;
+            mObjects[i] = nullptr;
+        }
+        if (inputs[i].type != ISFInputType::Image || inputs[i].isSilent)
+            continue;
+        const bool isMain = inputs[i].name == textOf(QCCompositionInputImageKey);
+        result.lacksPicture = result.lacksPicture || (isMain && !mValues[i].picture);
+        if (mValues[i].picture && (isMain || !result.picture))
+            result.picture = mValues[i].picture;
+    }
+    result.frame.width = mWidth ? mWidth : result.picture ? result.picture->width() : usualWidth;
+    result.frame.height = mHeight ? mHeight : result.picture ? result.picture->height() : usualHeight;
+    return result;
+}
+
+bool ViewRenderer::render(double time)
+{
+    const auto snapshot = this->snapshot(time);
+    if (!snapshot.document || snapshot.lacksPicture)
+        return false;
+    Ref<CVPixelBuffer> result;
+    if (!renderSnapshot(snapshot, &result))
+        return false;
+    const std::lock_guard lock(mLock);
+    std::swap(mOutput, result);
+    return true;
+}
+
+bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result)
+{
+    if (mRendererGeneration != snapshot.generation)
+        prepareRenderer(snapshot);
+    if (!mRenderer) {
+        *result = snapshot.picture;
+        return *result != nullptr;
+    }
+    *result = newBuffer(snapshot.frame.width, snapshot.frame.height);
+    return *result && mRenderer->render(snapshot.frame, **result);
+}
+
+void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
+{
+    mRendererGeneration = snapshot.generation;
+    mRenderer = nullptr;
+    if (!RenderThread::shared().hasContext())
+        return;
+    CompositionError error;
+    mRenderer = ISFRenderer::create(snapshot.document, &error);
+    if (!mRenderer)
+        NSLog(CFSTR("A composition cannot be rendered: %s"), error.text().c_str());
+}
+
+Ref<CVPixelBuffer> ViewRenderer::newBuffer(std::size_t width, std::size_t height)
+{
+    if (!mPool || width != mPoolWidth || height != mPoolHeight) {
+        const auto attributes = CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA) },
+            { kCVPixelBufferWidthKey, CFNumber::create(width) }, { kCVPixelBufferHeightKey, CFNumber::create(height) },
+            { kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>() } });
+        mPool = nullptr;
+        const auto status = CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
+        if (status != kCVReturnSuccess) {
+            if (!std::exchange(mPoolFailed, true))
+                NSLog(CFSTR("No memory for rendered pictures of %u by %u: status %d"), width, height, status);
+            return nullptr;
+        }
+        mPoolFailed = false;
+        mPoolWidth = width;
+        mPoolHeight = height;
+    }
+    static const auto limit = [] {
+        auto dictionary = make<CFDictionary>();
+        dictionary->set(kCVPixelBufferPoolAllocationThresholdKey, CFNumber::create(mostBuffers).get());
+        return dictionary;
+    }();
+    Ref<CVPixelBuffer> buffer;
+    CVPixelBufferPoolCreatePixelBufferWithAuxAttributes(kCFAllocatorDefault, mPool, limit, &buffer);
+    return buffer;
+}
+
+}

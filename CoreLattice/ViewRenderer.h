@@ -1,0 +1,65 @@
+#pragma once
+
+#include "CoreLattice/ISFRenderer.h"
+#include "CoreLattice/QCComposition.h"
+#include "Platform/CoreVideo/CVPixelBufferPool.h"
+
+#include <mutex>
+
+namespace CoreLattice {
+
+/// A composition with the present values of its inputs and its last picture. Any thread may set and ask; rendering belongs
+/// to the render thread.
+class ViewRenderer {
+public:
+    ViewRenderer() = default;
+    /// Hands what belongs to the context to the render thread, which destroys it.
+    ~ViewRenderer();
+
+    void load(QCComposition* composition);
+    Ref<QCComposition> composition() const;
+    bool dependsOnTime() const;
+    void setValue(CFType* value, CFString* key);
+    Ref<CFType> value(CFString* key) const;
+    Ref<CVPixelBuffer> output() const;
+
+    /// Size of the pictures that have no input picture to go by, or that are to be smaller than it; zero for the input's.
+    void setOutputSize(std::size_t width, std::size_t height);
+    /// Renders into a fresh buffer, which becomes the output. Render thread only.
+    bool render(double time);
+
+private:
+    struct Snapshot {
+        std::uint64_t generation = 0;
+        std::shared_ptr<const ISFDocument> document;
+        ISFFrame frame;
+        Ref<CVPixelBuffer> picture;
+        bool lacksPicture = false;
+    };
+    Snapshot snapshot(double time);
+    void setNumbers(std::size_t index, CFType* value);
+    bool renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result);
+    void prepareRenderer(const Snapshot& snapshot);
+    Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
+
+    mutable std::mutex mLock;
+    Ref<QCComposition> mComposition;
+    std::vector<ISFValue> mValues;
+    std::vector<Ref<CFType>> mObjects; ///< what the inputs were set to; null for the default
+    Ref<CVPixelBuffer> mOutput;
+    Ref<CFType> mPicture; ///< the input picture, which outlives the composition
+    std::uint64_t mGeneration = 0;
+    std::uint64_t mPictureSerial = 0;
+    std::size_t mWidth = 0;
+    std::size_t mHeight = 0;
+
+    // Of the render thread.
+    std::unique_ptr<ISFRenderer> mRenderer;
+    std::uint64_t mRendererGeneration = 0;
+    Ref<CVPixelBufferPool> mPool;
+    std::size_t mPoolWidth = 0;
+    std::size_t mPoolHeight = 0;
+    bool mPoolFailed = false;
+};
+
+}
