@@ -59,6 +59,15 @@ struct GLProgramTraits {
     static GLuint create() { return glCreateProgram(); }
     static void destroy(GLuint name) { glDeleteProgram(name); }
 };
+struct GLSamplerTraits {
+    static GLuint create()
+    {
+        GLuint name = 0;
+        glGenSamplers(1, &name);
+        return name;
+    }
+    static void destroy(GLuint name) { glDeleteSamplers(1, &name); }
+};
 struct GLShaderTraits {
     static void destroy(GLuint name) { glDeleteShader(name); }
 };
@@ -66,6 +75,7 @@ struct GLShaderTraits {
 using GLTexture = GLName<GLTextureTraits>;
 using GLFramebuffer = GLName<GLFramebufferTraits>;
 using GLProgram = GLName<GLProgramTraits>;
+using GLSampler = GLName<GLSamplerTraits>;
 using GLShader = GLName<GLShaderTraits>;
 
 }

@@ -184,6 +184,7 @@ bool ISFHeaderReader::readInput(const Json& entry, ISFInput& input)
     input.defaultValue = numbersAt(entry.value, "DEFAULT");
     input.minimum = numbersAt(entry.value, "MIN");
     input.maximum = numbersAt(entry.value, "MAX");
+    input.nearest = textAt(entry.value, "FILTER") == "NEAREST";
     if (!readType(entry, input))
         return false;
     if (input.type == ISFInputType::Menu)
@@ -268,6 +269,7 @@ bool ISFHeaderReader::readPass(const Json& entry, ISFPass& pass)
         return fail("\"" + pass.target.substr(0, longestName) + "\" is no name for a pass");
     pass.persistent = truthAt(entry.value, "PERSISTENT");
     pass.floatingPoint = truthAt(entry.value, "FLOAT");
+    pass.nearest = textAt(entry.value, "FILTER") == "NEAREST";
     return readSize(entry, "WIDTH", pass.width) && readSize(entry, "HEIGHT", pass.height);
 }
 

@@ -43,6 +43,16 @@ std::string linkLog(GLuint program)
     return log;
 }
 
+GLSampler sampler(GLint filter)
+{
+    auto result = GLSampler::create();
+    glSamplerParameteri(result.get(), GL_TEXTURE_MIN_FILTER, filter);
+    glSamplerParameteri(result.get(), GL_TEXTURE_MAG_FILTER, filter);
+    glSamplerParameteri(result.get(), GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glSamplerParameteri(result.get(), GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    return result;
+}
+
 /// Year, month, day and seconds since midnight, as the format's DATE wants them.
 std::array<float, 4> dateNow()
 {
@@ -95,12 +105,17 @@ ISFRenderer::ISFRenderer(std::shared_ptr<const ISFDocument> document, GLProgram 
     , mPictureSerials(mDocument->inputs.size())
 {
     findLocations();
+    mSmooth = sampler(GL_LINEAR);
+    mNearest = sampler(GL_NEAREST);
     for (const auto& pass : mDocument->passes) {
         if (pass.target.empty())
             continue;
         auto& target = mTargets[pass.target];
         target.persistent = target.persistent || pass.persistent;
         target.floatingPoint = target.floatingPoint || pass.floatingPoint;
+        target.nearest = target.nearest || pass.nearest;
+        target.location = glGetUniformLocation(mProgram.get(), pass.target.c_str());
+        target.nearLocation = glGetUniformLocation(mProgram.get(), ("lattice_near_" + pass.target).c_str());
     }
 }
 
@@ -109,8 +124,10 @@ void ISFRenderer::findLocations()
     const auto location = [this](const char* name) { return glGetUniformLocation(mProgram.get(), name); };
     mLocations = { location("PASSINDEX"), location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"),
         location("DATE"), location("FRAMEINDEX"), location("lattice_opaque") };
-    for (const auto& input : mDocument->inputs)
+    for (const auto& input : mDocument->inputs) {
         mInputLocations.push_back(location(input.name.c_str()));
+        mNearLocations.push_back(location(("lattice_near_" + input.name).c_str()));
+    }
 }
 
 bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
@@ -209,30 +226,35 @@ void ISFRenderer::setUniforms(const ISFFrame& frame)
     }
 }
 
-void ISFRenderer::bindTexture(GLint unit, GLuint texture)
+void ISFRenderer::bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest)
 {
+    if (location < 0)
+        return;
+    glUniform1i(location, unit);
     glActiveTexture(static_cast<GLenum>(GL_TEXTURE0 + unit));
-    glBindTexture(GL_TEXTURE_2D, texture ? texture : mBlack.texture());
+    glBindTexture(GL_TEXTURE_2D, picture.texture() ? picture.texture() : mBlack.texture());
+    glBindSampler(static_cast<GLuint>(unit), nearest ? mNearest.get() : mSmooth.get());
+    ++unit;
 }
 
-void ISFRenderer::bindTextures(const Target* written)
+/// \param width, height  of what is drawn: a picture of the same size that is read where it is drawn needs no smoothing
+void ISFRenderer::bindTextures(const Target* written, std::size_t width, std::size_t height)
 {
     GLint unit = 0;
+    const auto bind = [&](const PictureTexture& picture, GLint location, GLint nearLocation, bool nearest) {
+        bindTexture(location, unit, picture, nearest);
+        bindTexture(nearLocation, unit, picture, nearest || (picture.width() == width && picture.height() == height));
+    };
     for (std::size_t i = 0; i < mPictures.size(); ++i) {
-        if (mDocument->inputs[i].type != ISFInputType::Image || mInputLocations[i] < 0)
-            continue;
-        glUniform1i(mInputLocations[i], unit);
-        bindTexture(unit++, mPictures[i].texture());
+        if (mDocument->inputs[i].type == ISFInputType::Image)
+            bind(mPictures[i], mInputLocations[i], mNearLocations[i], mDocument->inputs[i].nearest);
     }
     for (auto& [name, target] : mTargets) {
-        const auto location = glGetUniformLocation(mProgram.get(), name.c_str());
-        if (location < 0)
-            continue;
         // A target that is being written and has no second texture reads as black.
         const bool readable = &target != written || target.persistent;
-        glUniform1i(location, unit);
-        bindTexture(unit++, readable ? target.textures[target.front].texture() : 0);
+        bind(readable ? target.textures[target.front] : mBlack, target.location, target.nearLocation, target.nearest);
     }
+    glActiveTexture(GL_TEXTURE0);
 }
 
 std::pair<std::size_t, std::size_t> ISFRenderer::passSize(const ISFPass& pass, const ISFFrame& frame) const
@@ -276,7 +298,7 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     }
     if (!into->makeTarget(width, height, target && target->floatingPoint))
         return nullptr;
-    bindTextures(target);
+    bindTextures(target, width, height);
     glBindFramebuffer(GL_FRAMEBUFFER, into->framebuffer());
     glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
     glUniform1i(mLocations.pass, static_cast<GLint>(index));

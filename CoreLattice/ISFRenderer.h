@@ -46,6 +46,9 @@ private:
         int front = 0;
         bool persistent = false;
         bool floatingPoint = false;
+        bool nearest = false;
+        GLint location = -1;
+        GLint nearLocation = -1;
     };
     struct Locations {
         GLint pass, size, time, timeDelta, date, frame, opaque;
@@ -55,15 +58,18 @@ private:
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
     void uploadPictures(const ISFFrame& frame);
     void setUniforms(const ISFFrame& frame);
-    void bindTextures(const Target* written);
+    void bindTextures(const Target* written, std::size_t width, std::size_t height);
     std::pair<std::size_t, std::size_t> passSize(const ISFPass& pass, const ISFFrame& frame) const;
     const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame);
-    void bindTexture(GLint unit, GLuint texture);
+    void bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest);
 
     const std::shared_ptr<const ISFDocument> mDocument;
     const GLProgram mProgram;
     Locations mLocations {};
     std::vector<GLint> mInputLocations;
+    std::vector<GLint> mNearLocations; ///< of the inputs' cheap forms
+    GLSampler mSmooth;
+    GLSampler mNearest;
     std::vector<PictureTexture> mPictures;
     std::vector<std::uint64_t> mPictureSerials;
     std::map<std::string, Target, std::less<>> mTargets;

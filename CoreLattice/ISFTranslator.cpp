@@ -68,6 +68,20 @@ const char* languageType(ISFInputType type)
     return "float";
 }
 
+std::vector<std::string> picturesOf(const ISFDocument& document)
+{
+    std::vector<std::string> result;
+    for (const auto& input : document.inputs) {
+        if (input.type == ISFInputType::Image)
+            result.push_back(input.name);
+    }
+    for (const auto& pass : document.passes) {
+        if (!pass.target.empty() && document.target(pass.target) == &pass)
+            result.push_back(pass.target);
+    }
+    return result;
+}
+
 std::string inputDeclarations(const ISFDocument& document)
 {
     std::string result;
@@ -76,11 +90,13 @@ std::string inputDeclarations(const ISFDocument& document)
         result += type;
         result += ' ' + name + ";\n";
     };
-    for (const auto& input : document.inputs)
-        declare(languageType(input.type), input.name);
-    for (const auto& pass : document.passes) {
-        if (!pass.target.empty() && document.target(pass.target) == &pass)
-            declare("sampler2D", pass.target);
+    for (const auto& input : document.inputs) {
+        if (input.type != ISFInputType::Image)
+            declare(languageType(input.type), input.name);
+    }
+    for (const auto& picture : picturesOf(document)) {
+        declare(languageType(ISFInputType::Image), picture);
+        declare(languageType(ISFInputType::Image), "lattice_near_" + picture);
     }
     return result;
 }
@@ -88,7 +104,7 @@ std::string inputDeclarations(const ISFDocument& document)
 std::optional<std::string> assemble(const ISFDocument& document, std::string_view source, std::string_view declarations,
     std::string_view end, CompositionError* error)
 {
-    ShaderRewriter rewriter(source);
+    ShaderRewriter rewriter(source, picturesOf(document));
     if (!rewriter.rewrite()) {
         *error = { document.file, rewriter.line(), rewriter.message() };
         return std::nullopt;

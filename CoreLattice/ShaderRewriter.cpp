@@ -70,7 +70,8 @@ std::optional<double> literal(const std::string& text)
 
 }
 
-ShaderRewriter::ShaderRewriter(std::string_view source)
+ShaderRewriter::ShaderRewriter(std::string_view source, std::vector<std::string> pictures)
+    : mPictures(std::move(pictures))
 {
     tokenize(withoutComments(source));
 }
@@ -130,6 +131,7 @@ bool ShaderRewriter::rewrite()
 {
     if (!rewriteDirectives() || !checkNames() || !rewriteLoops())
         return false;
+    rewritePictures();
     for (const auto& token : mTokens)
         mText += token.text;
     return true;
@@ -194,6 +196,21 @@ bool ShaderRewriter::checkNames()
             token.text = "isf_vertShaderInit";
     }
     return true;
+}
+
+void ShaderRewriter::rewritePictures()
+{
+    for (std::size_t i = 0; i < mTokens.size(); ++i) {
+        if (mTokens[i].text != "IMG_THIS_PIXEL" && mTokens[i].text != "IMG_THIS_NORM_PIXEL")
+            continue;
+        const auto open = nextSignificant(i + 1);
+        const auto name = nextSignificant(open + 1);
+        const auto close = nextSignificant(name + 1);
+        if (close >= mTokens.size() || mTokens[open].text != "(" || mTokens[close].text != ")")
+            continue;
+        if (std::ranges::find(mPictures, mTokens[name].text) != mPictures.end())
+            mTokens[name].text.insert(0, "lattice_near_");
+    }
 }
 
 std::size_t ShaderRewriter::closing(std::size_t open) const

@@ -8,12 +8,15 @@ namespace CoreLattice {
 
 /// Rewrites the text of one shader of a composition, keeping the number of each line.
 ///
+/// Where a picture is read at the very place that is being drawn, its name becomes `lattice_near_` with the name, for which the
+/// renderer may choose a cheaper way of reading.
 /// Comments and `#version` go, `#extension` lines are set apart, `main` becomes `lattice_main`, `gl_FragCoord` becomes
 /// `lattice_fragCoord()`, and names of the format's first version become those of the second. Every loop asks
 /// `lattice_turn()` before each turn, except short ones whose literal bounds show how many turns they take.
 class ShaderRewriter {
 public:
-    explicit ShaderRewriter(std::string_view source);
+    /// \param pictures  the names of the pictures that the shader reads
+    ShaderRewriter(std::string_view source, std::vector<std::string> pictures);
 
     /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say why.
     bool rewrite();
@@ -35,6 +38,7 @@ private:
     void tokenize(std::string_view source);
     bool rewriteDirectives();
     bool checkNames();
+    void rewritePictures();
     bool rewriteLoops();
     bool rewriteFor(std::size_t open, std::size_t close);
     std::size_t closing(std::size_t open) const;
@@ -42,6 +46,7 @@ private:
     bool isShort(std::size_t open, std::size_t firstSemicolon, std::size_t secondSemicolon, std::size_t close);
     bool bodyChanges(std::size_t close, std::string_view name) const;
 
+    const std::vector<std::string> mPictures;
     std::vector<Token> mTokens;
     std::string mText;
     std::string mExtensions;

@@ -217,9 +217,9 @@ void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
 Ref<CVPixelBuffer> ViewRenderer::newBuffer(std::size_t width, std::size_t height)
 {
     if (!mPool || width != mPoolWidth || height != mPoolHeight) {
-        const auto attributes = CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA) },
-            { kCVPixelBufferWidthKey, CFNumber::create(width) }, { kCVPixelBufferHeightKey, CFNumber::create(height) },
-            { kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>() } });
+        const auto attributes = CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
+            { kCVPixelBufferWidthKey, CFNumber::create(width).get() }, { kCVPixelBufferHeightKey, CFNumber::create(height).get() },
+            { kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>().get() } });
         mPool = nullptr;
         const auto status = CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
         if (status != kCVReturnSuccess) {
