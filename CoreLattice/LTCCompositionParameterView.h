@@ -5,7 +5,8 @@
 
 /// Shows the parameters of a rendered composition and applies what the user changes. Main thread only.
 ///
-/// Key `parameters`: the array of `LTCCompositionParameter` that are shown, observed by the view's component.
+/// Keys, observed by the view's component: `parameters`, the array of `LTCCompositionParameter` that are shown, and
+/// `compositionName`.
 class LTCCompositionParameterView : public NSView {
     NS_OBJECT(LTCCompositionParameterView)
 public:
@@ -19,6 +20,8 @@ public:
     void setDelegate(NSObject* delegate);
     Ref<NSObject> delegate() const { return mDelegate.strongReference(); }
 
+    /// Of the composition whose parameters are shown; empty without one.
+    CFString* compositionName() const;
     /// What is shown, in the order of the composition's inputs.
     CFArray* parameters() const { return mParameters; }
     /// Every parameter back to its default.
@@ -26,6 +29,8 @@ public:
 
     /// A parameter of this view was changed by the user: gives it to the renderer, then tells the delegate.
     void applyParameter(LTCCompositionParameter* parameter);
+
+    std::string interfaceComponent() override;
 
 private:
     void rebuildParameters();

@@ -4,6 +4,7 @@
 #include "CoreLattice/LTCCompositionPickerViewDelegate.h"
 #include "CoreLattice/LTCCompositionPickerViewProtocol.h"
 #include "CoreLattice/QCComposition.h"
+#include "Platform/AppKit/NSColor.h"
 #include "Platform/AppKit/NSView.h"
 
 namespace CoreLattice {
@@ -56,19 +57,21 @@ public:
     /// and tells the delegate. Choosing the selected tile again tells it again.
     void selectTileAtIndex(long index);
 
+    std::string interfaceComponent() override;
+
 private:
+    static constexpr double tileHeight = 126; ///< in pixels
     void setSelectedIndex(long index);
-    void rebuildTiles();
 
     WeakRef<NSObject> mDelegate;
     Ref<CFArray> mCompositions;
     Ref<CFArray> mTiles;
     const std::shared_ptr<CoreLattice::ThumbnailScheduler> mScheduler;
-    Ref<CFType> mBackgroundColor;
+    Ref<NSColor> mBackgroundColor;
     long mSelectedIndex = -1;
     std::uint64_t mNumberOfRows = 1;
     CGSize mCompositionAspectRatio { 16, 9 };
-    float mMaxAnimationFrameRate = 30;
+    float mMaxAnimationFrameRate = 10;
     bool mAnimating = false;
     bool mShowsCompositionNames = false;
     bool mAllowsEmptySelection = false;

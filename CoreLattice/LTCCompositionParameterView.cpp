@@ -1,0 +1,97 @@
+#include "CoreLattice/LTCCompositionParameterView.h"
+
+#include "CoreLattice/LTCCompositionParameterViewDelegate.h"
+
+NS_IMPLEMENTATION(LTCCompositionParameterView, NSView)
+{
+    type.message("setCompositionRenderer:", &LTCCompositionParameterView::setCompositionRenderer);
+    type.message("setDelegate:", &LTCCompositionParameterView::setDelegate);
+    type.message("resetParameters", &LTCCompositionParameterView::resetParameters);
+    type.key("parameters", &LTCCompositionParameterView::parameters);
+    type.key("compositionName", &LTCCompositionParameterView::compositionName);
+    type.outlet("delegate", &LTCCompositionParameterView::delegate, &LTCCompositionParameterView::setDelegate);
+}
+
+LTCCompositionParameterView::LTCCompositionParameterView()
+    : mParameters(make<CFArray>())
+{
+}
+
+LTCCompositionParameterView::~LTCCompositionParameterView() = default;
+
+std::string LTCCompositionParameterView::interfaceComponent()
+{
+    return "qrc:/CoreLattice/LTCCompositionParameterView.qml";
+}
+
+CFString* LTCCompositionParameterView::compositionName() const
+{
+    const auto renderer = mRenderer.strongReference();
+    const auto* const composition = renderer ? renderer->loadedComposition() : nullptr;
+    return composition ? composition->name() : CFSTR("");
+}
+
+void LTCCompositionParameterView::setCompositionRenderer(LTCView* renderer)
+{
+    {
+        const NSKeyValueChange change(this, "compositionName");
+        mRenderer = renderer;
+    }
+    rebuildParameters();
+}
+
+void LTCCompositionParameterView::setDelegate(NSObject* delegate)
+{
+    mDelegate = delegate;
+    // The new delegate may want other parameters to be seen. A delegate that leaves, as at the end, changes nothing.
+    if (delegate)
+        rebuildParameters();
+}
+
+void LTCCompositionParameterView::rebuildParameters()
+{
+    const auto renderer = mRenderer.strongReference();
+    const auto delegate = mDelegate.strongReference();
+    auto* const judge
+        = delegate && delegate->respondsToSelector("compositionParameterView:shouldDisplayParameterWithKey:attributes:")
+        ? kindOf<LTCCompositionParameterViewDelegate>(delegate)
+        : nullptr;
+    auto* const attributes = renderer ? renderer->attributes() : nullptr;
+    auto parameters = make<CFArray>();
+    if (attributes) {
+        for (const auto& value : renderer->inputKeys()->values()) {
+            auto* const key = kindOf<CFString>(value);
+            auto* const port = attributes->get<CFDictionary>(key);
+            // A picture is nothing that this view could let anybody set.
+            if (!port || CFEqual(port->objectForKey(LTCPortTypeKey), LTCPortTypeImage))
+                continue;
+            if (judge && !judge->compositionParameterView_shouldDisplayParameterWithKey_attributes(this, key, port))
+                continue;
+            parameters->append(make<LTCCompositionParameter>(this, key, port, renderer->valueForInputKey(key).get()).get());
+        }
+    }
+    const NSKeyValueChange change(this, "parameters");
+    mParameters = std::move(parameters);
+}
+
+void LTCCompositionParameterView::resetParameters()
+{
+    for (const auto& value : mParameters->values()) {
+        if (auto* const parameter = kindOf<LTCCompositionParameter>(value))
+            parameter->reset();
+    }
+}
+
+void LTCCompositionParameterView::applyParameter(LTCCompositionParameter* parameter)
+{
+    const auto renderer = mRenderer.strongReference();
+    if (!renderer || !parameter)
+        return;
+    renderer->setValue_forInputKey(parameter->value().get(), parameter->key());
+    renderer->setNeedsDisplay(true);
+    const auto delegate = mDelegate.strongReference();
+    if (delegate && delegate->respondsToSelector("compositionParameterView:didChangeParameterWithKey:")) {
+        if (auto* const told = kindOf<LTCCompositionParameterViewDelegate>(delegate))
+            told->compositionParameterView_didChangeParameterWithKey(this, parameter->key());
+    }
+}

@@ -1,0 +1,201 @@
+#include "CoreLattice/LTCCompositionPickerView.h"
+
+#include "CoreLattice/LTCCompositionRepository.h"
+#include "CoreLattice/ThumbnailScheduler.h"
+
+#include <algorithm>
+
+NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
+{
+    type.message("setCompositionsFromRepositoryWithProtocol:andAttributes:",
+        &LTCCompositionPickerView::setCompositionsFromRepositoryWithProtocol_andAttributes);
+    type.message("startAnimation:", &LTCCompositionPickerView::startAnimation);
+    type.message("stopAnimation:", &LTCCompositionPickerView::stopAnimation);
+    type.message("isAnimating", &LTCCompositionPickerView::isAnimating);
+    type.message("setDefaultValue:forInputKey:", &LTCCompositionPickerView::setDefaultValue_forInputKey);
+    type.message("resetDefaultInputValues", &LTCCompositionPickerView::resetDefaultInputValues);
+    type.message("setDelegate:", &LTCCompositionPickerView::setDelegate);
+    type.key("compositions", &LTCCompositionPickerView::compositions);
+    type.key("showsCompositionNames", &LTCCompositionPickerView::showsCompositionNames,
+        &LTCCompositionPickerView::setShowsCompositionNames);
+    type.key("allowsEmptySelection", &LTCCompositionPickerView::allowsEmptySelection,
+        &LTCCompositionPickerView::setAllowsEmptySelection);
+    type.key("selectedComposition", &LTCCompositionPickerView::selectedComposition,
+        &LTCCompositionPickerView::setSelectedComposition);
+    type.key("tiles", &LTCCompositionPickerView::tiles);
+    type.key("selectedIndex", &LTCCompositionPickerView::selectedIndex, &LTCCompositionPickerView::selectTileAtIndex);
+    type.outlet("delegate", &LTCCompositionPickerView::delegate, &LTCCompositionPickerView::setDelegate);
+}
+
+LTCCompositionPickerView::LTCCompositionPickerView()
+    : mCompositions(make<CFArray>())
+    , mTiles(make<CFArray>())
+    , mScheduler(std::make_shared<CoreLattice::ThumbnailScheduler>())
+{
+    mScheduler->setMaxFrameRate(mMaxAnimationFrameRate);
+}
+
+LTCCompositionPickerView::~LTCCompositionPickerView() = default;
+
+std::string LTCCompositionPickerView::interfaceComponent()
+{
+    return "qrc:/CoreLattice/LTCCompositionPickerView.qml";
+}
+
+void LTCCompositionPickerView::setCompositionsFromRepositoryWithProtocol_andAttributes(
+    CFString* protocol, CFDictionary* attributes)
+{
+    if (!isPresent(protocol))
+        return;
+    const auto offered
+        = LTCCompositionRepository::sharedCompositionRepository()->compositionsWithProtocol_andAttributes(protocol, attributes);
+    const auto delegate = mDelegate.strongReference();
+    auto* const judge = delegate && delegate->respondsToSelector("compositionPickerView:shouldIncludeComposition:")
+        ? kindOf<LTCCompositionPickerViewDelegate>(delegate)
+        : nullptr;
+    auto included = make<CFArray>();
+    auto tiles = make<CFArray>();
+    std::vector<Ref<LTCCompositionPickerTile>> tileList;
+    for (const auto& value : offered->values()) {
+        auto* const composition = kindOf<QCComposition>(value);
+        if (!composition || (judge && !judge->compositionPickerView_shouldIncludeComposition(this, composition)))
+            continue;
+        included->append(composition);
+        tileList.push_back(make<LTCCompositionPickerTile>(composition));
+        tiles->append(tileList.back());
+    }
+    {
+        const NSKeyValueChange compositionsChange(this, "compositions");
+        const NSKeyValueChange tilesChange(this, "tiles");
+        mCompositions = std::move(included);
+        mTiles = std::move(tiles);
+    }
+    mScheduler->setTiles(tileList);
+    setSelectedIndex(-1);
+}
+
+void LTCCompositionPickerView::startAnimation(NSObject* /*sender*/)
+{
+    if (mAnimating)
+        return;
+    mAnimating = true;
+    mScheduler->setActive(true);
+    const auto delegate = mDelegate.strongReference();
+    if (delegate && delegate->respondsToSelector("compositionPickerViewDidStartAnimating:")) {
+        if (auto* const told = kindOf<LTCCompositionPickerViewDelegate>(delegate))
+            told->compositionPickerViewDidStartAnimating(this);
+    }
+}
+
+void LTCCompositionPickerView::stopAnimation(NSObject* /*sender*/)
+{
+    if (!mAnimating)
+        return;
+    const auto delegate = mDelegate.strongReference();
+    if (delegate && delegate->respondsToSelector("compositionPickerViewWillStopAnimating:")) {
+        if (auto* const told = kindOf<LTCCompositionPickerViewDelegate>(delegate))
+            told->compositionPickerViewWillStopAnimating(this);
+    }
+    mAnimating = false;
+    mScheduler->setActive(false);
+}
+
+void LTCCompositionPickerView::setDefaultValue_forInputKey(CFType* value, CFString* key)
+{
+    if (isPresent(key))
+        mScheduler->setValue(value, key);
+}
+
+void LTCCompositionPickerView::resetDefaultInputValues()
+{
+    mScheduler->resetValues();
+}
+
+NSObject* LTCCompositionPickerView::delegate() const
+{
+    return autorelease(mDelegate.strongReference());
+}
+
+void LTCCompositionPickerView::setDelegate(NSObject* delegate)
+{
+    mDelegate = delegate;
+}
+
+void LTCCompositionPickerView::setShowsCompositionNames(bool shows)
+{
+    const NSKeyValueChange change(this, "showsCompositionNames");
+    mShowsCompositionNames = shows;
+}
+
+void LTCCompositionPickerView::setAllowsEmptySelection(bool allows)
+{
+    const NSKeyValueChange change(this, "allowsEmptySelection");
+    mAllowsEmptySelection = allows;
+}
+
+void LTCCompositionPickerView::setCompositionAspectRatio(CGSize ratio)
+{
+    if (ratio.width <= 0 || ratio.height <= 0)
+        return;
+    mCompositionAspectRatio = ratio;
+    mScheduler->setTileSize(static_cast<std::size_t>(std::clamp(tileHeight * ratio.width / ratio.height, 16.0, 1024.0)),
+        static_cast<std::size_t>(tileHeight));
+}
+
+QCComposition* LTCCompositionPickerView::selectedComposition() const
+{
+    return mSelectedIndex < 0 ? nullptr : kindOf<QCComposition>(mCompositions->objectAtIndex(static_cast<std::size_t>(mSelectedIndex)));
+}
+
+void LTCCompositionPickerView::setSelectedComposition(QCComposition* composition)
+{
+    const auto compositions = mCompositions->values();
+    for (std::size_t i = 0; composition && i < compositions.size(); ++i) {
+        if (CFEqual(compositions[i], composition)) {
+            setSelectedIndex(static_cast<long>(i));
+            return;
+        }
+    }
+    if (!composition && mAllowsEmptySelection)
+        setSelectedIndex(-1);
+}
+
+void LTCCompositionPickerView::setMaxAnimationFrameRate(float framesPerSecond)
+{
+    mMaxAnimationFrameRate = framesPerSecond;
+    mScheduler->setMaxFrameRate(framesPerSecond);
+}
+
+NSColor* LTCCompositionPickerView::backgroundColor() const
+{
+    return mBackgroundColor;
+}
+
+void LTCCompositionPickerView::setBackgroundColor(NSColor* color)
+{
+    mBackgroundColor = color;
+}
+
+void LTCCompositionPickerView::setNumberOfRows(std::uint64_t rows)
+{
+    mNumberOfRows = rows;
+}
+
+void LTCCompositionPickerView::setSelectedIndex(long index)
+{
+    const NSKeyValueChange change(this, "selectedIndex");
+    const NSKeyValueChange compositionChange(this, "selectedComposition");
+    mSelectedIndex = index;
+}
+
+void LTCCompositionPickerView::selectTileAtIndex(long index)
+{
+    if (index < -1 || index >= static_cast<long>(mCompositions->count()) || (index == -1 && !mAllowsEmptySelection))
+        return;
+    setSelectedIndex(index);
+    const auto delegate = mDelegate.strongReference();
+    if (delegate && delegate->respondsToSelector("compositionPickerView:didSelectComposition:")) {
+        if (auto* const told = kindOf<LTCCompositionPickerViewDelegate>(delegate))
+            told->compositionPickerView_didSelectComposition(this, selectedComposition());
+    }
+}

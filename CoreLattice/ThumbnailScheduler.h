@@ -1,0 +1,49 @@
+#pragma once
+
+#include "CoreLattice/LTCCompositionPickerTile.h"
+#include "CoreLattice/ViewRenderer.h"
+
+namespace CoreLattice {
+
+/// Renders the tiles of a picker in turn, so that all of them together stay within a budget of processor time, on the
+/// render thread when no view needs it. Any thread may use it.
+class ThumbnailScheduler : public std::enable_shared_from_this<ThumbnailScheduler> {
+public:
+    /// Replaces the tiles; each gets the values that were set so far.
+    void setTiles(const std::vector<Ref<LTCCompositionPickerTile>>& tiles);
+    /// Sets an input of every tile. A picture is the beat: for each one that comes, some tiles are rendered.
+    void setValue(CFType* value, CFString* key);
+    /// Every input back to its default, pictures too.
+    void resetValues();
+    void setActive(bool active);
+    /// Of one tile; 0 for as often as the budget allows.
+    void setMaxFrameRate(double framesPerSecond);
+    /// In pixels.
+    void setTileSize(std::size_t width, std::size_t height);
+
+private:
+    struct Item {
+        Ref<LTCCompositionPickerTile> tile;
+        std::shared_ptr<ViewRenderer> renderer;
+        std::int64_t lastRender = 0; ///< nanoseconds on the host clock
+        bool rendered = false;
+    };
+    void request();
+    void renderNext();
+    /// The item whose turn it is, or null when none may be rendered yet.
+    std::shared_ptr<Item> nextItem(std::int64_t now);
+
+    std::mutex mLock;
+    std::vector<std::shared_ptr<Item>> mItems;
+    std::vector<std::pair<Ref<CFString>, Ref<CFType>>> mValues;
+    std::size_t mNext = 0;
+    std::size_t mWidth = 224;
+    std::size_t mHeight = 126;
+    double mMaxFrameRate = 0;
+    /// Nanoseconds of processor time that may be spent; refilled by each picture, below 0 after an expensive tile.
+    std::int64_t mCredit = 0;
+    bool mActive = false;
+    bool mWaits = false;
+};
+
+}
