@@ -80,7 +80,7 @@ std::optional<std::string> InterfaceLoader::loadUrl(const QUrl& url, NSObject* o
     const AutoreleasePool pool;
     InterfaceLoad load(owner);
     QQmlComponent component(mEngine.get(), url);
-    std::unique_ptr<QObject> root(component.create());
+    std::unique_ptr<QObject> root(component.isReady() ? component.create() : nullptr);
     load.addErrors(component.errors());
     if (root)
         load.complete();

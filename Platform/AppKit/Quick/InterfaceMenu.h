@@ -11,11 +11,11 @@
 class InterfaceMenuItem : public QObject, public QQmlParserStatus, public ObjectElement {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus ObjectElement)
-    Q_PROPERTY(QString title MEMBER mTitle CONSTANT)
-    Q_PROPERTY(QString keyEquivalent MEMBER mKeyEquivalent CONSTANT)
+    Q_PROPERTY(QString title MEMBER mTitle NOTIFY changed)
+    Q_PROPERTY(QString keyEquivalent MEMBER mKeyEquivalent NOTIFY changed)
     Q_PROPERTY(QObject* target MEMBER mTarget)
     Q_PROPERTY(QString action MEMBER mAction)
-    Q_PROPERTY(QList<QObject*> entries READ entries CONSTANT)
+    Q_PROPERTY(QList<QObject*> entries READ entries NOTIFY changed)
     Q_PROPERTY(QQmlListProperty<InterfaceMenuItem> items READ items)
     Q_CLASSINFO("DefaultProperty", "items")
 public:
@@ -29,6 +29,9 @@ public:
 
     void classBegin() override { }
     void componentComplete() override;
+
+signals:
+    void changed();
 
 private:
     void connectTarget();

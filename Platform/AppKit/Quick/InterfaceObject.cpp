@@ -3,6 +3,22 @@
 #include "Platform/AppKit/Quick/InterfaceLoad.h"
 
 #include <QPointer>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+namespace {
+
+/// The element that \p element stands in. A window hands what stands in it on to the item of its contents.
+QObject* holderOf(const QObject* element)
+{
+    auto* const parent = element->parent();
+    const auto* const item = qobject_cast<QQuickItem*>(parent);
+    if (item && item->window() && item == item->window()->contentItem())
+        return item->window();
+    return parent;
+}
+
+}
 
 void InterfaceObject::setClassName(const QString& className)
 {
@@ -34,7 +50,7 @@ void Outlet::componentComplete()
 
 void Outlet::connectNow()
 {
-    const auto* const holder = qobject_cast<ObjectElement*>(parent());
+    const auto* const holder = qobject_cast<ObjectElement*>(holderOf(this));
     if (!holder) {
         InterfaceLoad::report(this, QStringLiteral("The outlet \"%1\" stands in no element with an object").arg(mName));
         return;

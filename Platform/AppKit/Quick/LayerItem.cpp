@@ -175,15 +175,18 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
     const auto onScreen = (place.size() * ratio).toSize();
     if (drawsInSoftware(window()) && !onScreen.isEmpty())
         image = scaledImage(image, onScreen);
-    if (!node->picture) {
+    const bool isNew = !node->picture;
+    if (isNew) {
         node->picture = window()->createImageNode();
         node->picture->setOwnsTexture(true);
         node->picture->setFiltering(QSGTexture::Linear);
-        node->appendChildNode(node->picture);
     }
-    node->picture->setTexture(
-        window()->createTextureFromImage(image, opaque ? QQuickWindow::TextureIsOpaque : QQuickWindow::CreateTextureOptions()));
+    node->picture->setTexture(window()->createTextureFromImage(
+        image, opaque ? QQuickWindow::TextureIsOpaque : QQuickWindow::CreateTextureOptions()));
     node->picture->setRect(place);
     node->picture->setSourceRect(QRectF(QPointF(), QSizeF(image.size())));
+    // The software renderer looks at the texture as soon as the node is in the tree.
+    if (isNew)
+        node->appendChildNode(node->picture);
     return node;
 }
