@@ -1,5 +1,8 @@
 #include "Platform/Foundation/NSNotification.h"
 
+#include "Platform/Foundation/NSOperationQueue.h"
+#include "Platform/dispatch/dispatch.h"
+
 #include <algorithm>
 
 NSNotification::NSNotification(CFString* name, CFType* object, CFDictionary* userInfo)
@@ -38,7 +41,49 @@ void NSNotificationCenter::addObserver_selector_name_object(
         return;
     const std::lock_guard guard(mLock);
     std::erase_if(mEntries, [](const Entry& entry) { return !entry.observer.strongReference(); });
-    mEntries.push_back({ observer, observer, std::string(selector), name, object });
+    mEntries.push_back({ observer, observer, std::string(selector), name, object, nullptr });
+}
+
+namespace {
+
+/// Stands as the observer for a block.
+class NSNotificationBlock : public NSObject {
+    NS_OBJECT(NSNotificationBlock)
+public:
+    NSNotificationBlock(bool onMainQueue, std::function<void(NSNotification*)> block)
+        : mOnMainQueue(onMainQueue)
+        , mBlock(std::move(block))
+    {
+    }
+    void run(NSNotification* notification)
+    {
+        if (!mOnMainQueue || DispatchMain::isMainThread()) {
+            mBlock(notification);
+            return;
+        }
+        dispatch_async(dispatch_get_main_queue(),
+            [self = Ref(this), notification = Ref(notification)] { self->mBlock(notification); });
+    }
+
+private:
+    const bool mOnMainQueue;
+    const std::function<void(NSNotification*)> mBlock;
+};
+
+NS_IMPLEMENTATION(NSNotificationBlock, NSObject)
+{
+    type.message("run:", &NSNotificationBlock::run);
+}
+
+}
+
+Ref<NSObject> NSNotificationCenter::addObserverForName_object_queue_usingBlock(
+    CFString* name, CFType* object, NSOperationQueue* queue, std::function<void(NSNotification*)> block)
+{
+    Ref<NSObject> token = make<NSNotificationBlock>(queue == NSOperationQueue::mainQueue(), std::move(block));
+    const std::lock_guard guard(mLock);
+    mEntries.push_back({ token, token.get(), "run:", name, object, token });
+    return token;
 }
 
 void NSNotificationCenter::removeObserver(NSObject* observer)

@@ -2,7 +2,10 @@
 
 #include "Platform/Foundation/NSObject.h"
 
+#include <functional>
 #include <mutex>
+
+class NSOperationQueue;
 
 using NSNotificationName = CFString*;
 
@@ -31,6 +34,11 @@ public:
     /// Sends \p selector (one argument, the notification) to \p observer for every notification of this name (null: of
     /// any name) about \p object (null: about any).
     void addObserver_selector_name_object(NSObject* observer, SEL selector, CFString* name, CFType* object);
+    /// Runs \p block for every such notification: on the main queue for the main operation queue (at once when posted
+    /// on the main thread), on the posting thread for null. The centre holds the block until the returned token is
+    /// removed as an observer.
+    Ref<NSObject> addObserverForName_object_queue_usingBlock(
+        CFString* name, CFType* object, NSOperationQueue* queue, std::function<void(NSNotification*)> block);
     void removeObserver(NSObject* observer);
     void removeObserver_name_object(NSObject* observer, CFString* name, CFType* object);
     void postNotificationName_object(CFString* name, CFType* object);
@@ -43,6 +51,7 @@ private:
         std::string selector;
         Ref<CFString> name;
         const CFType* object;
+        Ref<NSObject> owned; ///< the token of a block
     };
     std::mutex mLock;
     std::vector<Entry> mEntries;
