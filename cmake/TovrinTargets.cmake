@@ -14,7 +14,7 @@ option(TOVRIN_RELEASE "Compile the fail points out" OFF)
 
 add_library(TovrinOptions INTERFACE)
 target_include_directories(TovrinOptions INTERFACE ${CMAKE_SOURCE_DIR})
-target_compile_options(TovrinOptions INTERFACE -Wall -Wextra -Wshadow -Werror $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+target_compile_options(TovrinOptions INTERFACE -Wall -Wextra -Wshadow -Werror -Wno-trigraphs $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 target_link_libraries(TovrinOptions INTERFACE Threads::Threads)
 if(NOT TOVRIN_RELEASE)
     target_compile_definitions(TovrinOptions INTERFACE TOVRIN_FAIL_POINTS)
