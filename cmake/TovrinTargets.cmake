@@ -20,7 +20,8 @@ if(NOT TOVRIN_RELEASE)
     target_compile_definitions(TovrinOptions INTERFACE TOVRIN_FAIL_POINTS)
 endif()
 if(TOVRIN_SANITIZE)
-    add_compile_options(-fsanitize=${TOVRIN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    # -O1 and short debugging information: these builds are made in whole on small machines.
+    add_compile_options(-fsanitize=${TOVRIN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1 -g1)
     add_link_options(-fsanitize=${TOVRIN_SANITIZE})
 endif()
 
@@ -41,11 +42,49 @@ include(GoogleTest)
 
 # tovrin_test(Name SOURCES ... LINK ... [LABELS ...]): one program of GoogleTest cases, each case known to CTest.
 # Give it the label "headless" when it needs neither a display nor a session of its own: those also run under the
-# sanitizers.
+# sanitizers, and a build with a sanitizer knows no other tests. Its target "headless-tests" builds them all.
+add_custom_target(headless-tests)
+set(TOVRIN_SUPPRESSIONS ${CMAKE_SOURCE_DIR}/tests/sanitizers)
+set(TOVRIN_SANITIZER_ENVIRONMENT
+    ASAN_OPTIONS=detect_stack_use_after_return=1
+    LSAN_OPTIONS=suppressions=${TOVRIN_SUPPRESSIONS}/leak.supp
+    UBSAN_OPTIONS=print_stacktrace=1
+    TSAN_OPTIONS=suppressions=${TOVRIN_SUPPRESSIONS}/thread.supp:second_deadlock_stack=1)
+
 function(tovrin_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE TovrinOptions ${arg_LINK} GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120)
+    if("headless" IN_LIST arg_LABELS)
+        add_dependencies(headless-tests ${name})
+    elseif(TOVRIN_SANITIZE)
+        set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+        return()
+    endif()
+    set(sanitizer "")
+    set(environment "")
+    if(TOVRIN_SANITIZE)
+        set(sanitizer TEST_PREFIX "${TOVRIN_SANITIZE}: ")
+        set(environment ENVIRONMENT "${TOVRIN_SANITIZER_ENVIRONMENT}")
+    endif()
+    gtest_discover_tests(${name} ${sanitizer} DISCOVERY_TIMEOUT 60
+        PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120 ${environment})
+endfunction()
+
+# tovrin_session_test(Name SOURCES ... LINK ... [SESSION ...] [LABELS ...]): one program of GoogleTest cases that runs as
+# one test inside tests/session/private-session; SESSION are that program's options, such as --camera pattern:testsrc2.
+function(tovrin_session_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK;SESSION;LABELS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE TovrinOptions ${arg_LINK} GTest::gmock GTest::gtest_main)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    if(TOVRIN_SANITIZE)
+        set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+        return()
+    endif()
+    add_dependencies(${name} camera-feed)
+    add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tests/session/private-session
+        --camera-feed ${CMAKE_BINARY_DIR}/tests/camera-feed ${arg_SESSION} -- $<TARGET_FILE:${name}>)
+    set_tests_properties(${name} PROPERTIES LABELS "session;${arg_LABELS}" TIMEOUT 300)
 endfunction()

@@ -1,6 +1,9 @@
 // camera-feed: publishes what it reads on standard input (YUV4MPEG2, 4:2:0) as a PipeWire camera.
 //
-//     ffmpeg ... -f yuv4mpegpipe -pix_fmt yuv420p - | camera-feed --name "Session Camera" [--rate 30]
+//     ffmpeg ... -f yuv4mpegpipe -pix_fmt yuv420p - | camera-feed --name "Session Camera" [--rate 30] [--count FILE]
+//
+// --count keeps the number of frames shown so far in FILE. SIGUSR1 freezes the picture, and lets it go on: frames still
+// come, all alike.
 //
 // The node drives its own graph from an absolute timer, so its rate does not drift, and it reads a new frame only while
 // somebody watches: an unwatched camera stands still and holds its reader's pipe back. Every frame is shown once, at
@@ -17,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -87,9 +91,10 @@ struct StreamDeleter {
 /// The camera node. Everything happens on the main loop.
 class Camera {
 public:
-    Camera(Footage& footage, std::string description)
+    Camera(Footage& footage, std::string description, int countFile)
         : m_footage(footage)
         , m_description(std::move(description))
+        , m_countFile(countFile)
         , m_loop(pw_main_loop_new(nullptr))
     {
     }
@@ -99,6 +104,12 @@ public:
         pw_loop* loop = pw_main_loop_get_loop(m_loop.get());
         pw_loop_add_signal(loop, SIGTERM, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
         pw_loop_add_signal(loop, SIGINT, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
+        pw_loop_add_signal(loop, SIGUSR1,
+            [](void* self, int) {
+                auto* camera = static_cast<Camera*>(self);
+                camera->m_isFrozen = !camera->m_isFrozen;
+            },
+            this);
         m_timer = pw_loop_add_timer(loop, [](void* self, uint64_t) { static_cast<Camera*>(self)->tick(); }, this);
         if (!m_footage.readFrame(m_frame)) {
             std::fputs("camera-feed: no frame on standard input\n", stderr);
@@ -228,10 +239,22 @@ private:
         }
         ++m_sequence;
         pw_stream_queue_buffer(m_stream.get(), buffer);
+        writeCount();
+        if (m_isFrozen)
+            return;
         if (!m_footage.readFrame(m_frame)) {
             std::fputs("camera-feed: standard input ended\n", stderr);
             end(1);
         }
+    }
+
+    void writeCount() const
+    {
+        // One line of fixed length, so that a reader never sees half of a longer number.
+        char line[24];
+        const int length = std::snprintf(line, sizeof line, "%20llu\n", static_cast<unsigned long long>(m_sequence));
+        if (m_countFile >= 0 && pwrite(m_countFile, line, static_cast<size_t>(length), 0) != length)
+            std::fprintf(stderr, "camera-feed: the count is not written: %s\n", std::strerror(errno));
     }
 
     void end(int result)
@@ -243,6 +266,7 @@ private:
 
     Footage& m_footage;
     std::string m_description;
+    int m_countFile;
     std::unique_ptr<pw_main_loop, LoopDeleter> m_loop;
     std::unique_ptr<pw_stream, StreamDeleter> m_stream;
     spa_source* m_timer = nullptr;
@@ -250,6 +274,7 @@ private:
     std::chrono::steady_clock::time_point m_next;
     uint64_t m_sequence = 0;
     int m_result = 0;
+    bool m_isFrozen = false;
     bool m_isEnding = false;
 };
 
@@ -259,11 +284,14 @@ int main(int argc, char* argv[])
 {
     std::string name = "Session Camera";
     unsigned rate = 0;
+    int countFile = -1;
     for (int index = 1; index + 1 < argc; index += 2) {
         if (std::string_view(argv[index]) == "--name")
             name = argv[index + 1];
         else if (std::string_view(argv[index]) == "--rate")
             rate = static_cast<unsigned>(std::strtoul(argv[index + 1], nullptr, 10));
+        else if (std::string_view(argv[index]) == "--count")
+            countFile = open(argv[index + 1], O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
     }
     Footage footage;
     if (!footage.readHeader()) {
@@ -273,7 +301,7 @@ int main(int argc, char* argv[])
     if (rate != 0)
         footage.rate = SPA_FRACTION(rate, 1);
     pw_init(&argc, &argv);
-    const int result = Camera(footage, name).run();
+    const int result = Camera(footage, name, countFile).run();
     pw_deinit();
     return result;
 }
