@@ -70,7 +70,7 @@ InterfaceFile {
         title: qsTr("Tovrin")
         width: 1184
         height: 744
-        minimumWidth: 900
+        minimumWidth: 1000
         minimumHeight: 560
         color: Theme.window
 
@@ -144,10 +144,11 @@ InterfaceFile {
                 color: Theme.line
             }
             PopUpButton {
+                id: cameraPopUp
                 anchors.left: parent.left
                 anchors.leftMargin: Theme.space
                 anchors.verticalCenter: parent.verticalCenter
-                width: Math.min(240, buttons.x - 2 * Theme.space)
+                width: 212
                 label: qsTr("Camera")
                 hint: captureSummary.value ? qsTr("Camera format: %1").arg(captureSummary.value) : ""
                 iconSource: "qrc:/Interface/Icons/camera.svg"
@@ -157,7 +158,8 @@ InterfaceFile {
             }
             Row {
                 id: buttons
-                anchors.centerIn: parent
+                x: (cameraPopUp.x + 212 + folders.x - width) / 2
+                anchors.verticalCenter: parent.verticalCenter
                 spacing: Theme.space
 
                 PushButton {
@@ -193,6 +195,7 @@ InterfaceFile {
                 }
             }
             Row {
+                id: folders
                 anchors.right: parent.right
                 anchors.rightMargin: Theme.space
                 anchors.verticalCenter: parent.verticalCenter
@@ -201,7 +204,7 @@ InterfaceFile {
                 FolderField {
                     id: moviesFolder
                     className: "NXRolloverTextFieldRevealFolder"
-                    width: 176
+                    width: 216
                     caption: qsTr("Movies")
                     placeholder: qsTr("Show folder")
                     recentFile: recentMovie.value ?? ""

@@ -25,7 +25,8 @@ int NSApplicationMain(int argc, char** argv)
     int status = 0;
     {
         QuickApplication quick(argc, argv);
-        application->setStopEventLoop([] { QCoreApplication::quit(); });
+        // Not `quit`, which asks every window whether it would close.
+        application->setStopEventLoop([] { QCoreApplication::exit(0); });
         const AutoreleasePool pool;
         if (NSNib::loadNibNamed_owner(CFSTR("MainMenu"), application)) {
             application->finishLaunching();
