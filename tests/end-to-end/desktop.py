@@ -380,6 +380,21 @@ class Movie:
     def duration(self):
         return float(self.format["duration"])
 
+    def boxes(self):
+        """The names of the file's top-level boxes, in their order."""
+        names, size = [], self.path.stat().st_size
+        with open(self.path, "rb") as file:
+            while file.tell() + 8 <= size:
+                begin = file.tell()
+                length, name = int.from_bytes(file.read(4), "big"), file.read(4)
+                if length == 1:
+                    length = int.from_bytes(file.read(8), "big")
+                if length == 0:
+                    length = size - begin
+                names.append(name)
+                file.seek(begin + max(length, 8))
+        return names
+
     def packets(self):
         """(presentation time, is a key frame) of every picture, in order of presentation."""
         report = self._probe("-select_streams", "v", "-show_packets", "-show_entries", "packet=pts_time,flags")
