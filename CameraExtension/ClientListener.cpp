@@ -18,7 +18,7 @@ using namespace CameraWire;
 
 namespace {
 
-constexpr std::chrono::milliseconds handOverLimit { 3000 };
+constexpr std::chrono::milliseconds handOverLimit { 2000 };
 constexpr int waitingConnections = 16;
 
 std::string failure(std::string_view action, const std::string& path)
@@ -26,21 +26,31 @@ std::string failure(std::string_view action, const std::string& path)
     return std::string(action) + " " + path + ": " + std::strerror(errno);
 }
 
-/// Asks whoever listens at \p path to quit and waits until the connection ends, which is when its process does.
-void replaceProcess(const std::string& path)
+/// Waits until the connection ends, which is when the process at its other end does.
+bool waitForEnd(Socket& socket, std::chrono::milliseconds limit)
 {
-    auto socket = Socket::connectTo(path);
-    if (!socket.isValid() || !socket.send(encode(Hello {})) || !socket.send(encode(Quit {})))
-        return;
-    const auto deadline = std::chrono::steady_clock::now() + handOverLimit;
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     while (socket.receive()) {
         while (socket.next()) { }
         const auto left
             = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         pollfd waiting { socket.descriptor(), POLLIN, 0 };
         if (left.count() <= 0 || ::poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
-            return;
+            return false;
     }
+    return true;
+}
+
+/// Asks whoever listens at \p path to quit, and makes one that hangs.
+void replaceProcess(const std::string& path)
+{
+    auto socket = Socket::connectTo(path);
+    if (!socket.isValid())
+        return;
+    if (socket.send(encode(Hello {})) && socket.send(encode(Quit {})) && waitForEnd(socket, handOverLimit))
+        return;
+    socket.killPeer();
+    waitForEnd(socket, handOverLimit);
 }
 
 }

@@ -1,4 +1,5 @@
 #include "CameraExtension/CameraExtension.h"
+#include "CameraExtension/Supervisor.h"
 #include "Platform/Foundation/NSLog.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
 
@@ -11,9 +12,17 @@
 
 namespace {
 
+struct PipeWireLibrary {
+    PipeWireLibrary() { pw_init(nullptr, nullptr); }
+    ~PipeWireLibrary() { pw_deinit(); }
+    PipeWireLibrary(const PipeWireLibrary&) = delete;
+    PipeWireLibrary& operator=(const PipeWireLibrary&) = delete;
+};
+
 /// Ended as a person or a service manager ends programs: without a word, the socket removed.
 int runExtension()
 {
+    const PipeWireLibrary library;
     EventLoop loop;
     const auto onTerminate = loop.watchSignal(SIGTERM, [&loop] { loop.quit(); });
     const auto onInterrupt = loop.watchSignal(SIGINT, [&loop] { loop.quit(); });
@@ -31,18 +40,17 @@ int runExtension()
 int main(int count, char** arguments)
 {
     const std::string_view option = count == 2 ? arguments[1] : "";
+    std::signal(SIGPIPE, SIG_IGN);
     if (option == "--version") {
         std::printf(
             "%s %s\n", CMIOOutputViewController_CMIOExtension_BundleIdentifier->string().c_str(), TOVRIN_VERSION);
         return EXIT_SUCCESS;
     }
+    if (option == "--detach")
+        return Supervisor::detach(&runExtension);
     if (count > 1) {
-        std::fprintf(stderr, "usage: %s [--version]\n", arguments[0]);
+        std::fprintf(stderr, "usage: %s [--version | --detach]\n", arguments[0]);
         return EXIT_FAILURE;
     }
-    std::signal(SIGPIPE, SIG_IGN);
-    pw_init(nullptr, nullptr);
-    const int status = runExtension();
-    pw_deinit();
-    return status;
+    return runExtension();
 }

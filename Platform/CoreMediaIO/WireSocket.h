@@ -16,6 +16,8 @@ namespace SocketPath {
 std::string folder(std::string* reason = nullptr);
 inline constexpr std::string_view kSocketName = "camera";
 inline constexpr std::string_view kLockName = "camera.lock";
+/// What an extension without a service manager says.
+inline constexpr std::string_view kLogName = "camera.log";
 
 }
 
@@ -50,6 +52,9 @@ public:
 
     /// Whether the process at the other end belongs to this user.
     bool isPeerThisUser() const;
+    /// Kills the process at the other end; where it leads, or was started in, a session of its own, its whole group, so
+    /// that no supervisor starts it again.
+    void killPeer() const;
 
 private:
     bool acceptHeader() const;

@@ -264,6 +264,14 @@ TEST_F(ClientConnection, ANewerExtensionTakesThePlaceOfTheEarlier)
     extension = std::move(newer);
 }
 
+TEST_F(ClientConnection, AnEarlierExtensionThatHangsGivesWayToo)
+{
+    extension.send(SIGSTOP);
+    ExtensionProcess newer(ExtensionProcess::Wait::ForAnswer);
+    EXPECT_EQ(extension.waitForEnd(), -1);
+    extension = std::move(newer);
+}
+
 TEST_F(ClientConnection, TheRemainsOfAKilledExtensionAreNoObstacle)
 {
     extension.send(SIGKILL);

@@ -56,13 +56,18 @@ bool eventually(const std::function<bool()>& condition)
     return true;
 }
 
-ExtensionProcess::ExtensionProcess()
+ExtensionProcess::ExtensionProcess(Wait wait)
 {
     RuntimeFolder::shared();
     std::string program = EXTENSION_PROGRAM;
     char* arguments[] = { program.data(), nullptr };
     EXPECT_EQ(::posix_spawn(&mIdentifier, program.c_str(), nullptr, nullptr, arguments, environ), 0);
-    EXPECT_TRUE(eventually([] { return Socket::connectTo(RuntimeFolder::shared().socketPath()).isValid(); }));
+    EXPECT_TRUE(eventually([wait] {
+        auto socket = Socket::connectTo(RuntimeFolder::shared().socketPath());
+        if (!socket.isValid() || wait == Wait::ForSocket)
+            return socket.isValid();
+        return socket.send(encode(Hello {})) && nextMessage(socket).kind == Kind::Welcome;
+    }));
 }
 
 ExtensionProcess::~ExtensionProcess()

@@ -25,8 +25,9 @@ private:
 /// The built extension, running in the runtime folder.
 class ExtensionProcess {
 public:
-    /// Waits until it answers.
-    ExtensionProcess();
+    /// Waits until a socket can be connected to, or until one that is connected to answers.
+    enum class Wait { ForSocket, ForAnswer };
+    explicit ExtensionProcess(Wait wait = Wait::ForSocket);
     /// Ends it as a service manager would.
     ~ExtensionProcess();
     ExtensionProcess(ExtensionProcess&& other) noexcept;
