@@ -58,6 +58,16 @@ void CFArray::append(CFType* object)
     mValues.emplace_back(object);
 }
 
+void CFArray::removeObjectAtIndex(std::size_t index)
+{
+    Ref<CFType> removed;
+    const std::lock_guard guard(mLock);
+    if (index >= mValues.size())
+        return;
+    removed = std::move(mValues[index]);
+    mValues.erase(mValues.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
 void CFArray::removeAll()
 {
     std::vector<Ref<CFType>> old;

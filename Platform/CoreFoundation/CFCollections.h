@@ -27,6 +27,8 @@ public:
     CFType* objectAtIndex(std::size_t index) const;
     bool containsObject(CFType* object) const;
     void append(CFType* object);
+    /// Does nothing outside the list.
+    void removeObjectAtIndex(std::size_t index);
     void removeAll();
     std::vector<Ref<CFType>> values() const;
 

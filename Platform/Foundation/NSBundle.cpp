@@ -29,3 +29,18 @@ void NSBundle::setInfo(std::string_view key, std::string_view value)
 {
     mInfo->set(key, CFString::create(value).get());
 }
+
+CFString* NSBundle::localizedStringForKey_value_table(CFString* key, CFString* value, CFString* /*table*/) const
+{
+    const std::lock_guard guard(mLock);
+    const auto found = mTranslations.find(textOf(key));
+    if (found != mTranslations.end())
+        return autorelease(CFString::create(found->second));
+    return textOf(value).empty() ? key : value;
+}
+
+void NSBundle::setTranslation(std::string_view key, std::string_view text)
+{
+    const std::lock_guard guard(mLock);
+    mTranslations.insert_or_assign(std::string(key), std::string(text));
+}

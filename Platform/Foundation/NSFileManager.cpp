@@ -1,5 +1,8 @@
 #include "Platform/Foundation/NSFileManager.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/Foundation/Trash.h"
+
 #include <filesystem>
 
 NS_IMPLEMENTATION(NSFileManager, NSObject) { }
@@ -19,4 +22,16 @@ bool NSFileManager::fileExistsAtPath(CFString* path)
     std::error_code error;
     const auto status = std::filesystem::symlink_status(std::filesystem::path(textOf(path)), error);
     return std::filesystem::exists(status);
+}
+
+bool NSFileManager::removeItemAtPath_error(CFString* path, Ref<NSError>* error)
+{
+    Ref<NSError> failure;
+    if (const auto status = FAIL_POINT("NSFileManager.removeItemAtPath"))
+        failure = NSError::errorWithErrno(*status, "The file cannot be removed");
+    else
+        failure = moveToTrash(std::filesystem::path(textOf(path)));
+    const bool hasGone = !failure;
+    NSErrorReturn(error, std::move(failure));
+    return hasGone;
 }

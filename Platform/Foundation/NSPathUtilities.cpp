@@ -80,3 +80,17 @@ Ref<CFArray> NSSearchPathForDirectoriesInDomains(
     paths->append(CFString::create(folder.lexically_normal().string()).get());
     return paths;
 }
+
+Ref<CFString> stringByAppendingPathExtension(CFString* path, CFString* extension)
+{
+    return CFString::create(std::string(textOf(path)) + "." + std::string(textOf(extension)));
+}
+
+Ref<CFString> stringByExpandingTildeInPath(CFString* path)
+{
+    const auto text = textOf(path);
+    const char* const home = std::getenv("HOME");
+    if (!home || (text != "~" && !text.starts_with("~/")))
+        return CFString::create(text);
+    return CFString::create(std::string(home) + std::string(text.substr(1)));
+}

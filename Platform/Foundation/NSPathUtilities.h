@@ -16,3 +16,8 @@ enum NSSearchPathDomainMask : unsigned long {
 /// \return paths, the user's own first; empty for other folders and domains, and for an account without a home
 Ref<CFArray> NSSearchPathForDirectoriesInDomains(
     NSSearchPathDirectory directory, NSSearchPathDomainMask domains, bool expandTilde);
+
+/// The path with a dot and the extension behind it.
+Ref<CFString> stringByAppendingPathExtension(CFString* path, CFString* extension);
+/// The path with "~" at its beginning replaced by the user's home folder.
+Ref<CFString> stringByExpandingTildeInPath(CFString* path);
