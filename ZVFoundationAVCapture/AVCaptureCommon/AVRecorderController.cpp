@@ -1,0 +1,3 @@
+#include "ZVFoundationAVCapture/AVCaptureCommon/AVRecorderController.h"
+
+NS_IMPLEMENTATION(AVRecorderController, AVCaptureSessionRecorderController) { }
