@@ -44,12 +44,7 @@ include(GoogleTest)
 # Give it the label "headless" when it needs neither a display nor a session of its own: those also run under the
 # sanitizers, and a build with a sanitizer knows no other tests. Its target "headless-tests" builds them all.
 add_custom_target(headless-tests)
-set(TOVRIN_SUPPRESSIONS ${CMAKE_SOURCE_DIR}/tests/sanitizers)
-set(TOVRIN_SANITIZER_ENVIRONMENT
-    ASAN_OPTIONS=detect_stack_use_after_return=1
-    LSAN_OPTIONS=suppressions=${TOVRIN_SUPPRESSIONS}/leak.supp
-    UBSAN_OPTIONS=print_stacktrace=1
-    TSAN_OPTIONS=suppressions=${TOVRIN_SUPPRESSIONS}/thread.supp:second_deadlock_stack=1)
+set(TOVRIN_SANITIZER_SETTINGS ${CMAKE_SOURCE_DIR}/tests/sanitizers/SanitizerSettings.cpp)
 
 function(tovrin_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK;LABELS" ${ARGN})
@@ -62,14 +57,12 @@ function(tovrin_test name)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
         return()
     endif()
-    set(sanitizer "")
-    set(environment "")
+    set(prefix "")
     if(TOVRIN_SANITIZE)
-        set(sanitizer TEST_PREFIX "${TOVRIN_SANITIZE}: ")
-        set(environment ENVIRONMENT "${TOVRIN_SANITIZER_ENVIRONMENT}")
+        target_sources(${name} PRIVATE ${TOVRIN_SANITIZER_SETTINGS})
+        set(prefix TEST_PREFIX "${TOVRIN_SANITIZE}:")
     endif()
-    gtest_discover_tests(${name} ${sanitizer} DISCOVERY_TIMEOUT 60
-        PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120 ${environment})
+    gtest_discover_tests(${name} ${prefix} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120)
 endfunction()
 
 # tovrin_session_test(Name SOURCES ... LINK ... [SESSION ...] [LABELS ...]): one program of GoogleTest cases that runs as

@@ -1,0 +1,33 @@
+// What every program of a sanitizer build is told, compiled in so that it holds however the program is started.
+//
+// A suppression names a leak that is meant, or a report that belongs to a library which is not built with the sanitizer,
+// and has its reason beside it. Nothing of the tree's own may be suppressed for any other reason.
+
+extern "C" {
+
+const char* __asan_default_options()
+{
+    return "detect_stack_use_after_return=1";
+}
+
+const char* __ubsan_default_options()
+{
+    return "print_stacktrace=1";
+}
+
+const char* __tsan_default_options()
+{
+    return "second_deadlock_stack=1";
+}
+
+const char* __lsan_default_suppressions()
+{
+    return "";
+}
+
+const char* __tsan_default_suppressions()
+{
+    return "";
+}
+
+} // extern "C"
