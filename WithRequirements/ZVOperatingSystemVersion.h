@@ -17,8 +17,8 @@ inline constexpr std::uint32_t ZVOperatingSystemVersion_MacOS_14_0 = 1400;
 /// The number of a record, from the low 32 bits of each field.
 constexpr std::uint32_t ZVOperatingSystemVersion_Number(const NSOperatingSystemVersion& version)
 {
-    return static_cast<std::uint32_t>(version.majorVersion) * 100 + static_cast<std::uint32_t>(version.minorVersion) * 10
-        + static_cast<std::uint32_t>(version.patchVersion);
+    return static_cast<std::uint32_t>(version.majorVersion) * 100
+        + static_cast<std::uint32_t>(version.minorVersion) * 10 + static_cast<std::uint32_t>(version.patchVersion);
 }
 
 /// Reads the system's version file, which knows no patch. All ones on success, 0 on failure.

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-/// Files of the host that programs read by a fixed path and that this host does not have. Platform makes their contents.
-/// All functions may be called from any thread.
+/// Files of the host that programs read by a fixed path and that this host does not have. Platform makes their
+/// contents. All functions may be called from any thread.
 namespace HostFiles {
 
 /// The contents of the file at \p path, if it is one of ours. There is one: the system's version file, a property list

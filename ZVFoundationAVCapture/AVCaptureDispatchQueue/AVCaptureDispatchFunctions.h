@@ -15,8 +15,8 @@ void AVCaptureDispatchMainQueue_AsyncIfDispatch(dispatch_block_t block);
 /// What is run by the two functions below: self, the object, and whether it runs on the caller's stack.
 template <class Self, class Object> using avcapture_dispatch_main_block = std::function<void(Self*, Object*, bool)>;
 
-/// Calls \p block at once on the main thread, else posts it to the main queue and holds self and the object until it has
-/// run. A null block does nothing.
+/// Calls \p block at once on the main thread, else posts it to the main queue and holds self and the object until it
+/// has run. A null block does nothing.
 template <class Self, class Object>
 void avcapture_dispatch_main_strong_self(
     Self* self, Object* object, std::type_identity_t<avcapture_dispatch_main_block<Self, Object>> block)

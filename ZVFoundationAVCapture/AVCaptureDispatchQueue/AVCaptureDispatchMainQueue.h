@@ -3,7 +3,8 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchMainTargetQueue.h"
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
 
-/// Work for the main thread. These queues do not drain at their end, since the main thread may be the one that ends them.
+/// Work for the main thread. These queues do not drain at their end, since the main thread may be the one that ends
+/// them.
 class AVCaptureDispatchMainQueue : public AVCaptureDispatchQueueSubclass<AVCaptureDispatchMainQueue> {
     NS_OBJECT(AVCaptureDispatchMainQueue)
 public:

@@ -5,8 +5,8 @@
 /// A named serial queue that works as part of the process-wide queue of its target class, so that all work of one kind
 /// excludes all other work of that kind.
 ///
-/// The end of the object waits until everything posted has run, unless it was told not to. A closure that holds the last
-/// reference to its own queue would therefore deadlock; owners outlive their closures.
+/// The end of the object waits until everything posted has run, unless it was told not to. A closure that holds the
+/// last reference to its own queue would therefore deadlock; owners outlive their closures.
 class AVCaptureDispatchQueue : public NSObject {
     NS_OBJECT(AVCaptureDispatchQueue)
 public:

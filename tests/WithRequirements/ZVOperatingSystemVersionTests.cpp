@@ -98,11 +98,12 @@ TEST_F(ZVOperatingSystemVersionFile, IsReadWithoutItsPatchAndShown)
 
 TEST_F(ZVOperatingSystemVersionFile, StandsInWhenTheProcessHasNoInformation)
 {
+    // Asked for first: the record is filled once, and is not to be filled from the file.
+    const auto current = ZVOperatingSystemVersion_GetCurrentStruct();
     StandardErrorCapture capture;
     const FailPoint::Scope failing("NSProcessInfo");
     NSOperatingSystemVersion record;
     EXPECT_EQ(ZVOperatingSystemVersion_GetFoundation(&record), sSuccess);
-    const auto current = ZVOperatingSystemVersion_GetCurrentStruct();
     EXPECT_EQ(record.majorVersion, current.majorVersion);
     EXPECT_EQ(record.minorVersion, current.minorVersion);
     EXPECT_EQ(record.patchVersion, 0);

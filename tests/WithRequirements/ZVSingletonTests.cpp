@@ -46,13 +46,13 @@ TEST(ZVSingleton, AllocatingAndInitialisingGivesTheSharedObjectAgain)
     auto* const shared = ZVSingletonTestsBase::sharedInstance();
     ASSERT_NE(shared, nullptr);
     EXPECT_EQ(shared->first, 1);
-    EXPECT_EQ(shared->every, 0);
+    const auto every = shared->every;
     auto* const type = ZVSingletonTestsBase::classObject();
     EXPECT_EQ(ZVSingleton::alloc(type)->init(), shared);
     EXPECT_EQ(ZVSingleton::allocWithZone(type, nullptr)->init(), shared);
     EXPECT_EQ(ZVSingletonTestsBase::sharedInstance(), shared);
     EXPECT_EQ(shared->first, 1);
-    EXPECT_EQ(shared->every, 2);
+    EXPECT_EQ(shared->every, every + 2);
 }
 
 TEST(ZVSingleton, ObjectMadeByNameIsTheSharedOne)
@@ -63,6 +63,13 @@ TEST(ZVSingleton, ObjectMadeByNameIsTheSharedOne)
     EXPECT_EQ(NSClassFromString(CFSTR("ZVSingletonTestsDerived"))->createInstance().get(), shared);
     EXPECT_EQ(shared->every, every + 1);
     EXPECT_EQ(shared->first, 1);
+}
+
+TEST(ZVSingleton, AskingForTheSharedObjectDoesNotInitialiseItAgain)
+{
+    const AutoreleasePool pool;
+    const auto every = ZVSingletonTestsBase::sharedInstance()->every;
+    EXPECT_EQ(ZVSingletonTestsBase::sharedInstance()->every, every);
 }
 
 TEST(ZVSingleton, EachClassHasItsOwnObject)
