@@ -14,7 +14,7 @@ constexpr auto frameRate = static_cast<std::uint32_t>(CMIOOutputViewController_C
 
 CameraExtension::CameraExtension(EventLoop& loop)
     : mLoop(loop)
-    , mStandby(frameWidth, frameHeight)
+    , mStandby(frameWidth, frameHeight, frameRate)
     , mListener(loop, *this)
 {
 }

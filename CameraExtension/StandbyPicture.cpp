@@ -1,18 +1,14 @@
 #include "CameraExtension/StandbyPicture.h"
 
-#include <cstring>
-
-StandbyPicture::StandbyPicture(std::size_t width, std::size_t height)
-    : mWidth(width)
-    , mHeight(height)
+StandbyPicture::StandbyPicture(std::uint32_t width, std::uint32_t height, std::uint32_t framesPerSecond)
+    : mDimensions { static_cast<std::int32_t>(width), static_cast<std::int32_t>(height) }
+    , mFrameRate(framesPerSecond)
 {
 }
 
 Ref<CVPixelBuffer> StandbyPicture::picture()
 {
-    if (!mGround
-        && CVPixelBufferCreate(kCFAllocatorDefault, mWidth, mHeight, kCVPixelFormatType_32BGRA, nullptr, &mGround)
-            == kCVReturnSuccess)
-        std::memset(mGround->baseAddress(), 128, mGround->bytesPerRow() * mHeight);
-    return mGround;
+    if (!mRenderer)
+        mRenderer = make<ExtensionPixelBufferRenderer>(mDimensions, mFrameRate);
+    return mRenderer->copyFrameWithPresentationTimeStampCurrentTime();
 }

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "Platform/CoreVideo/CVPixelBuffer.h"
+#include "CameraExtension/ExtensionPixelBufferRenderer.h"
 
-/// What the camera shows while no application feeds it.
+/// What the camera shows while no application feeds it. Nothing is made before the first picture is asked for.
 class StandbyPicture {
 public:
-    StandbyPicture(std::size_t width, std::size_t height);
+    StandbyPicture(std::uint32_t width, std::uint32_t height, std::uint32_t framesPerSecond);
     /// The picture of this moment; null where memory is short.
     Ref<CVPixelBuffer> picture();
 
 private:
-    const std::size_t mWidth;
-    const std::size_t mHeight;
-    Ref<CVPixelBuffer> mGround;
+    const CMVideoDimensions mDimensions;
+    const double mFrameRate;
+    Ref<ExtensionPixelBufferRenderer> mRenderer;
 };
