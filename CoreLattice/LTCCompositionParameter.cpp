@@ -17,7 +17,9 @@ NS_IMPLEMENTATION(LTCCompositionParameter, NSObject)
     type.key("labels", &LTCCompositionParameter::labels);
     type.key("value", &LTCCompositionParameter::value, &LTCCompositionParameter::setValue);
     type.key("selectedIndex", &LTCCompositionParameter::selectedIndex, &LTCCompositionParameter::setSelectedIndex);
+    type.key("selectedLabel", &LTCCompositionParameter::selectedLabel, &LTCCompositionParameter::setSelectedLabel);
     type.dependentKey("selectedIndex", { "value" });
+    type.dependentKey("selectedLabel", { "value" });
 }
 
 LTCCompositionParameter::LTCCompositionParameter(
@@ -41,14 +43,21 @@ CFString* LTCCompositionParameter::type() const
 
 double LTCCompositionParameter::minimum() const
 {
-    const auto* const number = mAttributes->get<CFNumber>(LTCPortMinimumKey);
-    return number ? number->doubleValue() : 0;
+    return bound(LTCPortMinimumKey, 0);
 }
 
 double LTCCompositionParameter::maximum() const
 {
-    const auto* const number = mAttributes->get<CFNumber>(LTCPortMaximumKey);
-    return number ? number->doubleValue() : 1;
+    return bound(LTCPortMaximumKey, 1);
+}
+
+double LTCCompositionParameter::bound(CFString* key, double otherwise) const
+{
+    auto* value = mAttributes->objectForKey(key);
+    if (const auto* const array = kindOf<CFArray>(value))
+        value = array->objectAtIndex(0);
+    const auto* const number = kindOf<CFNumber>(value);
+    return number ? number->doubleValue() : otherwise;
 }
 
 Ref<CFType> LTCCompositionParameter::defaultValue() const
@@ -94,6 +103,20 @@ void LTCCompositionParameter::setSelectedIndex(long index)
     auto* const values = mAttributes->get<CFArray>(LTCPortValuesKey);
     if (values && index >= 0 && index < static_cast<long>(values->count()))
         setValue(values->objectAtIndex(static_cast<std::size_t>(index)));
+}
+
+CFString* LTCCompositionParameter::selectedLabel() const
+{
+    const auto index = selectedIndex();
+    return index < 0 || !labels() ? nullptr : kindOf<CFString>(labels()->objectAtIndex(static_cast<std::size_t>(index)));
+}
+
+void LTCCompositionParameter::setSelectedLabel(CFString* label)
+{
+    const auto all = labels() ? labels()->values() : std::vector<Ref<CFType>>();
+    const auto found = std::ranges::find_if(all, [&](const Ref<CFType>& text) { return label && CFEqual(text, label); });
+    if (found != all.end())
+        setSelectedIndex(static_cast<long>(found - all.begin()));
 }
 
 void LTCCompositionParameter::reset()

@@ -6,7 +6,8 @@ class LTCCompositionParameterView;
 
 /// One parameter of a composition, as a parameter view shows it. Main thread only.
 ///
-/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed, `value`.
+/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed, `value` and,
+/// for menus, `selectedIndex` and `selectedLabel`.
 /// Types and forms of the values are those of a composition's ports.
 class LTCCompositionParameter : public NSObject {
     NS_OBJECT(LTCCompositionParameter)
@@ -33,10 +34,17 @@ public:
     /// For a menu the position of the chosen entry, -1 when none has the value.
     long selectedIndex() const;
     void setSelectedIndex(long index);
+    /// The text of the chosen entry; null when none has the value, and for other types.
+    CFString* selectedLabel() const;
+    /// Chooses the first entry with this text.
+    void setSelectedLabel(CFString* label);
     /// Back to the default.
     void reset();
 
 private:
+    /// For a point the bound across, which serves both directions.
+    double bound(CFString* key, double otherwise) const;
+
     const WeakRef<LTCCompositionParameterView> mView;
     const Ref<CFString> mKey;
     const Ref<CFDictionary> mAttributes;

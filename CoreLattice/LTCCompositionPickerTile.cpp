@@ -27,5 +27,6 @@ CVPixelBuffer* LTCCompositionPickerTile::thumbnail() const
 
 void LTCCompositionPickerTile::setThumbnail(CVPixelBuffer* thumbnail)
 {
+    const NSKeyValueChange change(this, "thumbnail");
     mLayer->setContents(thumbnail);
 }

@@ -15,6 +15,7 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
     type.message("setDefaultValue:forInputKey:", &LTCCompositionPickerView::setDefaultValue_forInputKey);
     type.message("resetDefaultInputValues", &LTCCompositionPickerView::resetDefaultInputValues);
     type.message("setDelegate:", &LTCCompositionPickerView::setDelegate);
+    type.message("_viewDidLoadComposition:", &LTCCompositionPickerView::_viewDidLoadComposition);
     type.key("compositions", &LTCCompositionPickerView::compositions);
     type.key("showsCompositionNames", &LTCCompositionPickerView::showsCompositionNames,
         &LTCCompositionPickerView::setShowsCompositionNames);
@@ -33,6 +34,8 @@ LTCCompositionPickerView::LTCCompositionPickerView()
     , mScheduler(std::make_shared<CoreLattice::ThumbnailScheduler>())
 {
     mScheduler->setMaxFrameRate(mMaxAnimationFrameRate);
+    NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+        this, "_viewDidLoadComposition:", LTCViewDidLoadCompositionNotification, nullptr);
 }
 
 LTCCompositionPickerView::~LTCCompositionPickerView() = default;
@@ -181,8 +184,27 @@ void LTCCompositionPickerView::setNumberOfRows(std::uint64_t rows)
     mNumberOfRows = rows;
 }
 
+/// A composition that came into a view by another road than this picker is marked as well.
+void LTCCompositionPickerView::_viewDidLoadComposition(NSNotification* notification)
+{
+    auto* const userInfo = notification ? notification->userInfo() : nullptr;
+    Ref<QCComposition> loaded = userInfo ? kindOf<QCComposition>(userInfo->objectForKey("QCComposition")) : nullptr;
+    if (!loaded)
+        return;
+    if (DispatchMain::isMainThread()) {
+        setSelectedComposition(loaded);
+        return;
+    }
+    dispatch_async(dispatch_get_main_queue(), [weakSelf = WeakRef { this }, loaded] {
+        if (const auto self = weakSelf.strongReference())
+            self->setSelectedComposition(loaded);
+    });
+}
+
 void LTCCompositionPickerView::setSelectedIndex(long index)
 {
+    if (index == mSelectedIndex)
+        return;
     const NSKeyValueChange change(this, "selectedIndex");
     const NSKeyValueChange compositionChange(this, "selectedComposition");
     mSelectedIndex = index;

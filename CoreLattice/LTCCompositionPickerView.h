@@ -6,6 +6,8 @@
 #include "CoreLattice/QCComposition.h"
 #include "Platform/AppKit/NSColor.h"
 #include "Platform/AppKit/NSView.h"
+#include "Platform/Foundation/NSNotification.h"
+#include "Platform/dispatch/dispatch.h"
 
 namespace CoreLattice {
 class ThumbnailScheduler;
@@ -60,8 +62,9 @@ public:
     std::string interfaceComponent() override;
 
 private:
-    static constexpr double tileHeight = 126; ///< in pixels
+    static constexpr double tileHeight = 81; ///< in pixels
     void setSelectedIndex(long index);
+    void _viewDidLoadComposition(NSNotification* notification);
 
     WeakRef<NSObject> mDelegate;
     Ref<CFArray> mCompositions;

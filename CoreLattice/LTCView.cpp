@@ -4,6 +4,7 @@
 #include "CoreLattice/ViewRenderer.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/CoreGraphics/CGImage.h"
+#include "Platform/Foundation/NSNotification.h"
 
 #include <cstring>
 
@@ -78,6 +79,10 @@ void LTCView::loadComposition(QCComposition* composition)
     mRenderer->load(composition);
     updateTimer();
     requestRender();
+    auto userInfo = make<CFDictionary>();
+    userInfo->set("QCComposition", composition);
+    NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
+        LTCViewDidLoadCompositionNotification, this, userInfo.get());
 }
 
 QCComposition* LTCView::loadedComposition() const

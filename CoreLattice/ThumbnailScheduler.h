@@ -37,8 +37,8 @@ private:
     std::vector<std::shared_ptr<Item>> mItems;
     std::vector<std::pair<Ref<CFString>, Ref<CFType>>> mValues;
     std::size_t mNext = 0;
-    std::size_t mWidth = 224;
-    std::size_t mHeight = 126;
+    std::size_t mWidth = 144;
+    std::size_t mHeight = 81;
     double mMaxFrameRate = 0;
     /// Nanoseconds of processor time that may be spent; refilled by each picture, below 0 after an expensive tile.
     std::int64_t mCredit = 0;

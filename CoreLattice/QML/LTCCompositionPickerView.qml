@@ -1,0 +1,151 @@
+import QtQuick
+import Tovrin.Interface
+import "qrc:/Interface/Controls"
+
+/// A strip of tiles, one for each composition. Clicks, arrow keys, Home and End choose; a click beside the tiles empties
+/// the selection where that is allowed.
+FocusScope {
+    id: picker
+
+    required property var view
+    readonly property int tileWidth: 144
+    readonly property int tileHeight: 81
+
+    activeFocusOnTab: true
+
+    KeyBinding { id: tiles; object: picker.view; keyPath: "tiles" }
+    KeyBinding { id: selection; object: picker.view; keyPath: "selectedIndex" }
+    KeyBinding { id: showsNames; object: picker.view; keyPath: "showsCompositionNames" }
+    KeyBinding { id: allowsNone; object: picker.view; keyPath: "allowsEmptySelection" }
+
+    function choose(index) {
+        if (index >= 0 && index < list.count)
+            selection.value = index;
+    }
+
+    Keys.onLeftPressed: choose(selection.value - 1)
+    Keys.onRightPressed: choose(selection.value + 1)
+    Keys.onPressed: event => {
+        if (event.key === Qt.Key_Home)
+            choose(0);
+        else if (event.key === Qt.Key_End)
+            choose(list.count - 1);
+        else if (event.key === Qt.Key_Space || event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
+            choose(Math.max(0, selection.value));
+        else
+            return;
+        event.accepted = true;
+    }
+
+    MouseArea {
+        anchors.fill: parent
+        onClicked: {
+            picker.forceActiveFocus();
+            if (allowsNone.value === true)
+                selection.value = -1;
+        }
+    }
+
+    ListView {
+        id: list
+
+        anchors.verticalCenter: parent.verticalCenter
+        x: Math.max(0, (parent.width - width) / 2)
+        width: Math.min(parent.width, contentWidth + leftMargin + rightMargin)
+        height: picker.tileHeight + (showsNames.value === true ? 22 : 0) + 10
+        leftMargin: 14
+        rightMargin: 14
+        topMargin: 5
+        spacing: 14
+        orientation: ListView.Horizontal
+        boundsBehavior: Flickable.StopAtBounds
+        interactive: contentWidth + leftMargin + rightMargin > picker.width
+        clip: interactive
+        model: tiles.value ?? []
+        currentIndex: selection.value ?? -1
+        highlightFollowsCurrentItem: true
+
+        delegate: Item {
+            id: tile
+
+            required property var modelData
+            required property int index
+            readonly property bool selected: selection.value === index
+
+            width: picker.tileWidth
+            height: picker.tileHeight + 22
+
+            Accessible.role: Accessible.ListItem
+            Accessible.name: name.value ?? ""
+            Accessible.description: explanation.value ?? ""
+            Accessible.selectable: true
+            Accessible.selected: selected
+            Accessible.focusable: true
+            Accessible.onPressAction: picker.choose(index)
+
+            KeyBinding { id: name; object: tile.modelData; keyPath: "name" }
+            KeyBinding { id: explanation; object: tile.modelData; keyPath: "explanation" }
+            KeyBinding { id: thumbnail; object: tile.modelData; keyPath: "thumbnail" }
+
+            Rectangle {
+                width: picker.tileWidth
+                height: picker.tileHeight
+                color: Theme.control
+            }
+            LayerItem {
+                width: picker.tileWidth
+                height: picker.tileHeight
+                contents: thumbnail.value
+            }
+            // Lies over the picture's corners, which are square, and rounds them.
+            Rectangle {
+                x: -3
+                y: -3
+                width: picker.tileWidth + 6
+                height: picker.tileHeight + 6
+                radius: 9
+                color: "transparent"
+                border.width: 3
+                border.color: Theme.window
+            }
+            Rectangle {
+                x: -4
+                y: -4
+                width: picker.tileWidth + 8
+                height: picker.tileHeight + 8
+                radius: 10
+                visible: tile.selected || pointer.containsMouse
+                color: "transparent"
+                border.width: picker.activeFocus && tile.selected ? 3 : 2
+                border.color: tile.selected ? Theme.accent : Theme.disabledText
+            }
+            Text {
+                y: picker.tileHeight + 7
+                width: parent.width
+                visible: showsNames.value === true
+                horizontalAlignment: Text.AlignHCenter
+                text: name.value ?? ""
+                color: tile.selected ? Theme.text : Theme.secondaryText
+                font.pixelSize: Theme.textSize
+                font.weight: tile.selected ? Font.DemiBold : Font.Normal
+                elide: Text.ElideRight
+            }
+            MouseArea {
+                id: pointer
+                readonly property bool hovered: containsMouse && !pressed
+
+                anchors.fill: parent
+                hoverEnabled: true
+                onClicked: {
+                    picker.forceActiveFocus();
+                    picker.choose(tile.index);
+                }
+
+                Hint {
+                    control: pointer
+                    text: explanation.value ?? ""
+                }
+            }
+        }
+    }
+}

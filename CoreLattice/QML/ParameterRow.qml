@@ -1,0 +1,130 @@
+import QtQuick
+import QtQuick.Templates as T
+import Tovrin.Interface
+import "qrc:/Interface/Controls"
+
+/// One parameter: its label, and the control that its type asks for.
+Item {
+    id: row
+
+    required property var parameter
+    readonly property string kind: type.value ?? ""
+    readonly property var number: value.value
+
+    implicitHeight: controls.item ? controls.item.implicitHeight : 0
+
+    KeyBinding { id: type; object: row.parameter; keyPath: "type" }
+    KeyBinding { id: label; object: row.parameter; keyPath: "label" }
+    KeyBinding { id: minimum; object: row.parameter; keyPath: "minimum" }
+    KeyBinding { id: maximum; object: row.parameter; keyPath: "maximum" }
+    KeyBinding { id: value; object: row.parameter; keyPath: "value" }
+    KeyBinding { id: choices; object: row.parameter; keyPath: "labels" }
+    KeyBinding { id: choice; object: row.parameter; keyPath: "selectedLabel" }
+    Action { id: reset; target: row.parameter; selector: "reset" }
+
+    Loader {
+        id: controls
+
+        width: parent.width
+        sourceComponent: row.kind === "number" ? slider
+            : row.kind === "boolean" ? toggle
+            : row.kind === "menu" ? menu
+            : row.kind === "color" ? color
+            : row.kind === "point" ? point
+            : row.kind === "event" ? trigger : null
+    }
+
+    Component {
+        id: slider
+
+        ParameterSlider {
+            label: row.labelText
+            from: minimum.value ?? 0
+            to: maximum.value ?? 1
+            number: row.number ?? 0
+            onChosen: chosenNumber => value.value = chosenNumber
+            onResetWanted: reset.send()
+        }
+    }
+    Component {
+        id: toggle
+
+        ParameterToggle {
+            label: row.labelText
+            isOn: row.number === true || row.number === 1
+            onChosen: on => value.value = on
+        }
+    }
+    Component {
+        id: menu
+
+        Column {
+            spacing: 6
+
+            Text {
+                text: row.labelText
+                color: Theme.secondaryText
+                font.pixelSize: Theme.textSize
+            }
+            PopUpButton {
+                width: parent.width
+                label: row.labelText
+                choices: row.choiceTexts
+                choice: row.chosenText
+                selection: choice
+            }
+        }
+    }
+    Component {
+        id: color
+
+        ParameterColor {
+            label: row.labelText
+            components: row.number ?? [0, 0, 0, 1]
+            onChosen: chosenComponents => value.value = chosenComponents
+            onResetWanted: reset.send()
+        }
+    }
+    Component {
+        id: point
+
+        Column {
+            id: axes
+
+            readonly property var place: row.number ?? [0, 0]
+
+            spacing: 10
+
+            ParameterSlider {
+                width: parent.width
+                label: qsTr("%1, across").arg(row.labelText)
+                from: minimum.value ?? 0
+                to: maximum.value ?? 1
+                number: axes.place[0]
+                onChosen: chosenNumber => value.value = [chosenNumber, axes.place[1]]
+                onResetWanted: reset.send()
+            }
+            ParameterSlider {
+                width: parent.width
+                label: qsTr("%1, upwards").arg(row.labelText)
+                from: minimum.value ?? 0
+                to: maximum.value ?? 1
+                number: axes.place[1]
+                onChosen: chosenNumber => value.value = [axes.place[0], chosenNumber]
+                onResetWanted: reset.send()
+            }
+        }
+    }
+    Component {
+        id: trigger
+
+        PushButton {
+            text: row.labelText
+            onClicked: value.value = true
+        }
+    }
+
+    readonly property string labelText: label.value ?? ""
+    readonly property var choiceTexts: choices.value
+    readonly property string chosenText: choice.value ?? ""
+}

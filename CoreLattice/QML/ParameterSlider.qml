@@ -1,0 +1,88 @@
+import QtQuick
+import QtQuick.Templates as T
+import "qrc:/Interface/Controls"
+
+/// A number on a line between its bounds. A double click, or the key for deleting, brings the default back.
+T.Slider {
+    id: slider
+
+    property string label
+    property double number
+    signal chosen(double chosenNumber)
+    signal resetWanted()
+
+    implicitWidth: 200
+    implicitHeight: 44
+    topPadding: 22
+    value: number
+    stepSize: (to - from) / 100
+    snapMode: T.Slider.NoSnap
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    onMoved: chosen(value)
+    Keys.onDeletePressed: resetWanted()
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: label
+    Accessible.description: qsTr("Double-click to reset")
+    Accessible.onIncreaseAction: { increase(); moved(); }
+    Accessible.onDecreaseAction: { decrease(); moved(); }
+
+    Text {
+        anchors.left: parent.left
+        anchors.right: figure.left
+        anchors.rightMargin: 8
+        text: slider.label
+        color: Theme.secondaryText
+        font.pixelSize: Theme.textSize
+        elide: Text.ElideRight
+    }
+    Text {
+        id: figure
+        anchors.right: parent.right
+        text: slider.value.toFixed(slider.to - slider.from >= 20 ? 0 : slider.to - slider.from >= 4 ? 1 : 2)
+        color: Theme.text
+        font.pixelSize: Theme.textSize
+    }
+
+    background: Item {
+        Rectangle {
+            x: 0
+            y: slider.topPadding + slider.availableHeight / 2 - height / 2
+            width: parent.width
+            height: 4
+            radius: 2
+            color: Theme.control
+
+            Rectangle {
+                width: slider.handle.x + slider.handle.width / 2
+                height: parent.height
+                radius: 2
+                color: slider.enabled ? Theme.accent : Theme.disabledText
+            }
+        }
+    }
+    handle: Rectangle {
+        x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
+        y: slider.topPadding + slider.availableHeight / 2 - height / 2
+        width: 16
+        height: 16
+        radius: 8
+        color: slider.pressed ? "white" : Theme.text
+
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: -4
+            radius: width / 2
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.accent
+            visible: slider.visualFocus
+        }
+    }
+
+    TapHandler {
+        acceptedButtons: Qt.LeftButton
+        onDoubleTapped: slider.resetWanted()
+    }
+}
