@@ -14,6 +14,22 @@ Ref<NSError> errorWith(const std::string& message)
     return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, message);
 }
 
+/// The element that reads a device. PipeWire's provider makes one that plays for some sources; those are read by serial.
+GstElement* readingElement(GstDevice* device)
+{
+    GstElement* const element = gst_device_create_element(device, nullptr);
+    const GstElementFactory* const factory = element ? gst_element_get_factory(element) : nullptr;
+    if (!factory || g_strcmp0(GST_OBJECT_NAME(factory), "pipewiresink") != 0)
+        return element;
+    gst_object_unref(gst_object_ref_sink(element));
+    const GstStructureOwner properties(gst_device_get_properties(device));
+    const char* const serial = properties ? gst_structure_get_string(properties.get(), "object.serial") : nullptr;
+    GstElement* const reader = gst_element_factory_make("pipewiresrc", nullptr);
+    if (reader && serial)
+        g_object_set(reader, "target-object", serial, nullptr);
+    return reader;
+}
+
 bool hasProperty(GstElement* element, const char* name)
 {
     return g_object_class_find_property(G_OBJECT_GET_CLASS(element), name) != nullptr;
@@ -62,7 +78,7 @@ void GStreamerSource::stop()
 Ref<NSError> GStreamerSource::build()
 {
     mPipeline.reset(gst_pipeline_new(nullptr));
-    GstElement* const source = gst_device_create_element(mDevice.get(), nullptr);
+    GstElement* const source = readingElement(mDevice.get());
     if (!source)
         return errorWith("The device has gone.");
     configure(source);
