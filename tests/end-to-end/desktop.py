@@ -130,7 +130,11 @@ class Program:
         environment = {**os.environ, "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
         with open(self.log, "wb") as out:
             self.started = time.monotonic()
-            self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=out, env=environment)
+            try:
+                self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=out,
+                                                env=environment)
+            except OSError as error:
+                raise Failed(f"{name} could not be started: {command[0]}: {error.strerror}") from None
         self.pid = self.process.pid
 
     def check(self):
