@@ -8,7 +8,6 @@
 class CIImage : public NSObject {
     NS_OBJECT(CIImage)
 public:
-    CIImage() = default;
     CIImage(Ref<CVPixelBuffer> pixelBuffer, Ref<CGImage> image, const CGAffineTransform& transform);
 
     /// \return null for null
