@@ -81,7 +81,7 @@ void AppDelegateObjC::camWindowController_didOutputPixelBuffer(
     auto* const extension = kindOf<CMIOExtensionController>(outletExtensionController);
     if (!extension)
         return;
-    if (auto* const output = kindOf<CMIOOutputViewController>(extension->outputViewController()))
+    if (const auto output = extension->outputViewController())
         output->setOutputPixelBuffer(inputPixelBuffer);
 }
 
