@@ -17,7 +17,6 @@ InterfaceFile {
         Outlet { name: "outletRevealPictures"; object: picturesFolder }
         Outlet { name: "outletCaptureFormat"; object: captureFormat }
         Outlet { name: "outletProcessedFormat"; object: processedFormat }
-        Outlet { name: "outletThumbnailRenderer"; object: thumbnailRenderer }
         Outlet { name: "outletButtonStartStopRecording"; object: recordControl }
     }
 
@@ -40,10 +39,6 @@ InterfaceFile {
     InterfaceObject {
         id: processedFormat
         className: "CMFormatDescriptionModel"
-    }
-    InterfaceObject {
-        id: thumbnailRenderer
-        className: "LTCThumbnailInputRenderer"
     }
 
     KeyBinding { id: cameraNames; object: recorder; keyPath: "videoDeviceNames" }
