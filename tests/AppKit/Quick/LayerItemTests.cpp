@@ -1,0 +1,153 @@
+#include "Platform/AppKit/Quick/LayerItem.h"
+
+#include "tests/AppKit/Quick/QuickTest.h"
+
+#include <QQuickWindow>
+
+#include <thread>
+
+namespace {
+
+/// Red above blue.
+Ref<CVPixelBuffer> makeTwoHalves(std::size_t width, std::size_t height)
+{
+    const auto surface = IOSurface::create(width, height, kCVPixelFormatType_32BGRA, 4, nullptr);
+    auto buffer = make<CVPixelBuffer>(surface);
+    for (std::size_t y = 0; y < height; ++y)
+        for (std::size_t x = 0; x < width; ++x) {
+            auto* const pixel = buffer->baseAddress() + y * buffer->bytesPerRow() + 4 * x;
+            const bool top = y < height / 2;
+            pixel[0] = std::byte { static_cast<unsigned char>(top ? 0 : 255) };
+            pixel[1] = std::byte { 0 };
+            pixel[2] = std::byte { static_cast<unsigned char>(top ? 255 : 0) };
+            pixel[3] = std::byte { 0 };
+        }
+    return buffer;
+}
+
+Ref<CALayer> makeBlackAspectLayer()
+{
+    auto layer = make<CALayer>();
+    layer->setBackgroundColor(CGColorGetConstantColor(kCGColorBlack));
+    layer->setContentsGravity(kCAGravityResizeAspect);
+    return layer;
+}
+
+class LayerItemTest : public QuickTest {
+protected:
+    void show(CALayer* layer, QSize size)
+    {
+        mWindow = std::make_unique<QQuickWindow>();
+        mWindow->setColor(Qt::green);
+        mWindow->resize(size);
+        auto item = std::make_unique<LayerItem>();
+        item->setLayer(layer);
+        item->setSize(QSizeF(size));
+        item->setParentItem(mWindow->contentItem());
+        mItem = std::move(item);
+        mWindow->show();
+    }
+    QColor colorAt(int x, int y) { return mWindow->grabWindow().pixelColor(x, y); }
+    LayerItem& item() { return *mItem; }
+    void TearDown() override
+    {
+        mItem.reset();
+        mWindow.reset();
+    }
+
+private:
+    std::unique_ptr<QQuickWindow> mWindow;
+    std::unique_ptr<LayerItem> mItem;
+};
+
+TEST_F(LayerItemTest, ShowsThePictureUprightWithItsShapeKeptOnBlackBars)
+{
+    const auto layer = makeBlackAspectLayer();
+    layer->setContents(makeTwoHalves(64, 32).get());
+    show(layer, { 128, 128 });
+    EXPECT_EQ(colorAt(64, 10), QColor(Qt::black));
+    EXPECT_EQ(colorAt(64, 40), QColor(Qt::red));
+    EXPECT_EQ(colorAt(64, 88), QColor(Qt::blue));
+    EXPECT_EQ(colorAt(64, 118), QColor(Qt::black));
+}
+
+TEST_F(LayerItemTest, ShowsContentsThatAnotherThreadSets)
+{
+    const auto layer = makeBlackAspectLayer();
+    show(layer, { 64, 32 });
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::black));
+    std::thread([&] { layer->setContents(makeTwoHalves(64, 32).get()); }).join();
+    EXPECT_TRUE(waitFor([&] { return colorAt(32, 4) == QColor(Qt::red); }));
+}
+
+TEST_F(LayerItemTest, ShowsNothingAfterTheContentsWereTakenAway)
+{
+    const auto layer = makeBlackAspectLayer();
+    layer->setContents(makeTwoHalves(64, 32).get());
+    show(layer, { 64, 32 });
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::red));
+    layer->setContents(nullptr);
+    EXPECT_TRUE(waitFor([&] { return colorAt(32, 4) == QColor(Qt::black); }));
+}
+
+TEST_F(LayerItemTest, LetsGoOfAPictureOnceTheNextOneIsDrawn)
+{
+    const auto layer = makeBlackAspectLayer();
+    auto buffer = makeTwoHalves(64, 32);
+    const WeakRef<CVPixelBuffer> watched(buffer);
+    layer->setContents(buffer);
+    buffer = nullptr;
+    show(layer, { 64, 32 });
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::red));
+    EXPECT_TRUE(watched.strongReference());
+    layer->setContents(makeTwoHalves(64, 32).get());
+    EXPECT_TRUE(waitFor([&] {
+        colorAt(0, 0);
+        return !watched.strongReference();
+    }));
+}
+
+TEST_F(LayerItemTest, ItsLayerMayOutliveItAndChangeWhileItGoes)
+{
+    const auto layer = makeBlackAspectLayer();
+    show(layer, { 64, 32 });
+    std::atomic<bool> stop = false;
+    std::thread producer([&] {
+        while (!stop)
+            layer->setContents(makeTwoHalves(8, 4).get());
+    });
+    colorAt(0, 0);
+    TearDown();
+    stop = true;
+    producer.join();
+    layer->setNeedsDisplay();
+    EXPECT_TRUE(layer->contents());
+}
+
+TEST(ImageOver, IsThePixelsThemselves)
+{
+    const auto buffer = makeTwoHalves(64, 32);
+    const auto image = imageOver(buffer, true);
+    EXPECT_EQ(reinterpret_cast<const std::byte*>(image.constBits()), buffer->baseAddress());
+    EXPECT_EQ(image.pixelColor(3, 3), QColor(Qt::red));
+}
+
+TEST(ImageOver, KeepsTheBufferAsLongAsTheImage)
+{
+    auto buffer = makeTwoHalves(64, 32);
+    const WeakRef<CVPixelBuffer> watched(buffer);
+    auto image = imageOver(std::move(buffer), true);
+    EXPECT_TRUE(watched.strongReference());
+    image = QImage();
+    EXPECT_FALSE(watched.strongReference());
+}
+
+TEST(ScaledImage, HasTheSizeAskedForAndTheSamePicture)
+{
+    const auto image = scaledImage(imageOver(makeTwoHalves(64, 32), true), { 30, 20 });
+    EXPECT_EQ(image.size(), QSize(30, 20));
+    EXPECT_EQ(image.pixelColor(15, 2), QColor(Qt::red));
+    EXPECT_EQ(image.pixelColor(15, 17), QColor(Qt::blue));
+}
+
+}
