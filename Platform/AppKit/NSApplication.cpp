@@ -29,10 +29,10 @@ void NSApplication::setDelegate(NSObject* delegate)
 
 void NSApplication::finishLaunching()
 {
-    post(NSApplicationWillFinishLaunchingNotification, "applicationWillFinishLaunching:",
-        &NSApplicationDelegate::applicationWillFinishLaunching);
-    post(NSApplicationDidFinishLaunchingNotification, "applicationDidFinishLaunching:",
-        &NSApplicationDelegate::applicationDidFinishLaunching);
+    post(NSApplicationWillFinishLaunchingNotification,
+        "applicationWillFinishLaunching:", &NSApplicationDelegate::applicationWillFinishLaunching);
+    post(NSApplicationDidFinishLaunchingNotification,
+        "applicationDidFinishLaunching:", &NSApplicationDelegate::applicationDidFinishLaunching);
 }
 
 void NSApplication::terminate(NSObject* /*sender*/)
@@ -40,8 +40,8 @@ void NSApplication::terminate(NSObject* /*sender*/)
     if (mTerminating)
         return;
     mTerminating = true;
-    post(NSApplicationWillTerminateNotification, "applicationWillTerminate:",
-        &NSApplicationDelegate::applicationWillTerminate);
+    post(NSApplicationWillTerminateNotification,
+        "applicationWillTerminate:", &NSApplicationDelegate::applicationWillTerminate);
     if (mStopEventLoop)
         mStopEventLoop();
 }

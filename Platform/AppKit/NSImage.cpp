@@ -19,8 +19,8 @@ NSImage* NSImage::imageNamed(CFString* name)
     const auto picture = bytes.empty() ? nullptr : CGImageCreateWithPNGData(bytes);
     if (!picture)
         return nullptr;
-    auto image = make<NSImage>(
-        NSMakeSize(static_cast<CGFloat>(picture->width()), static_cast<CGFloat>(picture->height())));
+    auto image
+        = make<NSImage>(NSMakeSize(static_cast<CGFloat>(picture->width()), static_cast<CGFloat>(picture->height())));
     image->addRepresentation(make<NSBitmapImageRep>(picture).get());
     return images.emplace(textOf(name), std::move(image)).first->second;
 }

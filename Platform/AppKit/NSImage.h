@@ -23,8 +23,8 @@ public:
         : mSize(size)
     {
     }
-    /// The picture "<name>.png" that is compiled into the program, decoded when first asked for and kept until the process
-    /// ends; null when there is none.
+    /// The picture "<name>.png" that is compiled into the program, decoded when first asked for and kept until the
+    /// process ends; null when there is none.
     static NSImage* imageNamed(CFString* name);
 
     NSSize size() const { return mSize; }

@@ -24,8 +24,8 @@ public:
 /// A rectangle of a window. Interface files make views by class name; a subclass shows a picture by the contents of
 /// its layer, and gets the mouse.
 ///
-/// Coordinates are points from the view's bottom left corner. Everything is for the main thread, except `setNeedsDisplay`
-/// and `layer`.
+/// Coordinates are points from the view's bottom left corner. Everything is for the main thread, except
+/// `setNeedsDisplay` and `layer`.
 class NSView : public NSObject {
     NS_OBJECT(NSView)
 public:

@@ -2,8 +2,8 @@
 
 /// Groups changes of layers that are made on one thread: they show together when the outermost group ends.
 ///
-/// Layers here never animate on their own, so disabling the actions changes nothing; it stands for callers that must not
-/// depend on that.
+/// Layers here never animate on their own, so disabling the actions changes nothing; it stands for callers that must
+/// not depend on that.
 class CATransaction {
 public:
     static void begin();

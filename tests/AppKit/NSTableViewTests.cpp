@@ -22,8 +22,7 @@ public:
 NS_IMPLEMENTATION(TableSource, NSObject)
 {
     type.message("numberOfRowsInTableView:", &TableSource::numberOfRowsInTableView);
-    type.message(
-        "tableView:objectValueForTableColumn:row:", &TableSource::tableView_objectValueForTableColumn_row);
+    type.message("tableView:objectValueForTableColumn:row:", &TableSource::tableView_objectValueForTableColumn_row);
 }
 
 class WordlessSource : public TableSource {

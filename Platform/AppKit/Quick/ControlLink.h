@@ -7,9 +7,9 @@
 
 class ControlLinkObserver;
 
-/// `ControlLink { className: "NSButton"; target: …; action: "…" }` inside an item with a signal `clicked()`: the control
-/// object of the item. A press of the item presses the control, and the item's `enabled`, `text` and, where it has one,
-/// `checked` follow the control's `enabled`, `title` and `state` once the control says something of its own.
+/// `ControlLink { className: "NSButton"; target: …; action: "…" }` inside an item with a signal `clicked()`: the
+/// control object of the item. A press of the item presses the control, and the item's `enabled`, `text` and, where it
+/// has one, `checked` follow the control's `enabled`, `title` and `state` once the control says something of its own.
 class ControlLink : public InterfaceObject {
     Q_OBJECT
     Q_PROPERTY(QObject* target MEMBER mTarget)

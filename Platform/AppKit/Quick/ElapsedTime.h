@@ -4,8 +4,8 @@
 #include <QObject>
 #include <QTimer>
 
-/// `ElapsedTime { running: … }`: `text` is how long `running` has been true, as minutes and seconds, with hours from the
-/// first one on. It stays when `running` ends and starts anew at its next beginning.
+/// `ElapsedTime { running: … }`: `text` is how long `running` has been true, as minutes and seconds, with hours from
+/// the first one on. It stays when `running` ends and starts anew at its next beginning.
 class ElapsedTime : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool running READ isRunning WRITE setRunning)

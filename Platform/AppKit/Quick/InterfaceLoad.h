@@ -28,8 +28,8 @@ public:
     static InterfaceLoad* current();
     NSObject* owner() const { return mOwner; }
 
-    /// Makes an object of the class and keeps it for as long as the process runs; reports for \p element when there is no
-    /// such class or it makes no objects, and then the result is null.
+    /// Makes an object of the class and keeps it for as long as the process runs; reports for \p element when there is
+    /// no such class or it makes no objects, and then the result is null.
     static NSObject* makeObject(QObject* element, const QString& className);
     /// Runs \p action when the file is complete, those of an earlier step first.
     static void whenComplete(Step step, std::function<void()> action);

@@ -1,5 +1,9 @@
 #include "Platform/AppKit/Quick/InterfaceLoader.h"
 
+#include "Platform/AppKit/NSApplication.h"
+#include "Platform/AppKit/NSTextField.h"
+#include "Platform/AppKit/NSViewController.h"
+#include "Platform/AppKit/NSWindowController.h"
 #include "Platform/AppKit/Quick/ActionLink.h"
 #include "Platform/AppKit/Quick/ControlLink.h"
 #include "Platform/AppKit/Quick/ElapsedTime.h"
@@ -10,10 +14,6 @@
 #include "Platform/AppKit/Quick/InterfaceWindow.h"
 #include "Platform/AppKit/Quick/KeyBinding.h"
 #include "Platform/AppKit/Quick/TableRows.h"
-#include "Platform/AppKit/NSApplication.h"
-#include "Platform/AppKit/NSTextField.h"
-#include "Platform/AppKit/NSViewController.h"
-#include "Platform/AppKit/NSWindowController.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <QQmlComponent>

@@ -45,7 +45,8 @@ void InterfaceTextField::click()
 
 void InterfaceTextField::keyPressEvent(QKeyEvent* event)
 {
-    const bool presses = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space;
+    const bool presses
+        = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space;
     if (!presses || event->isAutoRepeat()) {
         InterfaceView::keyPressEvent(event);
         return;

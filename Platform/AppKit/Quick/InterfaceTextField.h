@@ -19,5 +19,4 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-
 };

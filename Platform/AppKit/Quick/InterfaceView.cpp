@@ -59,7 +59,9 @@ void InterfaceView::loadComponent()
         { { QStringLiteral("view"), QVariant::fromValue<QObject*>(this) } }, qmlContext(this));
     mComponentItem = qobject_cast<QQuickItem*>(made);
     if (!mComponentItem) {
-        InterfaceLoad::report(this, component.isError() ? component.errorString() : QStringLiteral("%1 is no item").arg(QString::fromStdString(url)));
+        InterfaceLoad::report(this,
+            component.isError() ? component.errorString()
+                                : QStringLiteral("%1 is no item").arg(QString::fromStdString(url)));
         delete made;
         return;
     }

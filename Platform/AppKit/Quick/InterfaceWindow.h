@@ -6,8 +6,8 @@
 #include <QQmlParserStatus>
 #include <QQuickWindow>
 
-/// `InterfaceWindow { className: "…" }`: a window, off the screen until the program orders it front. Items in it are its
-/// contents, beside the content view that the program may set.
+/// `InterfaceWindow { className: "…" }`: a window, off the screen until the program orders it front. Items in it are
+/// its contents, beside the content view that the program may set.
 class InterfaceWindow : public QQuickWindow, public QQmlParserStatus, public ObjectElement, public NSWindowHost {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus ObjectElement)

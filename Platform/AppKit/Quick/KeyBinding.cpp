@@ -46,7 +46,8 @@ void KeyBinding::begin()
     } catch (const NSException& exception) {
         InterfaceLoad::report(this,
             QStringLiteral("\"%1\" has no key \"%2\": %3")
-                .arg(QString::fromStdString(mObserved->isa()->name()), mKeyPath, QString::fromStdString(exception.reason())));
+                .arg(QString::fromStdString(mObserved->isa()->name()), mKeyPath,
+                    QString::fromStdString(exception.reason())));
         mObserved = nullptr;
         return;
     }

@@ -9,7 +9,8 @@ class KeyBindingObserver;
 /// `KeyBinding { object: …; keyPath: "…" }`: `value` is the value of the object's key and follows it; assigning `value`
 /// sets the key. A missing key is an error of the file.
 ///
-/// With `transformer`, the name of a class of value transformers, `value` is what a transformer makes of the key's value.
+/// With `transformer`, the name of a class of value transformers, `value` is what a transformer makes of the key's
+/// value.
 class KeyBinding : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)

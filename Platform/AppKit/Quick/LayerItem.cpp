@@ -2,12 +2,12 @@
 
 #include "Platform/dispatch/dispatch.h"
 
+#include <libyuv/scale_argb.h>
 #include <QCoreApplication>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
 #include <QSGTexture>
-#include <libyuv/scale_argb.h>
 
 #include <cmath>
 
@@ -38,9 +38,9 @@ bool drawsInSoftware(const QQuickWindow* window)
 /// Where the contents go, on whole pixels of the screen, so that the software renderer need not blend edges.
 QRectF placeOf(const CALayer& layer, QSize picture, QSizeF item, qreal ratio)
 {
-    const auto place = layer.rectangleForContents({ static_cast<double>(picture.width()),
-                                                      static_cast<double>(picture.height()) },
-        { item.width(), item.height() });
+    const auto place
+        = layer.rectangleForContents({ static_cast<double>(picture.width()), static_cast<double>(picture.height()) },
+            { item.width(), item.height() });
     const auto aligned = [ratio](double value) { return std::round(value * ratio) / ratio; };
     // The layer's origin is at the bottom, the item's at the top; the place is centred, so it is the same in both.
     return { aligned(place.origin.x), aligned(place.origin.y), aligned(place.size.width), aligned(place.size.height) };
@@ -57,7 +57,8 @@ QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque)
     const auto stride = static_cast<qsizetype>(buffer->bytesPerRow());
     const auto* const pixels = reinterpret_cast<const uchar*>(buffer->baseAddress());
     const auto format = opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied;
-    return QImage(pixels, width, height, stride, format,
+    return QImage(
+        pixels, width, height, stride, format,
         [](void* kept) { Ref<CVPixelBuffer>::adopt(static_cast<CVPixelBuffer*>(kept)); }, buffer.leak());
 }
 
@@ -93,6 +94,7 @@ void LayerItem::setContents(const QVariant& contents)
     if (!mLayer) {
         const auto layer = make<CALayer>();
         layer->setContentsGravity(kCAGravityResizeAspectFill);
+        layer->setOpaque(true);
         setLayer(layer);
     }
     if (contents.canConvert<ObjectHandle>())

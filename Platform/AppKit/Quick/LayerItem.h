@@ -10,9 +10,9 @@
 
 /// An item that draws a layer: its background and its contents, placed by its gravity.
 ///
-/// `LayerItem { contents: … }` shows what a key gives, a pixel buffer or an image, covering the item. The picture is not
-/// copied under the software renderer when it fits the item pixel for pixel, and scaled once otherwise; under a graphics
-/// processor it is uploaded once. Only the item's own area is repainted.
+/// `LayerItem { contents: … }` shows what a key gives, a pixel buffer or an image, opaque and covering the item. Under
+/// the software renderer the picture is not copied when it fits the item pixel for pixel, and scaled once otherwise;
+/// under a graphics processor it is uploaded once. Only the item's own area is repainted.
 class LayerItem : public QQuickItem, private CALayerHost {
     Q_OBJECT
     Q_PROPERTY(QVariant contents READ contents WRITE setContents NOTIFY contentsChanged)

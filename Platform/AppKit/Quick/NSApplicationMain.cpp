@@ -1,8 +1,8 @@
 #include "Platform/AppKit/NSApplication.h"
 #include "Platform/AppKit/NSNib.h"
 #include "Platform/AppKit/Quick/QuickApplication.h"
-#include "Platform/Foundation/NSLog.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSLog.h"
 
 namespace {
 

@@ -1,12 +1,16 @@
 #include "Platform/AppKit/Quick/QuickApplication.h"
 
 #include "Platform/AppKit/NSApplication.h"
+#include "Platform/AppKit/NSImage.h"
 #include "Platform/AppKit/NSNib.h"
 #include "Platform/AppKit/NSWorkspace.h"
 #include "Platform/AppKit/Quick/FileManagerReveal.h"
+#include "Platform/AppKit/Quick/LayerItem.h"
 #include "Platform/AppKit/Quick/RendererChoice.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSBundle.h"
 
+#include <QIcon>
 #include <QKeyEvent>
 #include <QSessionManager>
 #include <QWindow>
@@ -37,6 +41,7 @@ QuickApplication::QuickApplication(int& argumentCount, char** arguments)
     // Numbers in files and shaders have a point, whatever the user's language writes.
     std::setlocale(LC_NUMERIC, "C");
     setQuitOnLastWindowClosed(false);
+    introduceToDesktop();
     chooseRenderer();
     mLoader = std::make_unique<InterfaceLoader>();
     NSNib::setLoader([this](std::string_view name, NSObject* owner) { return mLoader->load(name, owner); });
@@ -44,7 +49,8 @@ QuickApplication::QuickApplication(int& argumentCount, char** arguments)
     serveMainQueue();
     watchSignals();
     installEventFilter(this);
-    connect(this, &QGuiApplication::commitDataRequest, this,
+    connect(
+        this, &QGuiApplication::commitDataRequest, this,
         [](QSessionManager&) { NSApplication::sharedApplication()->terminate(nullptr); }, Qt::DirectConnection);
 }
 
@@ -58,6 +64,17 @@ QuickApplication::~QuickApplication()
     for (const int number : { SIGTERM, SIGINT, SIGHUP })
         std::signal(number, SIG_DFL);
     close(std::exchange(signalDescriptor, -1));
+}
+
+void QuickApplication::introduceToDesktop()
+{
+    const AutoreleasePool pool;
+    const auto* const facts = NSBundle::mainBundle()->infoDictionary();
+    if (auto* const identifier = facts->get<CFString>(CFSTR("CFBundleIdentifier")))
+        setDesktopFileName(QString::fromStdString(identifier->string()));
+    auto* const icon = NSImage::imageNamed(facts->get<CFString>(CFSTR("CFBundleIconFile")));
+    if (const auto image = imageOver(icon ? icon->copyPixelBufferForLayer() : nullptr, false); !image.isNull())
+        setWindowIcon(QIcon(QPixmap::fromImage(image)));
 }
 
 void QuickApplication::serveMainQueue()

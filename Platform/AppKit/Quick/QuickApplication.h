@@ -24,6 +24,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    /// The window's icon and the name of the desktop's file, from the main bundle's facts.
+    void introduceToDesktop();
     void serveMainQueue();
     void watchSignals();
     void signalArrived();

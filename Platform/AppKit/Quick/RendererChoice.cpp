@@ -51,5 +51,6 @@ void chooseRenderer()
 {
     if (qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND"))
         return;
-    QQuickWindow::setGraphicsApi(hasGraphicsProcessor() ? QSGRendererInterface::OpenGL : QSGRendererInterface::Software);
+    QQuickWindow::setGraphicsApi(
+        hasGraphicsProcessor() ? QSGRendererInterface::OpenGL : QSGRendererInterface::Software);
 }

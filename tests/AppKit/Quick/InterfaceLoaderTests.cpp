@@ -1,8 +1,8 @@
 #include "tests/AppKit/Quick/QuickTest.h"
 
+#include "Platform/AppKit/NSApplication.h"
 #include "Platform/AppKit/NSButton.h"
 #include "Platform/AppKit/NSMenu.h"
-#include "Platform/AppKit/NSApplication.h"
 #include "Platform/AppKit/NSWindowController.h"
 
 #include <QKeyEvent>
@@ -20,10 +20,7 @@ std::vector<std::string> awakened;
 class Holder : public NSObject {
     NS_OBJECT(Holder)
 public:
-    void awakeFromNib() override
-    {
-        awakened.push_back(partner.strongReference() ? "with its partner" : "alone");
-    }
+    void awakeFromNib() override { awakened.push_back(partner.strongReference() ? "with its partner" : "alone"); }
     void act(NSObject* sender) { lastSender = sender; }
     WeakRef<Holder> partner;
     WeakRef<NSButton> button;
@@ -49,9 +46,10 @@ protected:
 TEST_F(InterfaceLoaderTest, ConnectsAllOutletsBeforeAnyObjectAwakes)
 {
     const auto owner = make<Holder>();
-    const auto problem = load("FileOwner { id: owner; className: 'Holder'; Outlet { name: 'partner'; object: first } }\n"
-                              "InterfaceObject { id: first; className: 'Holder'; Outlet { name: 'partner'; object: owner } }",
-        owner);
+    const auto problem
+        = load("FileOwner { id: owner; className: 'Holder'; Outlet { name: 'partner'; object: first } }\n"
+               "InterfaceObject { id: first; className: 'Holder'; Outlet { name: 'partner'; object: owner } }",
+            owner);
     EXPECT_EQ(problem, std::nullopt);
     EXPECT_THAT(awakened, ElementsAre("with its partner", "with its partner"));
 }
@@ -135,10 +133,11 @@ TEST_F(InterfaceLoaderTest, PressesAControlWhenItsItemIsClicked)
 TEST_F(InterfaceLoaderTest, TurnsTheKeysOfTheMainMenuIntoItsActions)
 {
     const auto owner = make<Holder>();
-    const auto problem = load("FileOwner { id: owner; className: 'Holder' }\n"
-                              "InterfaceMainMenu { InterfaceMenuItem { title: 'File'\n"
-                              "InterfaceMenuItem { title: 'Save'; keyEquivalent: 'Ctrl+Shift+S'; target: owner; action: 'act:' } } }",
-        owner);
+    const auto problem
+        = load("FileOwner { id: owner; className: 'Holder' }\n"
+               "InterfaceMainMenu { InterfaceMenuItem { title: 'File'\n"
+               "InterfaceMenuItem { title: 'Save'; keyEquivalent: 'Ctrl+Shift+S'; target: owner; action: 'act:' } } }",
+            owner);
     ASSERT_EQ(problem, std::nullopt);
     QWindow window;
     QKeyEvent other(QEvent::KeyPress, Qt::Key_S, Qt::ControlModifier);

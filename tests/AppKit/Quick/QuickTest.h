@@ -2,9 +2,10 @@
 
 #include "Platform/AppKit/Quick/QuickApplication.h"
 
+#include <gmock/gmock.h>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
-#include <gmock/gmock.h>
 
 #include <functional>
 #include <memory>
