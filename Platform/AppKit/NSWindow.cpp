@@ -28,7 +28,7 @@ void NSWindow::setTitle(CFString* title)
 
 void NSWindow::setContentView(NSView* view)
 {
-    if (view == mContentView)
+    if (view == mContentView.get())
         return;
     mContentView = view;
     if (mHost)
