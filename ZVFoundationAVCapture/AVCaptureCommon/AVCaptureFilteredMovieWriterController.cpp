@@ -32,6 +32,13 @@ NS_IMPLEMENTATION(AVCaptureFilteredMovieWriterController, AVCameraSessionControl
     type.outlet("delegate", &Self::delegate, &Self::setDelegate);
 }
 
+namespace {
+
+/// The steps of the setup report under the one operation that they make up.
+constexpr const char* setupFunction = "_setupCaptureSessionConnections";
+
+}
+
 CFString* AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil = nullptr;
 NSSize AVCaptureFilteredMovieWriter_CapturePixelBufferSizeOrZero {};
 
@@ -182,7 +189,7 @@ void AVCaptureFilteredMovieWriterController::addAudioInput()
     const auto audioInput = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!audioInput || error)
         return;
-    if (CFRequired(captureSession()->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
+    if (CFRequiredIn(setupFunction, captureSession()->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
         captureSession()->addInput(audioInput);
 }
 
@@ -191,7 +198,7 @@ void AVCaptureFilteredMovieWriterController::addAudioOutput()
     const auto output = make<AVCaptureAudioDataOutput>();
     if (auto* const queue = dispatchAudioQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequired(captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:audioDataOutput]"))
+    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:audioDataOutput]"))
         return;
     captureSession()->addOutput(output);
     setAudioDataOutput(output);
@@ -206,7 +213,7 @@ void AVCaptureFilteredMovieWriterController::addVideoInput()
     const auto input = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!input || error)
         return;
-    if (!CFRequired(captureSession()->canAddInput(input), "[self.captureSession canAddInput:videoDeviceInput]"))
+    if (!CFRequiredIn(setupFunction, captureSession()->canAddInput(input), "[self.captureSession canAddInput:videoDeviceInput]"))
         return;
     captureSession()->addInput(input);
     setVideoDeviceInput(input);
@@ -221,7 +228,7 @@ bool AVCaptureFilteredMovieWriterController::addVideoOutput()
     output->setVideoSettings(delegatedPixelBufferProperties());
     if (auto* const queue = dispatchVideoQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequired(captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:videoDataOutput]"))
+    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:videoDataOutput]"))
         return true;
     captureSession()->addOutput(output);
     setVideoDataOutput(output);
@@ -233,7 +240,7 @@ void AVCaptureFilteredMovieWriterController::applySessionPreset()
     auto* const preset = AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil;
     if (!preset)
         return;
-    if (CFRequired(captureSession()->canSetSessionPreset(preset),
+    if (CFRequiredIn(setupFunction, captureSession()->canSetSessionPreset(preset),
             "[self.captureSession canSetSessionPreset:AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil]"))
         captureSession()->setSessionPreset(preset);
 }

@@ -1,0 +1,128 @@
+#include "ZVFoundationAVCapture/AVCaptureCommon/AVRecorderController.h"
+#include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
+
+namespace {
+
+/// Notes which keys change on what it observes, and on which thread.
+class KeyObserver : public NSObject {
+    NS_OBJECT(KeyObserver)
+public:
+    KeyObserver() = default;
+    void observe(NSObject* target, std::string_view key)
+    {
+        target->addObserver_forKeyPath_options_context(this, key, 0, nullptr);
+    }
+    void observeValueForKeyPath_ofObject_change_context(CFString* keyPath, NSObject*, CFDictionary*, const void*) override
+    {
+        keys.push_back(keyPath->string());
+        onMain = onMain && DispatchMain::isMainThread();
+    }
+    std::vector<std::string> keys;
+    bool onMain = true;
+};
+
+NS_IMPLEMENTATION(KeyObserver, NSObject) { }
+
+}
+
+class RecorderController : public CaptureFixture {
+protected:
+    void SetUp() override
+    {
+        CaptureFixture::SetUp();
+        AVCameraSessionController_NoCameraDeviceNameConstructor();
+    }
+    void TearDown() override
+    {
+        if (recorder->session())
+            recorder->stopAndTearDownCaptureSession();
+        CaptureFixture::TearDown();
+    }
+    const Ref<AVCaptureFilteredMovieWriterController> recorder = make<AVCaptureFilteredMovieWriterController>();
+    const Ref<AVRecorderController> controller = make<AVRecorderController>();
+};
+
+TEST_F(RecorderController, WithoutACameraTheNamesAreEmptyAndTheSelectionIsTheNoCameraName)
+{
+    const FailPoint::Scope none("AVCaptureDevice.none");
+    EXPECT_EQ(controller->videoDeviceNames()->count(), 0U);
+    controller->setRecorder(recorder);
+    EXPECT_EQ(controller->videoDeviceNames()->count(), 0U);
+    EXPECT_EQ(textOf(controller->selectedVideoDeviceName()), "No Camera");
+    EXPECT_FALSE(controller->hasRecordingDevice());
+    EXPECT_EQ(controller->audioDevices(), nullptr);
+    EXPECT_EQ(controller->presets(), nullptr);
+}
+
+TEST_F(RecorderController, ACameraIsChosenByItsNameTheFirstOfTwoAlike)
+{
+    const auto first = attach("Twin");
+    attach("Twin");
+    const auto other = attach("Other");
+    controller->setDelegate(recorder);
+    EXPECT_EQ(controller->recorder(), recorder);
+    controller->setSelectedVideoDeviceName(CFSTR("Other"));
+    EXPECT_EQ(recorder->selectedVideoDevice(), other);
+    controller->setSelectedVideoDeviceName(CFSTR("Twin"));
+    EXPECT_EQ(recorder->selectedVideoDevice(), first);
+    EXPECT_EQ(textOf(controller->selectedVideoDeviceName()), "Twin");
+    controller->setSelectedVideoDeviceName(CFSTR("No Camera"));
+    EXPECT_EQ(recorder->selectedVideoDevice(), first);
+    controller->setSelectedVideoDeviceName(CFSTR("Nobody"));
+    EXPECT_EQ(recorder->selectedVideoDevice(), first);
+    controller->setSelectedVideoDeviceName(nullptr);
+    EXPECT_EQ(recorder->selectedVideoDevice(), first);
+}
+
+TEST_F(RecorderController, ADeviceSwitchGivesTwoUpdatesOnTheMainQueue)
+{
+    attach("First");
+    const auto second = attach("Second");
+    controller->setRecorder(recorder);
+    recorder->setSelectedVideoDevice(second);
+    const auto observer = make<KeyObserver>();
+    for (const char* key : { "videoDevices", "selectedVideoDeviceFormats", "audioDevices", "selectedAudioDevice" })
+        observer->observe(controller, key);
+    controller->awakeFromNib();
+    EXPECT_EQ(observer->keys.size(), 6U);
+    observer->keys.clear();
+    const auto before = controller->pendingBindingUpdates();
+    recorder->setSelectedVideoDevice(kindOf<AVCaptureDevice>(recorder->availableVideoInputDevices()->objectAtIndex(0)));
+    EXPECT_EQ(controller->pendingBindingUpdates(), before + 2);
+    EXPECT_TRUE(observer->keys.empty());
+    DispatchMain::drain();
+    const std::vector<std::string> once { "videoDevices", "selectedVideoDeviceFormats", "audioDevices",
+        "selectedAudioDevice", "audioDevices", "selectedAudioDevice" };
+    std::vector<std::string> twice = once;
+    twice.insert(twice.end(), once.begin(), once.end());
+    EXPECT_EQ(observer->keys, twice);
+    EXPECT_TRUE(observer->onMain);
+}
+
+TEST_F(RecorderController, AnotherObjectsChangesAreIgnored)
+{
+    controller->setRecorder(recorder);
+    controller->observeValueForKeyPath_ofObject_change_context(CFSTR("selectedVideoDevice"), controller, nullptr, nullptr);
+    EXPECT_EQ(controller->pendingBindingUpdates(), 0);
+    controller->observeValueForKeyPath_ofObject_change_context(CFSTR("selectedAudioDevice"), recorder, nullptr, nullptr);
+    EXPECT_EQ(controller->pendingBindingUpdates(), 1);
+}
+
+TEST_F(RecorderController, RecordingIsNotItsJob)
+{
+    try {
+        controller->setRecording(true);
+        FAIL();
+    } catch (const NSException& exception) {
+        EXPECT_EQ(exception.name(), "Unimplemented methodunimplemented");
+        EXPECT_EQ(exception.reason(), "setRecording: is not implemented");
+    }
+}
+
+TEST_F(RecorderController, TheInterfaceFileFindsItByName)
+{
+    const auto made = NSClassFromString(CFSTR("AVRecorderController"))->createInstance();
+    EXPECT_NE(kindOf<AVCaptureSessionRecorderController>(made), nullptr);
+    made->setValue_forKey(CFSTR("none such"), "selectedVideoDeviceName");
+    EXPECT_TRUE(CFEqual(made->valueForKey("selectedVideoDeviceName").get(), AVCameraSessionController_NoCameraDeviceName));
+}
