@@ -118,7 +118,8 @@ std::string formatted(const Conversion& conversion, bool isLong, const CFFormatA
     switch (conversion.letter) {
     case '@':
     case 's':
-        return printed(start + 's', asText(value).c_str());
+        // Plain texts go through whole, with what zero characters they have.
+        return conversion.flags.empty() ? asText(value) : printed(start + 's', asText(value).c_str());
     case 'd':
     case 'i':
         return printed(start + "lld",

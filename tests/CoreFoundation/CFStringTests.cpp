@@ -35,6 +35,12 @@ TEST(CFString, FormatsObjectsByTheirDescription)
     EXPECT_EQ(format("%s|%s", "bytes", static_cast<const char*>(nullptr)), "bytes|(null)");
 }
 
+TEST(CFString, KeepsZeroCharactersOfAnObjectsText)
+{
+    const std::string zeros(4, '\0');
+    EXPECT_EQ(format("'%@'", CFString::create(zeros)), "'" + zeros + "'");
+}
+
 TEST(CFString, LeavesConversionsWithoutAnArgumentAsTheyStand)
 {
     EXPECT_EQ(format("100%%"), "100%");

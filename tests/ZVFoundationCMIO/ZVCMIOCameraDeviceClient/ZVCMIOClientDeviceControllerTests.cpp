@@ -247,5 +247,6 @@ TEST_F(DeviceController, AnExtensionThatDiesGivesItsBuffersBack)
     controller->publishFrameBufferToCameraExtension();
     EXPECT_TRUE(controller->enqueued());
     extension.send(SIGKILL);
+    EXPECT_EQ(extension.waitForEnd(), -1);
     EXPECT_TRUE(eventually([&] { return controller->readyToEnqueue(); }));
 }

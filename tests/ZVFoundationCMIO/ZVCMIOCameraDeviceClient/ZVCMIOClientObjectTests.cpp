@@ -11,6 +11,9 @@
 
 namespace {
 
+/// The camera's client looks into the runtime folder from its first use on, so that must be the tests' own from the start.
+[[maybe_unused]] const RuntimeFolder& runtimeFolder = RuntimeFolder::shared();
+
 ZVCMIOClientDevice* camera()
 {
     return ZVCMIOClientDeviceList::deviceList()->deviceWithUID(CMIOOutputViewController_CMIOExtension_DeviceUUID);
@@ -58,8 +61,8 @@ TEST(ZVCMIOClientObject, AnAbsentScalarIsZero)
 TEST(ZVCMIOClientObject, AnObjectThatIsNotThereIsDescribedWithoutChildren)
 {
     const AutoreleasePool pool;
-    auto* const object = make<ZVCMIOClientObject>()->initWithObjectID(0x12345);
-    const Ref<ZVCMIOClientObject> kept = Ref<ZVCMIOClientObject>(object);
+    const auto object = make<ZVCMIOClientObject>();
+    object->initWithObjectID(0x12345);
     EXPECT_EQ(object->propertyClassName()->string(), "?");
     const std::string zero(4, '\0');
     EXPECT_EQ(object->_describeCMIOObject_useShortDescription(1, true)->string(),
