@@ -55,6 +55,11 @@ void InterfaceView::loadComponent()
         return;
     auto* const engine = qmlEngine(this);
     QQmlComponent component(engine, QUrl(QString::fromStdString(url)), this);
+    // Making an object of a component that could not be read crashes.
+    if (!component.isReady()) {
+        InterfaceLoad::report(this, component.errorString());
+        return;
+    }
     auto* const made = component.createWithInitialProperties(
         { { QStringLiteral("view"), QVariant::fromValue<QObject*>(this) } }, qmlContext(this));
     mComponentItem = qobject_cast<QQuickItem*>(made);
