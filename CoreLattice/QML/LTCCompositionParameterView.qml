@@ -11,7 +11,7 @@ Item {
 
     KeyBinding { id: parameters; object: panel.view; keyPath: "parameters" }
     KeyBinding { id: compositionName; object: panel.view; keyPath: "compositionName" }
-    Action { id: resetAll; target: panel.view; selector: "resetParameters" }
+    ActionLink { id: resetAll; target: panel.view; selector: "resetParameters" }
 
     Text {
         id: title

@@ -20,7 +20,7 @@ Item {
     KeyBinding { id: value; object: row.parameter; keyPath: "value" }
     KeyBinding { id: choices; object: row.parameter; keyPath: "labels" }
     KeyBinding { id: choice; object: row.parameter; keyPath: "selectedLabel" }
-    Action { id: reset; target: row.parameter; selector: "reset" }
+    ActionLink { id: reset; target: row.parameter; selector: "reset" }
 
     Loader {
         id: controls
