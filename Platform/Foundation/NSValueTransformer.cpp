@@ -1,3 +1,6 @@
 #include "Platform/Foundation/NSValueTransformer.h"
 
-NS_IMPLEMENTATION(NSValueTransformer, NSObject) { }
+NS_IMPLEMENTATION(NSValueTransformer, NSObject)
+{
+    type.message("transformedValue:", &NSValueTransformer::transformedValue);
+}
