@@ -55,7 +55,7 @@ Item {
 
             FocusFrame {
                 control: resetButton
-                margins: 0
+                anchors.margins: 0
             }
         }
     }
