@@ -90,7 +90,7 @@ void TestPicture::draw(
         restore(canvas, ballArea(i, shown.number));
     for (int i = 0; i < static_cast<int>(mBalls.size()); ++i)
         drawBall(canvas, mBalls[static_cast<std::size_t>(i)], ballArea(i, number));
-    const auto clock = [time](int unit) { return digits(static_cast<std::uint32_t>(unit), 2); };
+    const auto clock = [](int unit) { return digits(static_cast<std::uint32_t>(unit), 2); };
     drawText(canvas, 0, clock(time / 3600 % 24) + ":" + clock(time / 60 % 60) + ":" + clock(time % 60), shown.texts[0]);
     drawText(canvas, 1, "#" + digits(number, charactersInLine - 1), shown.texts[1]);
     drawCounter(canvas, number);
