@@ -273,10 +273,13 @@ pw_buffer* CameraNode::freeBuffer()
     if (!mIsStreaming || !mFormat || !mConnection)
         return nullptr;
     auto* const stream = mConnection->stream;
-    // Pictures that nobody fetched, because the graph was held up, would delay every later one: the newest counts.
+    // While the graph is held up one picture waits in the stream and no more: each would delay all later ones. (Flushing
+    // the stream is no way to have the newest instead, since that also pauses it.)
     pw_time time {};
-    if (pw_stream_get_time_n(stream, &time, sizeof time) >= 0 && time.queued_buffers > 0)
-        pw_stream_flush(stream, false);
+    if (pw_stream_get_time_n(stream, &time, sizeof time) >= 0 && time.queued_buffers > 0) {
+        pw_stream_trigger_process(stream);
+        return nullptr;
+    }
     return pw_stream_dequeue_buffer(stream);
 }
 
