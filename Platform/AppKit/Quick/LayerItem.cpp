@@ -15,8 +15,9 @@ namespace {
 
 const QEvent::Type layerChanged = static_cast<QEvent::Type>(QEvent::registerEventType());
 
-/// The background, then the picture.
-class LayerNode : public QSGNode {
+/// The background, then the picture. A transform that does nothing: the software renderer does not know where the later
+/// children of a plain node are, and draws them at the window's corner.
+class LayerNode : public QSGTransformNode {
 public:
     QSGRectangleNode* background = nullptr;
     QSGImageNode* picture = nullptr;
