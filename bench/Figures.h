@@ -1,0 +1,38 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// One figure that the benchmark can print.
+struct FigureName {
+    std::string_view name;
+    std::string_view unit;
+    std::string_view meaning;
+};
+
+/// What was asked for and for how long each stage is to be measured.
+struct BenchRequest {
+    std::set<std::string, std::less<>> names;
+    double seconds = 20;
+    bool wants(std::string_view name) const { return names.contains(name); }
+    template <class Names> bool wantsAny(const Names& list) const
+    {
+        for (const FigureName& figure : list)
+            if (wants(figure.name))
+                return true;
+        return false;
+    }
+};
+
+/// Prints `name: value unit` if it was asked for.
+void printFigure(const BenchRequest& request, const FigureName& figure, double value);
+
+/// The movie writer alone, in this process.
+const std::vector<FigureName>& writerFigures();
+void measureWriter(const BenchRequest& request);
+
+/// The program, and the plain pipeline that does the same, in a session with a camera.
+const std::vector<FigureName>& programFigures();
+void measurePrograms(const BenchRequest& request);
