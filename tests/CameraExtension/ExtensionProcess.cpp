@@ -29,6 +29,14 @@ void lookAgainSoon()
 RuntimeFolder::RuntimeFolder()
     : mPath("/tmp/tovrin-test-XXXXXX")
 {
+    // A session that has PipeWire is one that was made for the test.
+    const char* const session = std::getenv("XDG_RUNTIME_DIR");
+    if (session && std::string_view(session).starts_with("/tmp/")
+        && std::filesystem::exists(std::string(session) + "/pipewire-0")) {
+        mPath = session;
+        mIsOwn = false;
+        return;
+    }
     if (!::mkdtemp(mPath.data()))
         std::abort();
     ::setenv("XDG_RUNTIME_DIR", mPath.c_str(), 1);
@@ -36,7 +44,8 @@ RuntimeFolder::RuntimeFolder()
 
 RuntimeFolder::~RuntimeFolder()
 {
-    std::filesystem::remove_all(mPath);
+    if (mIsOwn)
+        std::filesystem::remove_all(mPath);
 }
 
 RuntimeFolder& RuntimeFolder::shared()

@@ -8,7 +8,8 @@
 
 #include <sys/types.h>
 
-/// A runtime folder of the test program's own, made before the first test and removed after the last.
+/// A runtime folder of the test program's own, made before the first test and removed after the last; inside a private
+/// session that session's.
 class RuntimeFolder {
 public:
     RuntimeFolder();
@@ -20,6 +21,7 @@ public:
 
 private:
     std::string mPath;
+    bool mIsOwn = true;
 };
 
 /// The built extension, running in the runtime folder.
