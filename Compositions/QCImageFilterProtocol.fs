@@ -2,7 +2,7 @@
     "LABEL": "Protocol",
     "DESCRIPTION": "You as an engineering drawing: chalk lines and hatching on blueprint paper.",
     "INPUTS": [
-        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
+        { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "lines", "LABEL": "Lines", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "shading", "LABEL": "Shading", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "hatching", "LABEL": "Hatching", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
@@ -12,33 +12,22 @@
     ]
 }*/
 
-const vec3 brightness = vec3(0.30, 0.59, 0.11);
-
 void main()
 {
-    vec2 at = isf_FragNormCoord;
-    vec2 place = at * RENDERSIZE;
-    vec2 reach = 1.5 / RENDERSIZE;
+    vec2 place = isf_FragNormCoord * RENDERSIZE;
+    float light = dot(IMG_THIS_PIXEL(inputImage).rgb, vec3(0.30, 0.59, 0.11));
 
-    float here = dot(IMG_THIS_PIXEL(inputImage).rgb, brightness);
-    float right = dot(IMG_NORM_PIXEL(inputImage, vec2(at.x + reach.x, at.y)).rgb, brightness);
-    float above = dot(IMG_NORM_PIXEL(inputImage, vec2(at.x, at.y + reach.y)).rgb, brightness);
+    // A line where the light changes within two pixels. Dark places need a smaller step than bright ones, as for the eye.
+    float slope = (abs(dFdx(light)) + abs(dFdy(light))) / (light + 0.17);
+    float line = clamp((slope - 0.11) * (lines * 14.0), 0.0, 1.0);
 
-    // Dark places need a smaller step for a line than bright ones, as for the eye.
-    vec2 slope = vec2(right - here, above - here) / (here + 0.12);
-    float line = clamp((dot(slope, slope) * 26.0 - 0.16) * lines * 2.0, 0.0, 1.0);
+    // Flat tones; the upper ones are hatched one way, the highest both ways.
+    float tone = floor(light * 5.0 + 0.3);
+    vec2 hatch = step(fract(vec2(place.x + place.y, place.x - place.y) * 0.125), vec2(tone * 0.09 - 0.08, tone * 0.14 - 0.42));
 
-    // Five flat tones; the upper ones are hatched one way, the highest both ways.
-    float tone = floor(here * 5.0 + 0.3) * 0.2;
-    float falling = fract((place.x + place.y) * 0.125);
-    float rising = fract((place.x - place.y) * 0.125);
-    float hatch = step(falling, tone * 0.45 - 0.08) + step(rising, tone * 0.7 - 0.42);
+    // A ruled line every forty pixels.
+    vec2 ruled = step(fract(place * 0.025), vec2(0.025));
 
-    // Thin lines every sixteen pixels, stronger ones every eighty.
-    vec2 fine = step(fract(place * 0.0625), vec2(0.0625));
-    vec2 strong = step(fract(place * 0.0125), vec2(0.0125));
-    float ruled = max(fine.x, fine.y) * 0.10 + max(strong.x, strong.y) * 0.22;
-
-    float amount = tone * shading * 0.5 + hatch * hatching * 0.22 + ruled * grid;
-    gl_FragColor = vec4(mix(paper.rgb, chalk.rgb, clamp(amount + line, 0.0, 1.0)), 1.0);
+    float amount = tone * (shading * 0.1) + (hatch.x + hatch.y) * (hatching * 0.22) + max(ruled.x, ruled.y) * (grid * 0.2);
+    gl_FragColor = vec4(mix(paper.rgb, chalk.rgb, min(amount + line, 1.0)), 1.0);
 }

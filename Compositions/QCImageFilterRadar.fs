@@ -5,9 +5,9 @@
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "speed", "LABEL": "Sweeps per minute", "TYPE": "float", "DEFAULT": 15.0, "MIN": 0.0, "MAX": 60.0 },
         { "NAME": "afterglow", "LABEL": "Afterglow", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "ambient", "LABEL": "Picture between sweeps", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "DEFAULT": 1.2, "MIN": 0.5, "MAX": 2.5 },
-        { "NAME": "scale", "LABEL": "Rings", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "ambient", "LABEL": "Picture between sweeps", "TYPE": "float", "DEFAULT": 0.65, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "DEFAULT": 1.5, "MIN": 0.5, "MAX": 2.5 },
+        { "NAME": "rings", "LABEL": "Rings", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "phosphor", "LABEL": "Phosphor", "TYPE": "color", "DEFAULT": [0.25, 1.0, 0.45, 1.0] }
     ],
     "PASSES": [
@@ -17,31 +17,43 @@
 }*/
 
 varying vec2 beam;
+varying float beamWidth;
 varying float decay;
+
+// The screen at half the size. Red: what the phosphor keeps, the picture as it was when the beam passed, fading. Green: the
+// rings and the cross. Blue: how much of the light gets through, less towards the corners.
+vec4 sweep(vec2 fromCenter)
+{
+    float light = dot(IMG_THIS_PIXEL(inputImage).rgb, vec3(0.30, 0.59, 0.11));
+    float before = IMG_THIS_PIXEL(screen).r * decay - 0.004;
+    float behind = dot(fromCenter, vec2(beam.y, -beam.x));
+    float along = dot(fromCenter, beam);
+    float under = step(0.0, behind) * step(behind, along * beamWidth);
+    float kept = max(before, under * (light * 0.86 + 0.14));
+
+    float far = length(fromCenter);
+    float toRing = abs(fract(far * 6.0 + 0.5) - 0.5) / 6.0;
+    float toLine = min(toRing, min(abs(fromCenter.x), abs(fromCenter.y)));
+    float line = clamp(1.1 - toLine * RENDERSIZE.y, 0.0, 1.0);
+    return vec4(kept, line * rings, 1.0 - 0.38 * far * far, 1.0);
+}
+
+vec4 drawScreen()
+{
+    float light = dot(IMG_THIS_PIXEL(inputImage).rgb, vec3(0.30, 0.59, 0.11));
+    vec3 behind = IMG_THIS_PIXEL(screen).rgb;
+    float seen = gain * light * (0.4 + 0.6 * light) * (ambient * 0.9 + behind.r * 1.1) + behind.r * 0.24;
+    // Every other line is darker, as on a tube.
+    float line = 0.85 + 0.15 * step(0.5, fract(isf_FragNormCoord.y * RENDERSIZE.y * 0.5));
+    seen = seen * line * behind.b + behind.g * 0.45 + 0.018;
+    // Bright phosphor bleaches towards white.
+    return vec4(phosphor.rgb * seen + max(seen - 0.7, 0.0) * 0.9, 1.0);
+}
 
 void main()
 {
-    vec2 at = isf_FragNormCoord;
-    vec3 picture = IMG_THIS_PIXEL(inputImage).rgb;
-    float light = dot(picture, vec3(0.30, 0.59, 0.11));
-    vec2 fromCenter = (at - 0.5) * RENDERSIZE / RENDERSIZE.y;
-
-    if (PASSINDEX == 0) {
-        // How far the beam has turned since it was here: 0 under it, rising to 1 within a full turn.
-        float across = dot(fromCenter, vec2(-beam.y, beam.x));
-        float along = dot(fromCenter, beam);
-        float under = along > 0.0 ? clamp(1.0 + across * 12.0, 0.0, 1.0) * step(across, 0.0) : 0.0;
-        float glow = IMG_THIS_PIXEL(screen).r * decay - 0.0045;
-        gl_FragColor = vec4(max(glow, under * (light * 0.9 + 0.1)));
-    } else {
-        float glow = IMG_THIS_PIXEL(screen).r;
-        float far = length(fromCenter);
-        float ring = step(fract(far * 6.0), 0.018) + step(abs(fromCenter.x), 0.0009) + step(abs(fromCenter.y), 0.0009);
-        float seen = light * light * gain * (ambient + glow * 1.1) + glow * 0.28 + ring * scale * 0.22;
-        // Every other line is darker, as on a tube.
-        seen *= 0.86 + 0.14 * step(0.5, fract(at.y * RENDERSIZE.y * 0.5));
-        // Bright phosphor bleaches towards white.
-        vec3 color = phosphor.rgb * seen + max(seen - 0.75, 0.0) * 0.8;
-        gl_FragColor = vec4(color * (1.05 - 0.45 * far * far) + phosphor.rgb * 0.018, 1.0);
-    }
+    if (PASSINDEX == 0)
+        gl_FragColor = sweep((isf_FragNormCoord - 0.5) * RENDERSIZE / RENDERSIZE.y);
+    else
+        gl_FragColor = drawScreen();
 }

@@ -12,7 +12,8 @@
     ]
 }*/
 
-varying vec2 seed;
+varying float seed;
+varying vec2 grainScale;
 varying vec2 leakPlace;
 
 void main()
@@ -25,22 +26,19 @@ void main()
     vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
     color.r = IMG_NORM_PIXEL(inputImage, at - fromCenter * (fringe * 0.012)).r;
 
-    // Faded film: blacks are lifted, colours lean towards grey, the contrast is a soft S.
+    // Faded film: the contrast is a soft S, colours lean towards grey, blacks are lifted.
+    color *= 0.55 + color * (1.35 - 0.9 * color);
     float light = dot(color, vec3(0.30, 0.59, 0.11));
     color = mix(color, vec3(light), fade * 0.35);
-    color = mix(color, color * color * (3.0 - 2.0 * color), 0.45);
-    color = color * (1.0 - fade * 0.14) + fade * vec3(0.075, 0.06, 0.085);
 
     // Warm lights and cool shadows.
-    color *= vec3(1.0, 1.0, 1.0) + warmth * vec3(0.16, 0.02, -0.24) * (0.35 + light);
-    color.b += warmth * 0.05 * (1.0 - light);
+    color *= 1.0 - fade * 0.14 + (0.35 + light) * (warmth * vec3(0.16, 0.02, -0.24));
+    color += fade * vec3(0.075, 0.06, 0.085);
 
     vec2 fromLeak = at - leakPlace;
-    float glow = max(0.0, 1.0 - dot(fromLeak, fromLeak) * 2.2);
-    color += glow * glow * leak * vec3(0.62, 0.24, 0.05);
+    float glow = max(0.0, leak - dot(fromLeak, fromLeak) * 2.2);
+    color += glow * vec3(0.62, 0.24, 0.05);
 
-    float noise = fract(52.9829189 * fract(dot(at * RENDERSIZE + seed, vec2(0.06711056, 0.00583715))));
-    color += (noise - 0.5) * grain * 0.16;
-
-    gl_FragColor = vec4(color * (1.0 - far * shade * 1.7), 1.0);
+    float noise = fract(52.9829189 * fract(dot(at, grainScale) + seed));
+    gl_FragColor = vec4((color + (noise - 0.5) * (grain * 0.16)) * (1.0 - far * (shade * 1.7)), 1.0);
 }

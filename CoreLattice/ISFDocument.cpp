@@ -76,6 +76,20 @@ const ISFInput* ISFDocument::input(std::string_view inputName) const
     return found == inputs.end() ? nullptr : &*found;
 }
 
+std::vector<std::string> ISFDocument::pictures() const
+{
+    std::vector<std::string> result;
+    for (const auto& input : inputs) {
+        if (input.type == ISFInputType::Image)
+            result.push_back(input.name);
+    }
+    for (const auto& pass : passes) {
+        if (!pass.target.empty() && target(pass.target) == &pass)
+            result.push_back(pass.target);
+    }
+    return result;
+}
+
 const ISFPass* ISFDocument::target(std::string_view targetName) const
 {
     const auto found = std::ranges::find(passes, targetName, &ISFPass::target);

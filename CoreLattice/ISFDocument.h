@@ -38,6 +38,9 @@ struct ISFPass {
     bool persistent = false;
     bool floatingPoint = false;
     bool nearest = false; ///< as for an input
+    /// A key of our own, `"UNCHANGING": true`: the pass looks at nothing that comes with each picture, so it is rendered only
+    /// when its size or an input other than a picture has changed.
+    bool unchanging = false;
     ISFExpression width;
     ISFExpression height;
 };
@@ -61,6 +64,8 @@ struct ISFDocument {
         std::string_view source, std::string_view vertexSource, std::string file, CompositionError* error);
 
     const ISFInput* input(std::string_view inputName) const;
+    /// The names of all that can be read as a picture: the inputs that are pictures, then the targets.
+    std::vector<std::string> pictures() const;
     /// The first pass with this target, or null.
     const ISFPass* target(std::string_view targetName) const;
 };

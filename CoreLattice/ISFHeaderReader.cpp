@@ -269,6 +269,7 @@ bool ISFHeaderReader::readPass(const Json& entry, ISFPass& pass)
         return fail("\"" + pass.target.substr(0, longestName) + "\" is no name for a pass");
     pass.persistent = truthAt(entry.value, "PERSISTENT");
     pass.floatingPoint = truthAt(entry.value, "FLOAT");
+    pass.unchanging = !pass.target.empty() && truthAt(entry.value, "UNCHANGING");
     pass.nearest = textAt(entry.value, "FILTER") == "NEAREST";
     return readSize(entry, "WIDTH", pass.width) && readSize(entry, "HEIGHT", pass.height);
 }

@@ -13,36 +13,6 @@ namespace {
 constexpr double longestSide = 8192;
 constexpr double mostPixels = 4096.0 * 4096.0;
 
-GLShader compile(GLenum kind, const std::string& source, std::string* log)
-{
-    GLShader shader(glCreateShader(kind));
-    const char* const text = source.c_str();
-    glShaderSource(shader.get(), 1, &text, nullptr);
-    glCompileShader(shader.get());
-    GLint compiled = GL_FALSE;
-    glGetShaderiv(shader.get(), GL_COMPILE_STATUS, &compiled);
-    if (compiled == GL_TRUE)
-        return shader;
-    GLint length = 0;
-    glGetShaderiv(shader.get(), GL_INFO_LOG_LENGTH, &length);
-    log->resize(static_cast<std::size_t>(std::max(length, 1)));
-    GLsizei written = 0;
-    glGetShaderInfoLog(shader.get(), length, &written, log->data());
-    log->resize(static_cast<std::size_t>(written));
-    return GLShader();
-}
-
-std::string linkLog(GLuint program)
-{
-    GLint length = 0;
-    glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
-    std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
-    GLsizei written = 0;
-    glGetProgramInfoLog(program, static_cast<GLsizei>(log.size()), &written, log.data());
-    log.resize(static_cast<std::size_t>(written));
-    return log;
-}
-
 GLSampler sampler(GLint filter)
 {
     auto result = GLSampler::create();
@@ -69,44 +39,24 @@ std::array<float, 4> dateNow()
 
 std::unique_ptr<ISFRenderer> ISFRenderer::create(std::shared_ptr<const ISFDocument> document, CompositionError* error)
 {
-    const auto shaders = translateShaders(*document, error);
-    if (!shaders)
-        return nullptr;
-    std::string log;
-    const auto vertex = compile(GL_VERTEX_SHADER, shaders->vertex, &log);
-    if (!vertex.get()) {
-        *error = errorFromDriverLog(log, document->file);
-        if (!document->vertexSource.empty())
-            error->message += " (in the vertex shader)";
-        return nullptr;
+    std::vector<std::unique_ptr<ISFPassProgram>> programs;
+    for (std::size_t i = 0; i < document->passes.size(); ++i) {
+        programs.push_back(ISFPassProgram::create(*document, i, error));
+        if (!programs.back())
+            return nullptr;
     }
-    const auto fragment = compile(GL_FRAGMENT_SHADER, shaders->fragment, &log);
-    if (!fragment.get()) {
-        *error = errorFromDriverLog(log, document->file);
-        return nullptr;
-    }
-    auto program = GLProgram::create();
-    glAttachShader(program.get(), vertex.get());
-    glAttachShader(program.get(), fragment.get());
-    glLinkProgram(program.get());
-    GLint linked = GL_FALSE;
-    glGetProgramiv(program.get(), GL_LINK_STATUS, &linked);
-    if (linked != GL_TRUE) {
-        *error = errorFromDriverLog(linkLog(program.get()), document->file);
-        return nullptr;
-    }
-    return std::make_unique<ISFRenderer>(std::move(document), std::move(program));
+    return std::make_unique<ISFRenderer>(std::move(document), std::move(programs));
 }
 
-ISFRenderer::ISFRenderer(std::shared_ptr<const ISFDocument> document, GLProgram program)
+ISFRenderer::ISFRenderer(
+    std::shared_ptr<const ISFDocument> document, std::vector<std::unique_ptr<ISFPassProgram>> programs)
     : mDocument(std::move(document))
-    , mProgram(std::move(program))
+    , mPrograms(std::move(programs))
+    , mSmooth(sampler(GL_LINEAR))
+    , mNearest(sampler(GL_NEAREST))
     , mPictures(mDocument->inputs.size())
     , mPictureSerials(mDocument->inputs.size())
 {
-    findLocations();
-    mSmooth = sampler(GL_LINEAR);
-    mNearest = sampler(GL_NEAREST);
     for (const auto& pass : mDocument->passes) {
         if (pass.target.empty())
             continue;
@@ -114,19 +64,6 @@ ISFRenderer::ISFRenderer(std::shared_ptr<const ISFDocument> document, GLProgram 
         target.persistent = target.persistent || pass.persistent;
         target.floatingPoint = target.floatingPoint || pass.floatingPoint;
         target.nearest = target.nearest || pass.nearest;
-        target.location = glGetUniformLocation(mProgram.get(), pass.target.c_str());
-        target.nearLocation = glGetUniformLocation(mProgram.get(), ("lattice_near_" + pass.target).c_str());
-    }
-}
-
-void ISFRenderer::findLocations()
-{
-    const auto location = [this](const char* name) { return glGetUniformLocation(mProgram.get(), name); };
-    mLocations = { location("PASSINDEX"), location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"),
-        location("DATE"), location("FRAMEINDEX"), location("lattice_opaque") };
-    for (const auto& input : mDocument->inputs) {
-        mInputLocations.push_back(location(input.name.c_str()));
-        mNearLocations.push_back(location(("lattice_near_" + input.name).c_str()));
     }
 }
 
@@ -138,12 +75,10 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_DITHER);
     uploadPictures(frame);
-    glUseProgram(mProgram.get());
-    setUniforms(frame);
-
+    const auto values = valuesOf(frame);
     const PictureTexture* result = nullptr;
     for (std::size_t i = 0; i < mDocument->passes.size(); ++i) {
-        result = renderPass(i, frame);
+        result = renderPass(i, frame, values);
         if (!result)
             return false;
     }
@@ -192,38 +127,14 @@ void ISFRenderer::uploadPictures(const ISFFrame& frame)
     }
 }
 
-void ISFRenderer::setUniforms(const ISFFrame& frame)
+ISFPassValues ISFRenderer::valuesOf(const ISFFrame& frame) const
 {
-    const auto date = dateNow();
-    glUniform1f(mLocations.time, static_cast<float>(frame.time));
-    glUniform1f(mLocations.timeDelta, mFrameIndex == 0 ? 0.0F : static_cast<float>(std::max(0.0, frame.time - mLastTime)));
-    glUniform4fv(mLocations.date, 1, date.data());
-    glUniform1i(mLocations.frame, mFrameIndex);
-    for (std::size_t i = 0; i < frame.values.size(); ++i) {
-        const auto location = mInputLocations[i];
-        const auto& n = frame.values[i].numbers;
-        const auto f = [&n](std::size_t k) { return static_cast<float>(n[k]); };
-        switch (mDocument->inputs[i].type) {
-        case ISFInputType::Number:
-            glUniform1f(location, f(0));
-            break;
-        case ISFInputType::Boolean:
-        case ISFInputType::Event:
-            glUniform1i(location, n[0] != 0);
-            break;
-        case ISFInputType::Menu:
-            glUniform1i(location, static_cast<GLint>(std::clamp(n[0], -2147483648.0, 2147483647.0)));
-            break;
-        case ISFInputType::Color:
-            glUniform4f(location, f(0), f(1), f(2), f(3));
-            break;
-        case ISFInputType::Point:
-            glUniform2f(location, f(0), f(1));
-            break;
-        case ISFInputType::Image:
-            break;
-        }
-    }
+    ISFPassValues values;
+    values.time = static_cast<float>(frame.time);
+    values.timeDelta = mFrameIndex == 0 ? 0.0F : static_cast<float>(std::max(0.0, frame.time - mLastTime));
+    values.date = dateNow();
+    values.frameIndex = mFrameIndex;
+    return values;
 }
 
 void ISFRenderer::bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest)
@@ -238,21 +149,23 @@ void ISFRenderer::bindTexture(GLint location, GLint& unit, const PictureTexture&
 }
 
 /// \param width, height  of what is drawn: a picture of the same size that is read where it is drawn needs no smoothing
-void ISFRenderer::bindTextures(const Target* written, std::size_t width, std::size_t height)
+void ISFRenderer::bindTextures(
+    const ISFPassProgram& program, const Target* written, std::size_t width, std::size_t height)
 {
     GLint unit = 0;
-    const auto bind = [&](const PictureTexture& picture, GLint location, GLint nearLocation, bool nearest) {
+    const auto bind = [&](const std::string& name, const PictureTexture& picture, bool nearest) {
+        const auto& [location, nearLocation] = program.picture(name);
         bindTexture(location, unit, picture, nearest);
         bindTexture(nearLocation, unit, picture, nearest || (picture.width() == width && picture.height() == height));
     };
     for (std::size_t i = 0; i < mPictures.size(); ++i) {
         if (mDocument->inputs[i].type == ISFInputType::Image)
-            bind(mPictures[i], mInputLocations[i], mNearLocations[i], mDocument->inputs[i].nearest);
+            bind(mDocument->inputs[i].name, mPictures[i], mDocument->inputs[i].nearest);
     }
-    for (auto& [name, target] : mTargets) {
+    for (const auto& [name, target] : mTargets) {
         // A target that is being written and has no second texture reads as black.
         const bool readable = &target != written || target.persistent;
-        bind(readable ? target.textures[target.front] : mBlack, target.location, target.nearLocation, target.nearest);
+        bind(name, readable ? target.textures[target.front] : mBlack, target.nearest);
     }
     glActiveTexture(GL_TEXTURE0);
 }
@@ -284,30 +197,45 @@ std::pair<std::size_t, std::size_t> ISFRenderer::passSize(const ISFPass& pass, c
     return { static_cast<std::size_t>(std::max(width, 1.0)), static_cast<std::size_t>(std::max(height, 1.0)) };
 }
 
-const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame& frame)
+const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame& frame, ISFPassValues values)
 {
     const auto& pass = mDocument->passes[index];
     const auto [width, height] = passSize(pass, frame);
     Target* const target = pass.target.empty() ? nullptr : &mTargets.find(pass.target)->second;
-    PictureTexture* into = &mOutput;
-    if (target) {
-        const int back = target->persistent ? 1 - target->front : target->front;
-        into = &target->textures[back];
-        if (target->persistent && !target->textures[target->front].makeTarget(width, height, target->floatingPoint))
-            return nullptr;
-    }
+    PictureTexture* into = target ? &target->textures[target->persistent ? 1 - target->front : target->front] : &mOutput;
+    if (target && pass.unchanging && !needsRender(*target, frame, width, height))
+        return &target->textures[target->front];
+    if (target && target->persistent && !target->textures[target->front].makeTarget(width, height, target->floatingPoint))
+        return nullptr;
     if (!into->makeTarget(width, height, target && target->floatingPoint))
         return nullptr;
-    bindTextures(target, width, height);
+
+    values.width = static_cast<float>(width);
+    values.height = static_cast<float>(height);
+    values.opaque = !target;
+    const auto& program = *mPrograms[index];
+    program.use(values);
+    for (std::size_t i = 0; i < frame.values.size(); ++i)
+        program.setInput(i, mDocument->inputs[i].type, frame.values[i].numbers);
+    bindTextures(program, target, width, height);
     glBindFramebuffer(GL_FRAMEBUFFER, into->framebuffer());
     glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
-    glUniform1i(mLocations.pass, static_cast<GLint>(index));
-    glUniform2f(mLocations.size, static_cast<float>(width), static_cast<float>(height));
-    glUniform1f(mLocations.opaque, target ? 0.0F : 1.0F);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     if (target && target->persistent)
         target->front = 1 - target->front;
     return into;
+}
+
+/// Whether the texture of an unchanging pass is not there yet or was rendered from other values; notes the present ones.
+bool ISFRenderer::needsRender(Target& target, const ISFFrame& frame, std::size_t width, std::size_t height)
+{
+    std::vector<ISFInput::Numbers> numbers;
+    for (const auto& value : frame.values)
+        numbers.push_back(value.numbers);
+    const auto& texture = target.textures[target.front];
+    const bool same = texture.width() == width && texture.height() == height && target.renderedFrom == numbers;
+    target.renderedFrom = std::move(numbers);
+    return !same;
 }
 
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CoreLattice/ISFDocument.h"
+#include "CoreLattice/ISFPassProgram.h"
 #include "CoreLattice/PictureTexture.h"
 #include "Platform/CoreFoundation/CFType.h"
 
@@ -31,7 +32,7 @@ public:
     static std::unique_ptr<ISFRenderer> create(std::shared_ptr<const ISFDocument> document, CompositionError* error);
 
     /// For `create`.
-    ISFRenderer(std::shared_ptr<const ISFDocument> document, GLProgram program);
+    ISFRenderer(std::shared_ptr<const ISFDocument> document, std::vector<std::unique_ptr<ISFPassProgram>> programs);
 
     /// Renders all passes and copies the picture into \p output, a BGRA buffer of the frame's size, opaque, rows from the top.
     /// \return false when a buffer of a pass cannot be had
@@ -47,29 +48,22 @@ private:
         bool persistent = false;
         bool floatingPoint = false;
         bool nearest = false;
-        GLint location = -1;
-        GLint nearLocation = -1;
+        /// What the texture was rendered from, for a pass that is rendered only when that changes.
+        std::vector<ISFInput::Numbers> renderedFrom;
     };
-    struct Locations {
-        GLint pass, size, time, timeDelta, date, frame, opaque;
-    };
-
-    void findLocations();
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
     void uploadPictures(const ISFFrame& frame);
-    void setUniforms(const ISFFrame& frame);
-    void bindTextures(const Target* written, std::size_t width, std::size_t height);
+    ISFPassValues valuesOf(const ISFFrame& frame) const;
+    void bindTextures(const ISFPassProgram& program, const Target* written, std::size_t width, std::size_t height);
     std::pair<std::size_t, std::size_t> passSize(const ISFPass& pass, const ISFFrame& frame) const;
-    const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame);
+    const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame, ISFPassValues values);
+    static bool needsRender(Target& target, const ISFFrame& frame, std::size_t width, std::size_t height);
     void bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest);
 
     const std::shared_ptr<const ISFDocument> mDocument;
-    const GLProgram mProgram;
-    Locations mLocations {};
-    std::vector<GLint> mInputLocations;
-    std::vector<GLint> mNearLocations; ///< of the inputs' cheap forms
-    GLSampler mSmooth;
-    GLSampler mNearest;
+    const std::vector<std::unique_ptr<ISFPassProgram>> mPrograms; ///< one for each pass
+    const GLSampler mSmooth;
+    const GLSampler mNearest;
     std::vector<PictureTexture> mPictures;
     std::vector<std::uint64_t> mPictureSerials;
     std::map<std::string, Target, std::less<>> mTargets;

@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view version = "#version 330 compatibility\n";
 
 constexpr std::string_view commonDeclarations = R"(
-uniform int PASSINDEX;
+#define PASSINDEX LATTICE_PASS
 uniform vec2 RENDERSIZE;
 uniform float TIME;
 uniform float TIMEDELTA;
@@ -68,20 +68,6 @@ const char* languageType(ISFInputType type)
     return "float";
 }
 
-std::vector<std::string> picturesOf(const ISFDocument& document)
-{
-    std::vector<std::string> result;
-    for (const auto& input : document.inputs) {
-        if (input.type == ISFInputType::Image)
-            result.push_back(input.name);
-    }
-    for (const auto& pass : document.passes) {
-        if (!pass.target.empty() && document.target(pass.target) == &pass)
-            result.push_back(pass.target);
-    }
-    return result;
-}
-
 std::string inputDeclarations(const ISFDocument& document)
 {
     std::string result;
@@ -94,24 +80,29 @@ std::string inputDeclarations(const ISFDocument& document)
         if (input.type != ISFInputType::Image)
             declare(languageType(input.type), input.name);
     }
-    for (const auto& picture : picturesOf(document)) {
+    for (const auto& picture : document.pictures()) {
         declare(languageType(ISFInputType::Image), picture);
         declare(languageType(ISFInputType::Image), "lattice_near_" + picture);
     }
     return result;
 }
 
-std::optional<std::string> assemble(const ISFDocument& document, std::string_view source, std::string_view declarations,
-    std::string_view end, CompositionError* error)
+void fillIn(std::string& text, std::string_view placeholder, std::size_t number)
 {
-    ShaderRewriter rewriter(source, picturesOf(document));
+    text.replace(text.find(placeholder), placeholder.size(), std::to_string(number));
+}
+
+std::optional<std::string> assemble(const ISFDocument& document, std::size_t pass, std::string_view source,
+    std::string_view declarations, std::string_view end, CompositionError* error)
+{
+    ShaderRewriter rewriter(source, document.pictures());
     if (!rewriter.rewrite()) {
         *error = { document.file, rewriter.line(), rewriter.message() };
         return std::nullopt;
     }
     std::string common(commonDeclarations);
-    constexpr std::string_view placeholder = "LATTICE_BUDGET";
-    common.replace(common.find(placeholder), placeholder.size(), std::to_string(loopBudget));
+    fillIn(common, "LATTICE_BUDGET", loopBudget);
+    fillIn(common, "LATTICE_PASS", pass);
     std::string result(version);
     result += rewriter.extensions();
     result += common;
@@ -126,18 +117,19 @@ std::optional<std::string> assemble(const ISFDocument& document, std::string_vie
 
 }
 
-std::optional<TranslatedShaders> translateShaders(const ISFDocument& document, CompositionError* error)
+std::optional<TranslatedShaders> translateShaders(
+    const ISFDocument& document, std::size_t pass, CompositionError* error)
 {
     // A shader that writes no gl_FragColor has an output of its own, beside which that one may not be touched.
     const bool writesColor = document.fragmentSource.find("gl_FragColor") != std::string::npos;
     const std::string_view fragmentEnd = writesColor
         ? "void main() { lattice_main(); gl_FragColor.a = max(gl_FragColor.a, lattice_opaque); }\n"
         : "void main() { lattice_main(); }\n";
-    auto fragment = assemble(document, document.fragmentSource, fragmentDeclarations, fragmentEnd, error);
+    auto fragment = assemble(document, pass, document.fragmentSource, fragmentDeclarations, fragmentEnd, error);
     if (!fragment)
         return std::nullopt;
     const std::string_view vertexSource = document.vertexSource.empty() ? usualVertexSource : document.vertexSource;
-    auto vertex = assemble(document, vertexSource, vertexDeclarations, vertexEnd, error);
+    auto vertex = assemble(document, pass, vertexSource, vertexDeclarations, vertexEnd, error);
     if (!vertex)
         return std::nullopt;
     return TranslatedShaders { std::move(*vertex), std::move(*fragment) };

@@ -20,8 +20,10 @@ inline constexpr int loopBudget = 4096;
 /// from the bottom. So the places where the shader says or asks "where" are turned over: the functions that read pictures,
 /// the corners' positions and `gl_FragCoord`.
 ///
+/// \param pass  the number of the pass that the shaders are for, a constant in them
 /// \return nothing, with the reason in \p error, when the source cannot be bounded
-std::optional<TranslatedShaders> translateShaders(const ISFDocument& document, CompositionError* error);
+std::optional<TranslatedShaders> translateShaders(
+    const ISFDocument& document, std::size_t pass, CompositionError* error);
 
 /// Takes the first error out of a driver's log: the line of the file and the driver's words.
 CompositionError errorFromDriverLog(std::string_view log, std::string file);
