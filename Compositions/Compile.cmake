@@ -1,5 +1,5 @@
-# Writes OUTPUT, a C++ file with the text of each of SOURCES.
-string(REPLACE "\"" "" SOURCES "${SOURCES}")
+# Writes OUTPUT, a C++ file with the text of each of SOURCES, paths with bars between them.
+string(REPLACE "|" ";" SOURCES "${SOURCES}")
 set(text "#include \"CoreLattice/CompiledCompositions.h\"\n\nnamespace CoreLattice {\n\n")
 string(APPEND text "std::span<const CompiledComposition> compiledCompositions()\n{\n")
 string(APPEND text "    static constexpr CompiledComposition all[] = {\n")

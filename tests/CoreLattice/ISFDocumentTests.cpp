@@ -127,8 +127,8 @@ TEST(ISFDocument, RefusesWhatCouldExhaustTheMachine)
 
 TEST(ISFDocument, SurvivesEveryTruncationAndMutationOfAGoodFile)
 {
-    const std::string good = R"(/*{ "INPUTS": [ { "NAME": "mode", "TYPE": "long", "VALUES": [0, 1], "LABELS": ["\u00e4", "b"] } ],
-        "PASSES": [ { "TARGET": "t", "WIDTH": "floor($WIDTH / (2 + $mode))", "PERSISTENT": 1 }, { } ] }*/ void main() {})";
+    const std::string good = R"isf(/*{ "INPUTS": [ { "NAME": "mode", "TYPE": "long", "VALUES": [0, 1], "LABELS": ["\u00e4", "b"] } ],
+        "PASSES": [ { "TARGET": "t", "WIDTH": "floor($WIDTH / (2 + $mode))", "PERSISTENT": 1 }, { } ] }*/ void main() {})isf";
     CompositionError error;
     for (std::size_t i = 0; i < good.size(); ++i) {
         ISFDocument::parse(std::string_view(good).substr(0, i), "", "cut.fs", &error);

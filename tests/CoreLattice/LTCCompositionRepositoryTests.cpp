@@ -29,12 +29,12 @@ TEST(LTCCompositionRepository, OffersTheApplicationsCompositionsFirstAndInTheirO
 TEST(LTCCompositionRepository, FindsOnlyWhatWasRegistered)
 {
     const AutoreleasePool pool;
-    EXPECT_EQ(LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterRetro")), nullptr);
     LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(CFSTR("QCImageFilterRetro"));
     auto* const found = LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterRetro"));
     ASSERT_TRUE(found);
     EXPECT_EQ(found->name()->string(), "Retro");
-    EXPECT_EQ(LTCCompositionRepository::compositionWithName(CFSTR("no such name")), nullptr);
+    EXPECT_EQ(LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterUnknown")), nullptr);
+    EXPECT_TRUE(LTCCompositionRepository::compositionWithName(CFSTR("sharpen")));
     EXPECT_EQ(LTCCompositionRepository::compositionWithName(nullptr), nullptr);
 }
 

@@ -43,17 +43,17 @@ inline Pixel pixelAt(CVPixelBuffer& picture, std::size_t x, std::size_t y)
     return { std::to_integer<int>(bytes[2]), std::to_integer<int>(bytes[1]), std::to_integer<int>(bytes[0]) };
 }
 
-/// A composition of this text; fails the test when it cannot be read.
-inline Ref<QCComposition> composition(std::string_view source, std::string_view vertexSource = {})
+/// A composition of this text, kept by the innermost pool; fails the test when it cannot be read.
+inline QCComposition* composition(std::string_view source, std::string_view vertexSource = {})
 {
     CoreLattice::CompositionError error;
     const auto document = CoreLattice::ISFDocument::parse(source, vertexSource, "test.fs", &error);
     EXPECT_NE(document, nullptr) << error.text();
-    return document ? make<QCComposition>(CFSTR("/test"), document) : nullptr;
+    return document ? autorelease(make<QCComposition>(CFSTR("/test"), document)) : nullptr;
 }
 
 /// A view with the composition and, unless it is null, the picture at its picture input.
-inline Ref<LTCView> view(std::string_view source, CVPixelBuffer* input, std::string_view vertexSource = {})
+inline Ref<LTCView> view(std::string_view source, const Ref<CVPixelBuffer>& input, std::string_view vertexSource = {})
 {
     auto result = make<LTCView>();
     result->loadComposition(composition(source, vertexSource));
