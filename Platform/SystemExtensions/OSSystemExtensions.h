@@ -33,7 +33,6 @@ inline CFString* const OSSystemExtensionErrorDomain = CFSTR("OSSystemExtensionEr
 class OSSystemExtensionProperties : public NSObject {
     NS_OBJECT(OSSystemExtensionProperties)
 public:
-    OSSystemExtensionProperties() = default;
     OSSystemExtensionProperties(CFString* bundleIdentifier, CFString* bundleVersion);
     CFString* bundleIdentifier() const { return mBundleIdentifier; }
     CFString* bundleVersion() const { return mBundleVersion; }
