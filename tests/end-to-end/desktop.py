@@ -65,8 +65,9 @@ def output_of(*command, timeout=60):
 
 
 def user_folder(kind):
-    """The user's folder of that kind (PICTURES, VIDEOS) as the desktop defines it."""
-    return pathlib.Path(output_of("xdg-user-dir", kind).strip())
+    """The user's folder of that kind (PICTURES, VIDEOS) as the desktop defines it; a fresh account has none yet."""
+    folder = pathlib.Path(output_of("xdg-user-dir", kind).strip())
+    return folder if folder != pathlib.Path.home() else folder / kind.capitalize()
 
 
 # -- processes -------------------------------------------------------------------------------------------------------
@@ -338,6 +339,16 @@ class Watcher:
             self.process.wait()
         self._thread.join(10)
 
+    def picture(self, size):
+        """The RGB bytes of the newest frame, scaled to `size`."""
+        done = subprocess.run(["ffmpeg", "-v", "error", "-f", "rawvideo", "-pix_fmt", "yuv420p", "-video_size",
+                               "x".join(map(str, FRAME_SIZE)), "-i", "-", "-vf",
+                               f"scale={size[0]}:{size[1]}:flags=area:in_color_matrix=bt709", "-pix_fmt", "rgb24",
+                               "-f", "rawvideo", "-"], input=self.last, capture_output=True)
+        if done.returncode != 0:
+            raise Failed(f"a frame of {self.name} is no picture: {done.stderr.decode().strip()}")
+        return done.stdout
+
     def between(self, begin, end):
         return [arrival for arrival in self.arrivals if begin <= arrival[0] < end]
 
@@ -349,6 +360,25 @@ class Watcher:
         """How many of them differ from the one before."""
         frames = self.between(begin, end)
         return sum(1 for before, after in zip(frames, frames[1:]) if before[1] != after[1])
+
+
+class PictureInWindow:
+    """The live picture of the main window, as it is on the screen."""
+
+    def __init__(self, window, control, folder):
+        self.window, self.control, self.path = window, control, pathlib.Path(folder) / "look.png"
+
+    def area(self):
+        """The part of the window with the picture, without the bars that keep its proportions."""
+        left, top, _, _ = self.window.geometry()
+        x, y, width, height = self.control.extents()
+        scale = min(width / FRAME_SIZE[0], height / FRAME_SIZE[1])
+        shown = round(FRAME_SIZE[0] * scale), round(FRAME_SIZE[1] * scale)
+        return x - left + (width - shown[0]) // 2, y - top + (height - shown[1]) // 2, *shown
+
+    def look(self, size=(320, 180)):
+        self.window.screenshot(self.path)
+        return pixels(self.path, size, self.area())
 
 
 def camera_frames():

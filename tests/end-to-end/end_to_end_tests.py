@@ -13,9 +13,9 @@ import tempfile
 import time
 import unittest
 
-from desktop import (FRAME_SIZE, Failed, Movie, Program, Watcher, camera_frames, camera_node, difference, find_control,
-                     find_window, freeze_camera, output_of, pass_time, pixels, processes_named, resident_memory,
-                     user_folder, wait_for, wakeups)
+from desktop import (FRAME_SIZE, Failed, Movie, PictureInWindow, Program, Watcher, camera_frames, camera_node,
+                     difference, find_control, find_window, freeze_camera, output_of, pass_time, pixels, processes_named,
+                     resident_memory, user_folder, wait_for, wakeups)
 
 BINARIES = None
 LONG = False
@@ -23,6 +23,7 @@ LONG = False
 CAMERA_RATE = 30
 POLL_SECONDS = 3  # how often the application asks the extension who watches
 MEMORY_LIMIT = 250  # MiB
+LIKENESS = 12  # mean difference of two looks at the same moving picture, of 255
 
 
 def mean_of(picture):
@@ -36,9 +37,8 @@ class EndToEnd(unittest.TestCase):
         self.starts = 0
         self.application = None
         for kind in ("VIDEOS", "PICTURES"):
-            if user_folder(kind) != pathlib.Path.home() and user_folder(kind).is_dir():
-                for path in user_folder(kind).iterdir():
-                    path.unlink()
+            for path in user_folder(kind).glob("Tovrin*"):
+                path.unlink()
 
     def tearDown(self):
         for watcher in self.watchers:
@@ -61,6 +61,7 @@ class EndToEnd(unittest.TestCase):
         self.application = Program("tovrin", [BINARIES / "tovrin"], self.folder / f"tovrin-{self.starts}.log")
         self.main = self.wait("the main window", lambda: find_window(self.application.pid, "Tovrin"), 20)
         self.main.move(0, 0)
+        self.picture = PictureInWindow(self.main, self.control("Camera picture"), self.folder)
         self.wait("the camera's first picture", lambda: camera_frames() > shown, 20)
 
     def wait(self, what, condition, seconds):
@@ -72,17 +73,9 @@ class EndToEnd(unittest.TestCase):
     def control(self, name):
         return self.wait(f"the control '{name}'", lambda: find_control(self.application.pid, name), 15)
 
-    def picture_area(self):
-        """The part of the screen with the live picture, without the bars that keep its proportions."""
-        x, y, width, height = self.control("Camera picture").extents()
-        scale = min(width / FRAME_SIZE[0], height / FRAME_SIZE[1])
-        shown = int(FRAME_SIZE[0] * scale), int(FRAME_SIZE[1] * scale)
-        return x + (width - shown[0]) // 2, y + (height - shown[1]) // 2, *shown
-
-    def look(self, size=(320, 180), name="look.png"):
+    def look(self, size=(320, 180)):
         """The live picture as it is on the screen."""
-        self.main.screenshot(self.folder / name)
-        return pixels(self.folder / name, size, self.picture_area())
+        return self.picture.look(size)
 
     def open_output_window(self):
         self.main.press("ctrl+shift+o")
@@ -102,15 +95,13 @@ class EndToEnd(unittest.TestCase):
         return watcher
 
     def wait_for_live_frames(self, watcher):
-        """Waits until the watcher gets the application's pictures and no stand-by picture."""
-        since = time.monotonic()
-        self.wait("live frames on the virtual camera", lambda: watcher.fresh(since, time.monotonic()) >= 10,
-                  POLL_SECONDS + 7)
-        return time.monotonic() - since
+        """Waits until the watcher gets what the window shows, and no stand-by picture."""
+        def live():
+            return watcher.last and difference(watcher.picture((64, 36)), self.look((64, 36))) < LIKENESS
+        self.wait("live frames on the virtual camera", live, POLL_SECONDS + 7)
 
     def movies(self):
-        folder = user_folder("VIDEOS")
-        return sorted(folder.glob("Tovrin Movie *.mov")) if folder.is_dir() else []
+        return sorted(user_folder("VIDEOS").glob("Tovrin Movie *.mov"))
 
     def start_recording(self):
         self.main.press("ctrl+r")
