@@ -3,7 +3,7 @@
 #include "Platform/Foundation/NSObject.h"
 
 namespace CoreLattice {
-class ISFDocument;
+struct ISFDocument;
 }
 
 /// The input that takes the picture to work on.
