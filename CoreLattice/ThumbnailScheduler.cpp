@@ -13,6 +13,8 @@ namespace {
 // What the tiles together may cost for each captured picture, and how much of it can be saved up.
 constexpr std::int64_t budgetPerPicture = 3'000'000;
 constexpr std::int64_t mostCredit = 2 * budgetPerPicture;
+// What is owed at most: the first picture of a tile pays for its shader too, and the next tile is not to wait for that.
+constexpr std::int64_t mostDebt = 10 * budgetPerPicture;
 
 /// Processor time of this thread. The software driver does most of its work on a thread of its own meanwhile, so the caller
 /// also looks at the time that passed.
@@ -141,7 +143,7 @@ void ThumbnailScheduler::renderNext()
     const std::lock_guard lock(mLock);
     item->rendered = rendered;
     item->lastRender = now;
-    mCredit -= cost;
+    mCredit = std::max(mCredit - cost, -mostDebt);
 }
 
 }
