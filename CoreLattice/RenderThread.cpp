@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/CFType.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/OpenGL/GLContext.h"
+#include "Platform/dispatch/DispatchThreads.h"
 
 #include <pthread.h>
 
@@ -16,6 +17,9 @@ RenderThread& RenderThread::shared()
     // Never destroyed, since views outlive static objects; only its thread ends with the process.
     static RenderThread& thread = [] () -> RenderThread& {
         static const auto owner = std::make_unique<RenderThread>().release();
+        // The graphics driver goes away early while a process exits, so the thread stops before that where the program
+        // ends in order.
+        DispatchMain::whenThreadsStop([] { owner->stop(); });
         std::atexit([] { owner->stop(); });
         return *owner;
     }();

@@ -1,6 +1,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/dispatch/DispatchQueue.h"
+#include "Platform/dispatch/DispatchThreadStops.h"
 #include "Platform/dispatch/WorkerPool.h"
 
 #include <algorithm>
@@ -275,6 +276,7 @@ void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block
 
 void DispatchMain::stopThreads()
 {
+    dispatchRunThreadStops();
     if (timersExist)
         Timers::shared().stop();
     WorkerPool::shared().stop();

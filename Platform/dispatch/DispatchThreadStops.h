@@ -1,0 +1,4 @@
+#pragma once
+
+/// Runs what was given to `DispatchMain::whenThreadsStop`, once.
+void dispatchRunThreadStops();
