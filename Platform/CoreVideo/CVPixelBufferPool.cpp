@@ -19,7 +19,7 @@ struct CVPixelBufferPool::Shelf {
 namespace {
 
 /// Surfaces kept for later use when a burst is over.
-constexpr std::size_t mostIdle = 8;
+constexpr std::size_t mostIdle = 4;
 
 /// Brings a surface back to the shelf when the buffer over it dies.
 struct Ticket {
