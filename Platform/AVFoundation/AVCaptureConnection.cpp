@@ -65,7 +65,7 @@ void AVCaptureConnection::measure(std::span<const std::int16_t> samples, std::si
         squares += sample * sample;
         peak = std::max(peak, std::abs(sample));
     }
-    mAveragePowerLevel.store(count ? decibels(std::sqrt(squares / static_cast<double>(count))) : silence,
-        std::memory_order_relaxed);
+    mAveragePowerLevel.store(
+        count ? decibels(std::sqrt(squares / static_cast<double>(count))) : silence, std::memory_order_relaxed);
     mPeakPowerLevel.store(decibels(peak), std::memory_order_relaxed);
 }

@@ -11,7 +11,8 @@ NS_IMPLEMENTATION(AVCaptureDeviceInput, NSObject)
 Ref<AVCaptureDeviceInput> AVCaptureDeviceInput::initWithDevice_error(AVCaptureDevice* device, Ref<NSError>* error)
 {
     if (const auto status = FAIL_POINT("AVCaptureDeviceInput.initWithDevice")) {
-        NSErrorReturn(error, NSError::errorWithMessage(AVFoundationErrorDomain, *status, "The device cannot be opened."));
+        NSErrorReturn(
+            error, NSError::errorWithMessage(AVFoundationErrorDomain, *status, "The device cannot be opened."));
         return nullptr;
     }
     if (!device) {

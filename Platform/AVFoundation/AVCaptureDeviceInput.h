@@ -17,8 +17,8 @@ public:
         : mDevice(device)
     {
     }
-    /// \return null, with an error, for no device and for one that has gone; the device itself is opened by the session.
-    /// Fail point "AVCaptureDeviceInput.initWithDevice".
+    /// \return null, with an error, for no device and for one that has gone; the device itself is opened by the
+    /// session. Fail point "AVCaptureDeviceInput.initWithDevice".
     static Ref<AVCaptureDeviceInput> initWithDevice_error(AVCaptureDevice* device, Ref<NSError>* error);
     /// The same, kept by the innermost pool.
     static AVCaptureDeviceInput* deviceInputWithDevice_error(AVCaptureDevice* device, Ref<NSError>* error);

@@ -91,7 +91,8 @@ bool AVCaptureSession::canAddInput(AVCaptureDeviceInput* input) const
 void AVCaptureSession::addInput(AVCaptureDeviceInput* input)
 {
     if (!canAddInput(input))
-        throw NSException(NSInvalidArgumentException, "The session has an input of this kind, or there is none to add.");
+        throw NSException(
+            NSInvalidArgumentException, "The session has an input of this kind, or there is none to add.");
     const std::lock_guard lock(mLock);
     mInputs.emplace_back(input);
     connect();
@@ -116,7 +117,8 @@ bool AVCaptureSession::canAddOutput(AVCaptureOutput* output) const
 void AVCaptureSession::addOutput(AVCaptureOutput* output)
 {
     if (!canAddOutput(output))
-        throw NSException(NSInvalidArgumentException, "The session has an output of this kind, or there is none to add.");
+        throw NSException(
+            NSInvalidArgumentException, "The session has an output of this kind, or there is none to add.");
     const std::lock_guard lock(mLock);
     mOutputs.emplace_back(output);
     connect();
@@ -175,7 +177,8 @@ void AVCaptureSession::startRunning()
         mGraph->setDelivering(true);
         applyIfNotConfiguring();
     }
-    NSNotificationCenter::defaultCenter()->postNotificationName_object(AVCaptureSessionDidStartRunningNotification, this);
+    NSNotificationCenter::defaultCenter()->postNotificationName_object(
+        AVCaptureSessionDidStartRunningNotification, this);
 }
 
 void AVCaptureSession::stopRunning()
@@ -188,7 +191,8 @@ void AVCaptureSession::stopRunning()
         mGraph->setDelivering(false);
         mGraph->apply({}, {});
     }
-    NSNotificationCenter::defaultCenter()->postNotificationName_object(AVCaptureSessionDidStopRunningNotification, this);
+    NSNotificationCenter::defaultCenter()->postNotificationName_object(
+        AVCaptureSessionDidStopRunningNotification, this);
 }
 
 bool AVCaptureSession::isRunning() const

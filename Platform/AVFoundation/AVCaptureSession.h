@@ -12,7 +12,8 @@ inline CFString* const AVCaptureSessionPreset1280x720 = CFSTR("AVCaptureSessionP
 inline CFString* const AVCaptureSessionPreset1920x1080 = CFSTR("AVCaptureSessionPreset1920x1080");
 
 /// Posted about the session inside `startRunning` and inside `stopRunning`, on the caller's thread, before they return.
-inline CFString* const AVCaptureSessionDidStartRunningNotification = CFSTR("AVCaptureSessionDidStartRunningNotification");
+inline CFString* const AVCaptureSessionDidStartRunningNotification
+    = CFSTR("AVCaptureSessionDidStartRunningNotification");
 inline CFString* const AVCaptureSessionDidStopRunningNotification = CFSTR("AVCaptureSessionDidStopRunningNotification");
 /// Posted about the session, on the main queue, when a device fails or goes; `AVCaptureSessionErrorKey` has the error.
 inline CFString* const AVCaptureSessionRuntimeErrorNotification = CFSTR("AVCaptureSessionRuntimeErrorNotification");

@@ -46,7 +46,8 @@ CMVideoDimensions AVCaptureVideoDataOutput::requestedDimensions() const
 {
     const AutoreleasePool pool;
     auto* const settings = videoSettings();
-    const CMVideoDimensions result { dimension(settings, kCVPixelBufferWidthKey), dimension(settings, kCVPixelBufferHeightKey) };
+    const CMVideoDimensions result { dimension(settings, kCVPixelBufferWidthKey),
+        dimension(settings, kCVPixelBufferHeightKey) };
     return result.width > 0 && result.height > 0 ? result : CMVideoDimensions {};
 }
 

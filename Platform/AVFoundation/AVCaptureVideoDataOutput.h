@@ -7,8 +7,8 @@
 /// Delivers each picture of a session's camera as a BGRA pixel buffer.
 ///
 /// The picture has the size of the settings. A camera's picture of other proportions fills it: the largest middle part
-/// with the right proportions is cut out and scaled, so nothing is squeezed and there are no bars. Without a size in the
-/// settings the picture comes in the camera's own size.
+/// with the right proportions is cut out and scaled, so nothing is squeezed and there are no bars. Without a size in
+/// the settings the picture comes in the camera's own size.
 ///
 /// While the delegate's callback runs, one further picture waits for it; those that come meanwhile are late and thrown
 /// away. Sample times are on the host clock.

@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-/// Takes what the source of one device brings. Called on the source's own thread, between `start` and the end of `stop`.
+/// Takes what the source of one device brings. Called on the source's own thread, between `start` and the end of
+/// `stop`.
 class CaptureSink {
 public:
     virtual ~CaptureSink() = default;
@@ -14,7 +15,8 @@ public:
     virtual CMVideoDimensions requestedDimensions() const = 0;
     /// The size that the camera is asked for when it offers several.
     virtual CMVideoDimensions preferredDimensions() const = 0;
-    /// Asked once for each picture before anything is spent on it; after true, `pictureCame` or `pictureFailed` follows.
+    /// Asked once for each picture before anything is spent on it; after true, `pictureCame` or `pictureFailed`
+    /// follows.
     virtual bool admitPicture() = 0;
     /// \param hostTime  when it was taken, in nanoseconds of the host clock
     /// \param duration  nanoseconds to the next one, or 0 where that is not known

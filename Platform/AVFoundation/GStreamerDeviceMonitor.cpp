@@ -67,8 +67,8 @@ Ref<AVCaptureDeviceFormat> audioFormat()
     audio.mFormatID = kAudioFormatLinearPCM;
     audio.mChannelsPerFrame = AVCaptureAudioDataOutput::channels;
     audio.mBitsPerChannel = 16;
-    return make<AVCaptureDeviceFormat>(
-        AVMediaTypeAudio, make<CMFormatDescription>(audio, AudioChannelLayout {}), std::vector<Ref<AVFrameRateRange>> {});
+    return make<AVCaptureDeviceFormat>(AVMediaTypeAudio, make<CMFormatDescription>(audio, AudioChannelLayout {}),
+        std::vector<Ref<AVFrameRateRange>> {});
 }
 
 }
@@ -156,9 +156,11 @@ Ref<AVCaptureDevice> GStreamerDeviceMonitor::makeDevice(GstDevice* device)
     const GTextOwner name(gst_device_get_display_name(device));
     AVCaptureDevice::Properties properties;
     properties.localizedName = name ? name.get() : "";
-    properties.manufacturer = facts.first({ "device.vendor.name", "device.vendor", "api.v4l2.cap.manufacturer", "udev-probed.vendor" });
+    properties.manufacturer
+        = facts.first({ "device.vendor.name", "device.vendor", "api.v4l2.cap.manufacturer", "udev-probed.vendor" });
     properties.mediaType = isVideo ? AVMediaTypeVideo : AVMediaTypeAudio;
-    const auto identity = facts.first({ "node.name", "device.serial", "device.bus_path", "sysfs.path", "device.path", "object.path" });
+    const auto identity
+        = facts.first({ "node.name", "device.serial", "device.bus_path", "sysfs.path", "device.path", "object.path" });
     properties.uniqueID = mList.unusedIdentifier(identity.empty() ? properties.localizedName : identity);
     properties.formats = isVideo ? videoFormats(device) : std::vector { audioFormat() };
 

@@ -14,7 +14,8 @@ Ref<NSError> errorWith(const std::string& message)
     return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, message);
 }
 
-/// The element that reads a device. PipeWire's provider makes one that plays for some sources; those are read by serial.
+/// The element that reads a device. PipeWire's provider makes one that plays for some sources; those are read by
+/// serial.
 GstElement* readingElement(GstDevice* device)
 {
     GstElement* const element = gst_device_create_element(device, nullptr);
@@ -85,7 +86,8 @@ Ref<NSError> GStreamerSource::build()
     gst_bin_add(GST_BIN(mPipeline.get()), source);
 
     GError* failure = nullptr;
-    const auto description = chain() + " ! appsink name=sink sync=false max-buffers=4 drop=true enable-last-sample=false";
+    const auto description
+        = chain() + " ! appsink name=sink sync=false max-buffers=4 drop=true enable-last-sample=false";
     GstElement* const tail = gst_parse_bin_from_description(description.c_str(), TRUE, &failure);
     if (failure) {
         const GErrorOwner error(failure);

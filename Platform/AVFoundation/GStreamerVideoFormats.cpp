@@ -129,6 +129,7 @@ std::vector<GStreamerVideoFormat> GStreamerVideoFormatsOf(const GstCaps* caps, C
             }
         }
     }
-    std::ranges::stable_sort(result, [preferred](const auto& a, const auto& b) { return rank(a, preferred) < rank(b, preferred); });
+    std::ranges::stable_sort(
+        result, [preferred](const auto& a, const auto& b) { return rank(a, preferred) < rank(b, preferred); });
     return result;
 }

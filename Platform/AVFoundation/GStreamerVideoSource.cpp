@@ -82,8 +82,8 @@ void GStreamerVideoSource::sampleCame(GstSample* sample)
     }
     std::int64_t duration = 0;
     if (mInfo.fps_n > 0)
-        duration = static_cast<std::int64_t>(gst_util_uint64_scale(
-            GST_SECOND, static_cast<guint64>(mInfo.fps_d), static_cast<guint64>(mInfo.fps_n)));
+        duration = static_cast<std::int64_t>(
+            gst_util_uint64_scale(GST_SECOND, static_cast<guint64>(mInfo.fps_d), static_cast<guint64>(mInfo.fps_n)));
     sink().pictureCame(std::move(picture), hostTimeOf(sample), duration);
 }
 

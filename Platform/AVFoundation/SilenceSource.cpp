@@ -4,7 +4,6 @@
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
 #include "Platform/CoreFoundation/HostClock.h"
 
-
 namespace {
 
 constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
@@ -28,8 +27,8 @@ Ref<AVCaptureDevice> SilenceSource::makeDevice()
     properties.localizedName = "Silence";
     properties.manufacturer = "Tovrin";
     properties.mediaType = AVMediaTypeAudio;
-    properties.formats.push_back(make<AVCaptureDeviceFormat>(
-        AVMediaTypeAudio, make<CMFormatDescription>(audio, AudioChannelLayout {}), std::vector<Ref<AVFrameRateRange>> {}));
+    properties.formats.push_back(make<AVCaptureDeviceFormat>(AVMediaTypeAudio,
+        make<CMFormatDescription>(audio, AudioChannelLayout {}), std::vector<Ref<AVFrameRateRange>> {}));
     return make<AVCaptureDevice>(
         std::move(properties), [](CaptureSink& sink) { return std::make_unique<SilenceSource>(sink); });
 }
@@ -39,7 +38,8 @@ Ref<NSError> SilenceSource::start()
     mQueue = dispatch_queue_create("SilenceSource");
     mTimer = dispatch_source_create_timer(mQueue);
     if (!mQueue || !mTimer)
-        return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, "The silence's timer cannot be made.");
+        return NSError::errorWithMessage(
+            AVFoundationErrorDomain, AVErrorUnknown, "The silence's timer cannot be made.");
     mStart = HostClock::nanoseconds();
     mDelivered = 0;
     dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart + interval), interval, 0);

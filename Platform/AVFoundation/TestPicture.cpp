@@ -79,7 +79,8 @@ TestPicture::TestPicture(CMVideoDimensions dimensions)
 void TestPicture::draw(
     std::span<std::byte> pixels, std::size_t bytesPerRow, std::uint32_t number, int time, Shown& shown) const
 {
-    if (pixels.size() < bytesPerRow * static_cast<std::size_t>(mHeight) || bytesPerRow < static_cast<std::size_t>(mWidth) * 4)
+    if (pixels.size() < bytesPerRow * static_cast<std::size_t>(mHeight)
+        || bytesPerRow < static_cast<std::size_t>(mWidth) * 4)
         return;
     const Canvas canvas { pixels.data(), bytesPerRow };
     if (!shown.hasBackground) {
@@ -99,17 +100,19 @@ void TestPicture::draw(
 
 void TestPicture::paintBackground()
 {
-    // A slow turn through the colours, with soft rings around a point above the middle. Both come from tables, since the
-    // camera is to open at once.
+    // A slow turn through the colours, with soft rings around a point above the middle. Both come from tables, since
+    // the camera is to open at once.
     constexpr int steps = 2048;
     std::vector<std::array<float, 3>> turn(steps);
     std::vector<float> rings(steps);
     for (int i = 0; i < steps; ++i) {
         const double angle = 2 * std::numbers::pi * i / steps;
-        turn[static_cast<std::size_t>(i)] = { static_cast<float>(118 + 92 * std::cos(angle)),
-            static_cast<float>(112 + 72 * std::cos(angle - 2.2)), static_cast<float>(136 + 92 * std::cos(angle - 4.2)) };
+        turn[static_cast<std::size_t>(i)]
+            = { static_cast<float>(118 + 92 * std::cos(angle)), static_cast<float>(112 + 72 * std::cos(angle - 2.2)),
+                  static_cast<float>(136 + 92 * std::cos(angle - 4.2)) };
         const double distance = static_cast<double>(i) / steps;
-        rings[static_cast<std::size_t>(i)] = static_cast<float>(0.8 + 0.2 * std::cos(distance * 90) * std::exp(-distance * 2.5));
+        rings[static_cast<std::size_t>(i)]
+            = static_cast<float>(0.8 + 0.2 * std::cos(distance * 90) * std::exp(-distance * 2.5));
     }
     const int barHeight = mHeight / 12;
     const auto panelTop = characterArea(0, 0).y - mDot * 3;
@@ -150,7 +153,8 @@ void TestPicture::paintBall(Ball& ball, float red, float green, float blue) cons
             const float shine = 110 * std::exp(-12 * fromLight);
             const auto index = static_cast<std::size_t>(y) * size + static_cast<std::size_t>(x);
             ball.colours[index] = colourOf(red * lit + shine, green * lit + shine, blue * lit + shine);
-            ball.coverage[index] = static_cast<std::uint8_t>(std::clamp((1 - distance) * radius + 0.5F, 0.0F, 1.0F) * 255);
+            ball.coverage[index]
+                = static_cast<std::uint8_t>(std::clamp((1 - distance) * radius + 0.5F, 0.0F, 1.0F) * 255);
         }
         const auto row = std::span(ball.coverage).subspan(static_cast<std::size_t>(y) * size, size);
         const auto begin = std::ranges::find(row, 255);
@@ -171,8 +175,10 @@ void TestPicture::fill(Canvas canvas, Rectangle area, std::uint32_t colour) cons
 void TestPicture::restore(Canvas canvas, Rectangle area) const
 {
     for (int y = area.y; y < area.y + area.height; ++y) {
-        const auto offset = static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) + static_cast<std::size_t>(area.x);
-        std::memcpy(canvas.pixels + static_cast<std::size_t>(y) * canvas.bytesPerRow + static_cast<std::size_t>(area.x) * 4,
+        const auto offset
+            = static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) + static_cast<std::size_t>(area.x);
+        std::memcpy(
+            canvas.pixels + static_cast<std::size_t>(y) * canvas.bytesPerRow + static_cast<std::size_t>(area.x) * 4,
             mBackground.data() + offset, static_cast<std::size_t>(area.width) * 4);
     }
 }
@@ -188,7 +194,8 @@ TestPicture::Rectangle TestPicture::ballArea(int index, std::uint32_t number) co
     const auto swing = [number, index](double period) {
         return 0.5 + 0.5 * std::sin(2 * std::numbers::pi * (std::fmod(number, period) / period + index / 3.0));
     };
-    return { static_cast<int>(rangeX * swing(periodX)), top + static_cast<int>(rangeY * swing(periodY)), mDiameter, mDiameter };
+    return { static_cast<int>(rangeX * swing(periodX)), top + static_cast<int>(rangeY * swing(periodY)), mDiameter,
+        mDiameter };
 }
 
 void TestPicture::drawBall(Canvas canvas, const Ball& ball, Rectangle area) const

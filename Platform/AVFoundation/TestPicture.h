@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// Draws the picture of the camera that stands in when the machine has none: colour bars, three balls on their ways, the
-/// time of day, the number of the frame in digits and as the row of blocks of TestPictureCounter.h.
+/// Draws the picture of the camera that stands in when the machine has none: colour bars, three balls on their ways,
+/// the time of day, the number of the frame in digits and as the row of blocks of TestPictureCounter.h.
 ///
 /// Drawing is incremental: into memory that still holds an earlier frame only what has moved is drawn anew.
 class TestPicture {

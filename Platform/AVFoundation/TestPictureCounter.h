@@ -13,7 +13,8 @@
 ///
 ///     blocks 0 to 3    white, black, white, black: the two levels to compare with
 ///     blocks 4 to 35   the 32 bits of the number, most significant first, white for 1
-///     blocks 36 to 43  the 8 bits of the check sum, most significant first: the sum of the number's four bytes, and 165,
+///     blocks 36 to 43  the 8 bits of the check sum, most significant first: the sum of the number's four bytes, and
+///     165,
 ///                      modulo 256
 ///
 /// Numbers begin at 0 with the first frame after the camera was opened and rise by one with every frame that is due, so
@@ -38,7 +39,8 @@ constexpr Block blockAt(int index, int width, int height)
 
 constexpr std::uint8_t checkSum(std::uint32_t number)
 {
-    return static_cast<std::uint8_t>((number >> 24) + (number >> 16 & 255) + (number >> 8 & 255) + (number & 255) + 165);
+    return static_cast<std::uint8_t>(
+        (number >> 24) + (number >> 16 & 255) + (number >> 8 & 255) + (number & 255) + 165);
 }
 
 /// Whether block \p index of the row for \p number is white.
@@ -54,8 +56,7 @@ constexpr bool isWhite(std::uint32_t number, int index)
 /// Reads the number back.
 /// \param brightness  called with x and y, gives the brightness there in any measure that rises with it
 /// \return nothing when there is no row or it is damaged
-template <class Brightness>
-std::optional<std::uint32_t> read(int width, int height, const Brightness& brightness)
+template <class Brightness> std::optional<std::uint32_t> read(int width, int height, const Brightness& brightness)
 {
     if (width < columns * 2 || height < width / columns * 2)
         return std::nullopt;
@@ -73,7 +74,8 @@ std::optional<std::uint32_t> read(int width, int height, const Brightness& brigh
     const double white = (levels[0] + levels[2]) / 2;
     const double black = (levels[1] + levels[3]) / 2;
     const double tolerance = (white - black) / 3;
-    if (white - black < 16 || std::abs(levels[0] - levels[2]) > tolerance || std::abs(levels[1] - levels[3]) > tolerance)
+    if (white - black < 16 || std::abs(levels[0] - levels[2]) > tolerance
+        || std::abs(levels[1] - levels[3]) > tolerance)
         return std::nullopt;
     std::uint64_t bits = 0;
     for (int index = 4; index < blocks; ++index)
@@ -85,9 +87,11 @@ std::optional<std::uint32_t> read(int width, int height, const Brightness& brigh
 }
 
 /// Reads the number from a picture with four bytes a pixel, blue first (BGRA and BGRx).
-inline std::optional<std::uint32_t> readBGRA(std::span<const std::byte> pixels, int width, int height, std::size_t bytesPerRow)
+inline std::optional<std::uint32_t> readBGRA(
+    std::span<const std::byte> pixels, int width, int height, std::size_t bytesPerRow)
 {
-    if (height <= 0 || bytesPerRow * static_cast<std::size_t>(height - 1) + static_cast<std::size_t>(width) * 4 > pixels.size())
+    if (height <= 0
+        || bytesPerRow * static_cast<std::size_t>(height - 1) + static_cast<std::size_t>(width) * 4 > pixels.size())
         return std::nullopt;
     return read(width, height, [&](int x, int y) {
         const auto* const pixel = &pixels[bytesPerRow * static_cast<std::size_t>(y) + static_cast<std::size_t>(x) * 4];
@@ -96,9 +100,11 @@ inline std::optional<std::uint32_t> readBGRA(std::span<const std::byte> pixels, 
 }
 
 /// Reads the number from the brightness plane of a picture in I420 or NV12.
-inline std::optional<std::uint32_t> readLuma(std::span<const std::byte> plane, int width, int height, std::size_t bytesPerRow)
+inline std::optional<std::uint32_t> readLuma(
+    std::span<const std::byte> plane, int width, int height, std::size_t bytesPerRow)
 {
-    if (height <= 0 || bytesPerRow * static_cast<std::size_t>(height - 1) + static_cast<std::size_t>(width) > plane.size())
+    if (height <= 0
+        || bytesPerRow * static_cast<std::size_t>(height - 1) + static_cast<std::size_t>(width) > plane.size())
         return std::nullopt;
     return read(width, height, [&](int x, int y) {
         return std::to_integer<int>(plane[bytesPerRow * static_cast<std::size_t>(y) + static_cast<std::size_t>(x)]);

@@ -66,13 +66,14 @@ Ref<NSError> TestPictureSource::start()
     if (dimensions.width == 0)
         dimensions = ownDimensions;
     mPicture = std::make_unique<TestPicture>(dimensions);
-    mPool = make<CVPixelBufferPool>(static_cast<std::size_t>(dimensions.width), static_cast<std::size_t>(dimensions.height),
-        kCVPixelFormatType_32BGRA, nullptr);
+    mPool = make<CVPixelBufferPool>(static_cast<std::size_t>(dimensions.width),
+        static_cast<std::size_t>(dimensions.height), kCVPixelFormatType_32BGRA, nullptr);
     mZoneOffset = zoneOffset();
     mQueue = dispatch_queue_create("TestPictureSource");
     mTimer = dispatch_source_create_timer(mQueue);
     if (!mQueue || !mTimer)
-        return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, "The test picture's timer cannot be made.");
+        return NSError::errorWithMessage(
+            AVFoundationErrorDomain, AVErrorUnknown, "The test picture's timer cannot be made.");
     mStart = HostClock::nanoseconds();
     dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart), nanosecondsInSecond / frameRate, 0);
     dispatch_source_set_event_handler(mTimer, [this] { frameIsDue(); });

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-
 /// The part of a frame that is used, its planes beginning at the part's first pixel.
 struct VideoFrameConverter::Picture {
     Layout layout;
@@ -149,9 +148,11 @@ bool VideoFrameConverter::convertColours(const Picture& picture, CVPixelBuffer& 
         else if (picture.layout == Layout::RGB)
             reorder = libyuv::RAWToARGB;
         const int scratchRow = picture.width * 4;
-        auto* const target
-            = fits ? pixels : scratch(0, static_cast<std::size_t>(scratchRow) * static_cast<std::size_t>(picture.height));
-        if (reorder(source.data, source.bytesPerRow, target, fits ? bytesPerRow : scratchRow, picture.width, picture.height)
+        auto* const target = fits
+            ? pixels
+            : scratch(0, static_cast<std::size_t>(scratchRow) * static_cast<std::size_t>(picture.height));
+        if (reorder(
+                source.data, source.bytesPerRow, target, fits ? bytesPerRow : scratchRow, picture.width, picture.height)
             != 0)
             return false;
         source = { target, scratchRow };
@@ -208,7 +209,8 @@ bool VideoFrameConverter::scale(Picture& picture, CMVideoDimensions target)
         auto* const scaledU = scratch(4, static_cast<std::size_t>(across) * colourRows);
         auto* const scaledV = scratch(5, static_cast<std::size_t>(across) * colourRows);
         status = scaleThree(y.data, y.bytesPerRow, u.data, u.bytesPerRow, v.data, v.bytesPerRow, picture.width,
-            picture.height, scaledY, target.width, scaledU, across, scaledV, across, target.width, target.height, filter);
+            picture.height, scaledY, target.width, scaledU, across, scaledV, across, target.width, target.height,
+            filter);
         picture.planes = { { { scaledY, target.width }, { scaledU, across }, { scaledV, across } } };
     }
     picture.width = target.width;

@@ -45,8 +45,8 @@ CFString* NSError::localizedDescription() const
         if (auto* const text = mUserInfo->get<CFString>(NSLocalizedDescriptionKey))
             return text;
     }
-    return autorelease(CFString::create(
-        "The operation could not be completed. (" + std::string(textOf(mDomain)) + " error " + std::to_string(mCode) + ".)"));
+    return autorelease(CFString::create("The operation could not be completed. (" + std::string(textOf(mDomain))
+        + " error " + std::to_string(mCode) + ".)"));
 }
 
 bool NSError::isEqual(CFType* other)

@@ -11,8 +11,8 @@ inline CFString* const NSCocoaErrorDomain = CFSTR("NSCocoaErrorDomain");
 inline CFString* const NSLocalizedDescriptionKey = CFSTR("NSLocalizedDescription");
 inline CFString* const NSUnderlyingErrorKey = CFSTR("NSUnderlyingError");
 
-/// Why an operation failed: a domain, a number that has its meaning in that domain, and texts by key. Unchanging, so any
-/// thread may read one.
+/// Why an operation failed: a domain, a number that has its meaning in that domain, and texts by key. Unchanging, so
+/// any thread may read one.
 class NSError : public NSObject {
     NS_OBJECT(NSError)
 public:

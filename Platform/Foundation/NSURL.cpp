@@ -24,7 +24,8 @@ Ref<NSURL> NSURL::fileURLWithPath(CFString* path)
 
 CFString* NSURL::absoluteString() const
 {
-    constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/!$&'()*+,;=:@";
+    constexpr std::string_view plain
+        = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/!$&'()*+,;=:@";
     constexpr std::string_view digits = "0123456789ABCDEF";
     std::string text = "file://";
     for (const char c : mPath) {

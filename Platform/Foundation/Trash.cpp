@@ -34,8 +34,8 @@ fs::path homeTrash()
 fs::path volumeOf(const fs::path& file)
 {
     fs::path top = file.parent_path();
-    struct stat here {};
-    struct stat above {};
+    struct stat here { };
+    struct stat above { };
     while (top.has_relative_path() && stat(top.c_str(), &here) == 0 && stat(top.parent_path().c_str(), &above) == 0
         && here.st_dev == above.st_dev)
         top = top.parent_path();
@@ -129,5 +129,6 @@ Ref<NSError> moveToTrash(const std::filesystem::path& file)
         const fs::path top = volumeOf(absolute);
         number = moveTo({ top / (".Trash-" + std::to_string(getuid())), top }, absolute);
     }
-    return number == 0 ? nullptr : NSError::errorWithErrno(number, "\"" + absolute.string() + "\" cannot be moved to the trash");
+    return number == 0 ? nullptr
+                       : NSError::errorWithErrno(number, "\"" + absolute.string() + "\" cannot be moved to the trash");
 }

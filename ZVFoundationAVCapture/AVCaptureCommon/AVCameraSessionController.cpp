@@ -1,9 +1,9 @@
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCameraSessionController.h"
 
+#include "Platform/dispatch/dispatch.h"
 #include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/Foundation/NSOperationQueue.h"
-#include "Platform/dispatch/dispatch.h"
 #include "WithRequirements/Requirements.h"
 
 NS_IMPLEMENTATION(AVCameraSessionController, NSObject)
@@ -67,7 +67,8 @@ void AVCameraSessionController::delegatedSessionConfigurationChanged()
         return;
     dispatch_async(dispatch_get_main_queue(), [weakSelf = WeakRef { this }] {
         const auto self = weakSelf.strongReference();
-        auto* const observer = self ? kindOf<AVCapturingSessionObserverProtocol>(self->outletSessionObserver()) : nullptr;
+        auto* const observer
+            = self ? kindOf<AVCapturingSessionObserverProtocol>(self->outletSessionObserver()) : nullptr;
         if (observer)
             observer->capturingSessionConfigurationChanged(self);
     });

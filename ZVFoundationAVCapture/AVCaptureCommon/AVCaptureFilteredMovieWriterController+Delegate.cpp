@@ -89,7 +89,8 @@ void AVCaptureFilteredMovieWriterController::_delegatedSampleBufferImagePreview(
         if (!self)
             return;
         const auto sampleBufferRef = CMBufferQueueDequeueAndRetain(self->previewBufferQueueRetainedCopy().get());
-        if (!CFRequiredTypeOfIn("_delegatedSampleBufferImagePreview", sampleBufferRef, CMSampleBufferGetTypeID(), "sampleBufferRef"))
+        if (!CFRequiredTypeOfIn(
+                "_delegatedSampleBufferImagePreview", sampleBufferRef, CMSampleBufferGetTypeID(), "sampleBufferRef"))
             return;
         self->delegatedPreviewVideoSampleBuffer(sampleBufferRef);
     });

@@ -40,8 +40,8 @@ CFDictionary* audioSettings(const AudioStreamBasicDescription* description)
 {
     const auto settings = make<CFDictionary>();
     settings->set(AVFormatIDKey, CFNumber::create(kAudioFormatLinearPCM).get());
-    settings->set(AVSampleRateKey,
-        CFNumber::create(static_cast<float>(description ? description->mSampleRate : 0)).get());
+    settings->set(
+        AVSampleRateKey, CFNumber::create(static_cast<float>(description ? description->mSampleRate : 0)).get());
     settings->set(AVNumberOfChannelsKey, CFNumber::create(description ? description->mChannelsPerFrame : 0).get());
     settings->set(AVLinearPCMBitDepthKey, CFNumber::create(bitsPerSoundSample).get());
     settings->set(AVLinearPCMIsFloatKey, kCFBooleanFalse);
@@ -64,8 +64,8 @@ CFString* AVCaptureFilteredMovieWriterController::defaultSessionOutputFolder()
 Ref<NSURL> AVCaptureFilteredMovieWriterController::recordingWithTemporaryMovieOutputURL()
 {
     const AutoreleasePool pool;
-    const auto name = Platform::tempnam(std::string(textOf(defaultSessionOutputFolder())),
-        AVCaptureFilteredMovieWriter_movieFileNamePrefix->string());
+    const auto name = Platform::tempnam(
+        std::string(textOf(defaultSessionOutputFolder())), AVCaptureFilteredMovieWriter_movieFileNamePrefix->string());
     const char* const tempNameBytes = name ? name->c_str() : nullptr;
     if (!CFRequiredNotCFNull(tempNameBytes, "tempNameBytes"))
         return nullptr;
@@ -97,7 +97,8 @@ bool AVCaptureFilteredMovieWriterController::transitionToRecordingState(std::uin
         (void)CFRequired(newState == AVVideoCaptureRecording_Recording, "newState==AVVideoCaptureRecording_Recording");
         break;
     case AVVideoCaptureRecording_StoppingRecording:
-        (void)CFRequired(newState == AVVideoCaptureRecording_NotRecording, "newState==AVVideoCaptureRecording_NotRecording");
+        (void)CFRequired(
+            newState == AVVideoCaptureRecording_NotRecording, "newState==AVVideoCaptureRecording_NotRecording");
         break;
     default:
         break;
@@ -120,7 +121,8 @@ void AVCaptureFilteredMovieWriterController::saveMovieToCameraRoll()
     });
 }
 
-void AVCaptureFilteredMovieWriterController::writeSampleBuffer_ofType(CMSampleBufferRef sampleBuffer, AVMediaType mediaType)
+void AVCaptureFilteredMovieWriterController::writeSampleBuffer_ofType(
+    CMSampleBufferRef sampleBuffer, AVMediaType mediaType)
 {
     auto* const writer = assetWriter();
     if (!isPresent(writer))
@@ -142,13 +144,15 @@ void AVCaptureFilteredMovieWriterController::writeSampleBuffer_ofType(CMSampleBu
         auto* const input = assetWriterVideoIn();
         if (!input || !input->isReadyForMoreMediaData())
             return;
-        if (!CFRequired(input->appendSampleBuffer(sampleBuffer), "[self.assetWriterVideoIn appendSampleBuffer:sampleBuffer]"))
+        if (!CFRequired(
+                input->appendSampleBuffer(sampleBuffer), "[self.assetWriterVideoIn appendSampleBuffer:sampleBuffer]"))
             delegatedRecordingError(writer->error());
     } else if (mediaType == AVMediaTypeAudio) {
         auto* const input = assetWriterAudioIn();
         if (!input || !input->isReadyForMoreMediaData())
             return;
-        if (!CFRequired(input->appendSampleBuffer(sampleBuffer), "[self.assetWriterAudioIn appendSampleBuffer:sampleBuffer]"))
+        if (!CFRequired(
+                input->appendSampleBuffer(sampleBuffer), "[self.assetWriterAudioIn appendSampleBuffer:sampleBuffer]"))
             delegatedRecordingError(writer->error());
     }
 }
@@ -158,15 +162,18 @@ CFDictionary* AVCaptureFilteredMovieWriterController::preferredAudioOutputFormat
 {
     const auto* const stream = CMAudioFormatDescriptionGetStreamBasicDescription(description);
     std::size_t sizeofAudioChannelLayout = 0;
-    const auto* const currentChannelLayout = CMAudioFormatDescriptionGetChannelLayout(description, &sizeofAudioChannelLayout);
+    const auto* const currentChannelLayout
+        = CMAudioFormatDescriptionGetChannelLayout(description, &sizeofAudioChannelLayout);
     (void)CFRequiredNotCFNull(currentChannelLayout, "currentChannelLayout");
     (void)CFRequired(sizeofAudioChannelLayout > 0, "sizeofAudioChannelLayout>0");
-    (void)CFRequired(sizeofAudioChannelLayout >= sizeof(AudioChannelLayout), "sizeofAudioChannelLayout>=sizeof(AudioChannelLayout)");
+    (void)CFRequired(
+        sizeofAudioChannelLayout >= sizeof(AudioChannelLayout), "sizeofAudioChannelLayout>=sizeof(AudioChannelLayout)");
 
     auto* const writer = assetWriter();
     auto* const attempted = audioSettings(stream);
     if (CFRequired(writer->canApplyOutputSettings_forMediaType(attempted, AVMediaTypeAudio),
-            "[self.assetWriter canApplyOutputSettings:attemptingAudioCompressionSettings forMediaType:AVMediaTypeAudio]"))
+            "[self.assetWriter canApplyOutputSettings:attemptingAudioCompressionSettings "
+            "forMediaType:AVMediaTypeAudio]"))
         return attempted;
     (void)CFRequired(writer->canApplyOutputSettings_forMediaType(nullptr, AVMediaTypeAudio),
         "[self.assetWriter canApplyOutputSettings:resultingAudioOutputSettings forMediaType:AVMediaTypeAudio]");

@@ -165,7 +165,8 @@ void AVCaptureFilteredMovieWriterController::videoSampleBufferCame(
     if (_videoType == 0)
         _videoType = CMFormatDescriptionGetMediaSubType(description);
     if (isPresent(assetWriter()))
-        asynchronousWriteSampleBuffer_withFormatDescription_fromConnection(processedSampleBuffer, description, connection);
+        asynchronousWriteSampleBuffer_withFormatDescription_fromConnection(
+            processedSampleBuffer, description, connection);
     _delegatedSampleBufferImagePreview(processedSampleBuffer);
 }
 
@@ -189,7 +190,8 @@ void AVCaptureFilteredMovieWriterController::addAudioInput()
     const auto audioInput = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!audioInput || error)
         return;
-    if (CFRequiredIn(setupFunction, captureSession()->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
+    if (CFRequiredIn(
+            setupFunction, captureSession()->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
         captureSession()->addInput(audioInput);
 }
 
@@ -198,7 +200,8 @@ void AVCaptureFilteredMovieWriterController::addAudioOutput()
     const auto output = make<AVCaptureAudioDataOutput>();
     if (auto* const queue = dispatchAudioQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:audioDataOutput]"))
+    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output),
+            "[self.captureSession canAddOutput:audioDataOutput]"))
         return;
     captureSession()->addOutput(output);
     setAudioDataOutput(output);
@@ -213,7 +216,8 @@ void AVCaptureFilteredMovieWriterController::addVideoInput()
     const auto input = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!input || error)
         return;
-    if (!CFRequiredIn(setupFunction, captureSession()->canAddInput(input), "[self.captureSession canAddInput:videoDeviceInput]"))
+    if (!CFRequiredIn(
+            setupFunction, captureSession()->canAddInput(input), "[self.captureSession canAddInput:videoDeviceInput]"))
         return;
     captureSession()->addInput(input);
     setVideoDeviceInput(input);
@@ -228,7 +232,8 @@ bool AVCaptureFilteredMovieWriterController::addVideoOutput()
     output->setVideoSettings(delegatedPixelBufferProperties());
     if (auto* const queue = dispatchVideoQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output), "[self.captureSession canAddOutput:videoDataOutput]"))
+    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output),
+            "[self.captureSession canAddOutput:videoDataOutput]"))
         return true;
     captureSession()->addOutput(output);
     setVideoDataOutput(output);
@@ -261,8 +266,8 @@ void AVCaptureFilteredMovieWriterController::setupAndStartCaptureSession()
         setMovieURL(recordingWithTemporaryMovieOutputURL().get());
     setPreviewBufferQueue(nullptr);
     Ref<CMBufferQueue> queue;
-    const OSStatus status = CMBufferQueueCreate(
-        kCFAllocatorDefault, 1, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), &queue);
+    const OSStatus status
+        = CMBufferQueueCreate(kCFAllocatorDefault, 1, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), &queue);
     if (!OSStatusRequired(status,
             "CMBufferQueueCreate(kCFAllocatorDefault, 1, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), "
             "&_previewBufferQueue)"))
@@ -334,7 +339,8 @@ void AVCaptureFilteredMovieWriterController::setSelectedVideoDevice(AVCaptureDev
 {
     if (isPresent(device)) {
         NSLog(CFSTR("AVControllerBase::setSelectedVideoDevice(%@)\n"), device->localizedName());
-        sessionConfigurationWithBlock([this, device](AVCaptureSession* session) { selectVideoDevice(session, device); });
+        sessionConfigurationWithBlock(
+            [this, device](AVCaptureSession* session) { selectVideoDevice(session, device); });
     }
     NSLog(CFSTR("(selectedVideoDevice)%@ = AVControllerBase::setSelectedVideoDevice\n"), selectedVideoDevice());
 }
@@ -348,7 +354,8 @@ void AVCaptureFilteredMovieWriterController::selectVideoDevice(AVCaptureSession*
     Ref<NSError> error;
     auto* const newInput = AVCaptureDeviceInput::deviceInputWithDevice_error(device, &error);
     if (newInput && !error) {
-        if (CFRequiredIn("setSelectedVideoDevice", session->canAddInput(newInput), "[session canAddInput:newVideoDeviceInput]")) {
+        if (CFRequiredIn("setSelectedVideoDevice", session->canAddInput(newInput),
+                "[session canAddInput:newVideoDeviceInput]")) {
             updateSessionPresetForSelectedDevice(device);
             session->addInput(newInput);
             setVideoDeviceInput(newInput);

@@ -162,7 +162,8 @@ void AVCaptureSessionRecorderController::setSelectedVideoDeviceName(CFString* na
     AVCaptureDevice* chosen = nullptr;
     const auto controller = sessionController();
     auto* const devices = controller ? controller->availableVideoInputDevices() : nullptr;
-    const bool isNone = AVCameraSessionController_NoCameraDeviceName && CFEqual(name, AVCameraSessionController_NoCameraDeviceName);
+    const bool isNone
+        = AVCameraSessionController_NoCameraDeviceName && CFEqual(name, AVCameraSessionController_NoCameraDeviceName);
     if (devices && !isNone) {
         for (const auto& each : devices->values()) {
             auto* const device = kindOf<AVCaptureDevice>(each);
@@ -196,7 +197,8 @@ void AVCaptureSessionRecorderController::setPresets(CFArray* /*presets*/) { }
 
 void AVCaptureSessionRecorderController::setRecording(bool /*recording*/)
 {
-    throw NSException("Unimplemented methodunimplemented", CFFormat("%@ is not implemented", { CFSTR("setRecording:") }));
+    throw NSException(
+        "Unimplemented methodunimplemented", CFFormat("%@ is not implemented", { CFSTR("setRecording:") }));
 }
 
 void AVCaptureSessionRecorderController::selectedAudioCaptureDeviceBindingChanged()
@@ -257,9 +259,11 @@ void AVCaptureSessionRecorderController::beginObservingVideoCaptureState()
     if (!isPresent(target.get()))
         return;
     try {
-        target->addObserver_forKeyPath_options_context(this, textOf(AVCameraSessionController_selectedVideoDevice), 0, nullptr);
+        target->addObserver_forKeyPath_options_context(
+            this, textOf(AVCameraSessionController_selectedVideoDevice), 0, nullptr);
         selectedVideoCaptureDeviceBindingChanged();
-        target->addObserver_forKeyPath_options_context(this, textOf(AVCameraSessionController_selectedAudioDevice), 0, nullptr);
+        target->addObserver_forKeyPath_options_context(
+            this, textOf(AVCameraSessionController_selectedAudioDevice), 0, nullptr);
         selectedAudioCaptureDeviceBindingChanged();
     } catch (const NSException&) {
         // What was observed so far stays observed.

@@ -21,7 +21,8 @@ protected:
         properties.uniqueID = CaptureDeviceList::shared().unusedIdentifier(name);
         properties.localizedName = name;
         properties.mediaType = mediaType;
-        return make<AVCaptureDevice>(std::move(properties), [](CaptureSink&) { return std::unique_ptr<CaptureSource>(); });
+        return make<AVCaptureDevice>(
+            std::move(properties), [](CaptureSink&) { return std::unique_ptr<CaptureSource>(); });
     }
     static std::vector<std::string> names(AVMediaType mediaType)
     {
@@ -53,7 +54,8 @@ TEST_F(AVCaptureDeviceTest, ArrivalAndDepartureAreToldOnTheMainQueueTheStandInsT
     const auto tell = [&heard](const char* what) {
         return [&heard, what](NSNotification* notification) {
             EXPECT_TRUE(DispatchMain::isMainThread());
-            heard.push_back(what + std::string(textOf(kindOf<AVCaptureDevice>(notification->object())->localizedName())));
+            heard.push_back(
+                what + std::string(textOf(kindOf<AVCaptureDevice>(notification->object())->localizedName())));
         };
     };
     auto* const center = NSNotificationCenter::defaultCenter();

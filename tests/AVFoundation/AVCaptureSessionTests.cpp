@@ -13,7 +13,11 @@ class Listener : public NSObject {
     NS_OBJECT(Listener)
 public:
     Listener() = default;
-    void heard(NSNotification* notification) { names.push_back(notification->name()->string()); last = notification; }
+    void heard(NSNotification* notification)
+    {
+        names.push_back(notification->name()->string());
+        last = notification;
+    }
     std::vector<std::string> names;
     Ref<NSNotification> last;
 };
@@ -33,10 +37,12 @@ protected:
         session = make<AVCaptureSession>();
         videoOutput = make<AVCaptureVideoDataOutput>();
         audioOutput = make<AVCaptureAudioDataOutput>();
-        videoOutput->setVideoSettings(CFDictionary::create({
-            { kCVPixelBufferWidthKey, CFNumber::create(640.0).get() },
-            { kCVPixelBufferHeightKey, CFNumber::create(360.0).get() },
-        }).get());
+        videoOutput->setVideoSettings(
+            CFDictionary::create({
+                                     { kCVPixelBufferWidthKey, CFNumber::create(640.0).get() },
+                                     { kCVPixelBufferHeightKey, CFNumber::create(360.0).get() },
+                                 })
+                .get());
         videoOutput->setSampleBufferDelegate_queue(video, videoQueue);
         audioOutput->setSampleBufferDelegate_queue(audio, audioQueue);
     }
@@ -133,7 +139,8 @@ TEST_F(AVCaptureSessionTest, WhileTheCallbackIsBusyOneFrameWaitsAndTheOthersAreT
     addEverything();
     session->startRunning();
     const auto started = std::chrono::steady_clock::now();
-    while (videoOutput->receivedFrameCount() < 8 && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
+    while (
+        videoOutput->receivedFrameCount() < 8 && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
         std::this_thread::yield();
     EXPECT_EQ(videoOutput->lateFrameCount(), videoOutput->receivedFrameCount() - 2);
     EXPECT_TRUE(video->notes().empty());
@@ -215,7 +222,8 @@ TEST_F(AVCaptureSessionTest, ADelegateThatHasGoneGetsNothing)
     dispatch_sync(videoQueue, [&] { passing = nullptr; });
     const auto received = videoOutput->receivedFrameCount();
     const auto started = std::chrono::steady_clock::now();
-    while (videoOutput->receivedFrameCount() < received + 4 && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
+    while (videoOutput->receivedFrameCount() < received + 4
+        && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
         std::this_thread::yield();
     EXPECT_EQ(videoOutput->lateFrameCount(), 0U);
     EXPECT_EQ(videoOutput->sampleBufferDelegate(), nullptr);

@@ -30,8 +30,8 @@ void CaptureRecorder::captureOutput_didOutputSampleBuffer_fromConnection(
         inCallback();
     const std::lock_guard lock(mLock);
     mNotes.push_back({ CMTimeGetSeconds(CMSampleBufferGetPresentationTimeStamp(sampleBuffer)),
-        static_cast<double>(sampleBuffer->sampleCount()) / AVCaptureAudioDataOutput::sampleRate, counterOf(sampleBuffer),
-        mNotes.size() < kept ? Ref(sampleBuffer) : nullptr });
+        static_cast<double>(sampleBuffer->sampleCount()) / AVCaptureAudioDataOutput::sampleRate,
+        counterOf(sampleBuffer), mNotes.size() < kept ? Ref(sampleBuffer) : nullptr });
     mConnection = connection;
     mQueueLabel = dispatch_queue_get_label(nullptr);
     mCame.notify_all();

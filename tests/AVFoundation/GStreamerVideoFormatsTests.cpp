@@ -46,18 +46,23 @@ TEST(GStreamerVideoFormats, TheSmallestThatCoversIsTakenElseTheLargest)
 
 TEST(GStreamerVideoFormats, AmongRatesTheOneNearestToThirtyIsTaken)
 {
-    EXPECT_EQ(formatsOf("video/x-raw,format=NV12,width=1280,height=720,framerate={15/1,60/1,30/1,5/1}")[0].rateNumerator, 30);
+    EXPECT_EQ(
+        formatsOf("video/x-raw,format=NV12,width=1280,height=720,framerate={15/1,60/1,30/1,5/1}")[0].rateNumerator, 30);
     EXPECT_EQ(formatsOf("video/x-raw,format=NV12,width=1280,height=720,framerate=[1/1,60/1]")[0].rateNumerator, 30);
     EXPECT_EQ(formatsOf("video/x-raw,format=NV12,width=1280,height=720,framerate=[1/1,25/1]")[0].rateNumerator, 25);
     EXPECT_EQ(formatsOf("video/x-raw,format=NV12,width=1280,height=720,framerate=60/1;"
-                        "image/jpeg,width=1280,height=720,framerate=30/1")[0].mediaType, "image/jpeg");
+                        "image/jpeg,width=1280,height=720,framerate=30/1")[0]
+                  .mediaType,
+        "image/jpeg");
 }
 
 TEST(GStreamerVideoFormats, RangesComeDownToWhatIsPreferred)
 {
-    const auto formats = formatsOf("video/x-raw,format={I420,NV12},width=[16,4096,16],height=[16,400],framerate=[0/1,30/1]");
+    const auto formats
+        = formatsOf("video/x-raw,format={I420,NV12},width=[16,4096,16],height=[16,400],framerate=[0/1,30/1]");
     ASSERT_EQ(formats.size(), 1U);
-    EXPECT_EQ(textOf(formats[0]), "video/x-raw, format=(string)I420, width=(int)1280, height=(int)400, framerate=(fraction)30/1");
+    EXPECT_EQ(textOf(formats[0]),
+        "video/x-raw, format=(string)I420, width=(int)1280, height=(int)400, framerate=(fraction)30/1");
 }
 
 TEST(GStreamerVideoFormats, WhatTellsNothingGivesNothing)

@@ -44,7 +44,8 @@ private:
 std::string nameAt(AVMediaType mediaType, std::size_t index)
 {
     const AutoreleasePool pool;
-    auto* const device = kindOf<AVCaptureDevice>(AVCaptureDevice::devicesWithMediaType(mediaType)->objectAtIndex(index));
+    auto* const device
+        = kindOf<AVCaptureDevice>(AVCaptureDevice::devicesWithMediaType(mediaType)->objectAtIndex(index));
     return device ? std::string(textOf(device->localizedName())) : "";
 }
 
@@ -56,8 +57,9 @@ protected:
     {
         auto* const devices = AVCaptureDevice::devicesWithMediaType(mediaType);
         ASSERT_GE(devices->count(), 1U);
-        session->addInput(AVCaptureDeviceInput::initWithDevice_error(
-            kindOf<AVCaptureDevice>(devices->objectAtIndex(0)), nullptr).get());
+        session->addInput(
+            AVCaptureDeviceInput::initWithDevice_error(kindOf<AVCaptureDevice>(devices->objectAtIndex(0)), nullptr)
+                .get());
     }
     AutoreleasePool pool;
     const Ref<AVCaptureSession> session = make<AVCaptureSession>();
@@ -72,7 +74,8 @@ TEST_F(HostCapture, TheCameraOfTheSessionIsTheOnlyOneAndSilenceStandsIn)
 {
     EXPECT_EQ(nameAt(AVMediaTypeVideo, 0), "Session Camera");
     EXPECT_EQ(nameAt(AVMediaTypeVideo, 1), "");
-    auto* const camera = kindOf<AVCaptureDevice>(AVCaptureDevice::devicesWithMediaType(AVMediaTypeVideo)->objectAtIndex(0));
+    auto* const camera
+        = kindOf<AVCaptureDevice>(AVCaptureDevice::devicesWithMediaType(AVMediaTypeVideo)->objectAtIndex(0));
     EXPECT_FALSE(textOf(camera->uniqueID()).empty());
     EXPECT_EQ(AVCaptureDevice::deviceWithUniqueID(camera->uniqueID()), camera);
     EXPECT_EQ(nameAt(AVMediaTypeAudio, 0), "Silence");
@@ -82,9 +85,10 @@ TEST_F(HostCapture, TheCameraOfTheSessionIsTheOnlyOneAndSilenceStandsIn)
 TEST_F(HostCapture, PicturesComeInTheForcedSizeAtTheCamerasRateWithNoneLost)
 {
     videoOutput->setVideoSettings(CFDictionary::create({
-        { kCVPixelBufferWidthKey, CFNumber::create(1280.0).get() },
-        { kCVPixelBufferHeightKey, CFNumber::create(720.0).get() },
-    }).get());
+                                                           { kCVPixelBufferWidthKey, CFNumber::create(1280.0).get() },
+                                                           { kCVPixelBufferHeightKey, CFNumber::create(720.0).get() },
+                                                       })
+                                      .get());
     videoOutput->setSampleBufferDelegate_queue(video, queue);
     open(AVMediaTypeVideo);
     session->addOutput(videoOutput);
@@ -119,24 +123,27 @@ TEST_F(HostCapture, ACameraThatComesAndGoesIsTold)
         AVCaptureDeviceWasDisconnectedNotification, nullptr, nullptr, tell("-"));
     EXPECT_EQ(nameAt(AVMediaTypeVideo, 1), "");
     {
-        const Process microphone("pw-cli -m create-node adapter '{ factory.name=support.null-audio-sink node.name=probe "
-                                 "node.description=\"Probe Microphone\" media.class=Audio/Source object.linger=false "
-                                 "audio.position=FL,FR }' >/dev/null 2>&1");
+        const Process microphone(
+            "pw-cli -m create-node adapter '{ factory.name=support.null-audio-sink node.name=probe "
+            "node.description=\"Probe Microphone\" media.class=Audio/Source object.linger=false "
+            "audio.position=FL,FR }' >/dev/null 2>&1");
         EXPECT_TRUE(DispatchMain::runUntil([&] { return heard.lines.size() >= 2; }, 10));
         EXPECT_EQ(heard.lines, (std::vector<std::string> { "+Probe Microphone", "-Silence" }));
         EXPECT_EQ(nameAt(AVMediaTypeAudio, 0), "Probe Microphone");
     }
     EXPECT_TRUE(DispatchMain::runUntil([&] { return heard.lines.size() >= 4; }, 10));
-    EXPECT_EQ(heard.lines, (std::vector<std::string> { "+Probe Microphone", "-Silence", "+Silence", "-Probe Microphone" }));
+    EXPECT_EQ(
+        heard.lines, (std::vector<std::string> { "+Probe Microphone", "-Silence", "+Silence", "-Probe Microphone" }));
     center->removeObserver(came.get());
     center->removeObserver(went.get());
 }
 
 TEST_F(HostCapture, AMicrophoneDeliversContiguousSoundOnTheHostClock)
 {
-    const Process microphone("pw-cli -m create-node adapter '{ factory.name=support.null-audio-sink node.name=probe "
-                             "node.description=\"Probe Microphone\" media.class=Audio/Source/Virtual object.linger=false "
-                             "audio.position=MONO }' >/dev/null 2>&1");
+    const Process microphone(
+        "pw-cli -m create-node adapter '{ factory.name=support.null-audio-sink node.name=probe "
+        "node.description=\"Probe Microphone\" media.class=Audio/Source/Virtual object.linger=false "
+        "audio.position=MONO }' >/dev/null 2>&1");
     ASSERT_TRUE(DispatchMain::runUntil([] { return nameAt(AVMediaTypeAudio, 0) == "Probe Microphone"; }, 10));
     audioOutput->setSampleBufferDelegate_queue(audio, queue);
     open(AVMediaTypeAudio);

@@ -19,7 +19,8 @@ TEST(SoundClock, JitterOfTheArrivalDoesNotShowInTheStamps)
     for (int i = 1; i < 500; ++i) {
         const std::int64_t jitter = (i * 7919 % 13 - 6) * millisecond;
         const std::int64_t stamp = clock.stamp(1'000 * millisecond + i * runDuration + jitter, run);
-        EXPECT_NEAR(static_cast<double>(stamp - last), static_cast<double>(runDuration), static_cast<double>(runDuration) / 1000);
+        EXPECT_NEAR(static_cast<double>(stamp - last), static_cast<double>(runDuration),
+            static_cast<double>(runDuration) / 1000);
         last = stamp;
     }
     EXPECT_NEAR(static_cast<double>(last), static_cast<double>(1'000 * millisecond + 499 * runDuration), 7e6);

@@ -38,7 +38,8 @@ constexpr int noon = 12 * 3600;
 
 TEST(TestPicture, TheNumberCanBeReadBackInEverySize)
 {
-    for (const auto size : { usual, CMVideoDimensions { 1920, 1080 }, { 640, 360 }, { 640, 480 }, { 320, 180 }, { 1000, 563 } }) {
+    for (const auto size :
+        { usual, CMVideoDimensions { 1920, 1080 }, { 640, 360 }, { 640, 480 }, { 320, 180 }, { 1000, 563 } }) {
         const TestPicture picture(size);
         Memory memory(size);
         for (const std::uint32_t number : { 0U, 1U, 12345U, 0xFFFFFFFFU, 0x80000001U }) {
@@ -109,7 +110,9 @@ TEST(TestPictureCounter, ADamagedRowIsNoNumber)
     for (int y = block.y; y < block.y + block.size; ++y)
         for (int x = block.x; x < block.x + block.size; ++x)
             for (std::size_t channel = 0; channel < 3; ++channel)
-                memory.pixels[static_cast<std::size_t>(y) * memory.bytesPerRow + static_cast<std::size_t>(x) * 4 + channel] ^= std::byte { 255 };
+                memory.pixels[static_cast<std::size_t>(y) * memory.bytesPerRow + static_cast<std::size_t>(x) * 4
+                    + channel]
+                    ^= std::byte { 255 };
     EXPECT_EQ(memory.number(), std::nullopt);
 }
 

@@ -25,7 +25,8 @@ public:
             memory.resize(static_cast<std::size_t>(bytesPerRow + rowPadding) * static_cast<std::size_t>(rows));
             for (int y = 0; y < rows; ++y)
                 for (int x = 0; x < bytesPerRow; ++x)
-                    memory[static_cast<std::size_t>(y * (bytesPerRow + rowPadding) + x)] = pattern[static_cast<std::size_t>(x) % pattern.size()];
+                    memory[static_cast<std::size_t>(y * (bytesPerRow + rowPadding) + x)]
+                        = pattern[static_cast<std::size_t>(x) % pattern.size()];
             frame.planes[index] = { memory.data(), bytesPerRow + rowPadding };
         };
         const auto [a, b, c, d] = values;
@@ -33,21 +34,39 @@ public:
         const int halfWidth = (width + 1) / 2;
         const int halfHeight = (height + 1) / 2;
         switch (layout) {
-        case Layout::I420: plane(0, width, height, { a }), plane(1, halfWidth, halfHeight, { b }), plane(2, halfWidth, halfHeight, { c }); break;
-        case Layout::I422: plane(0, width, height, { a }), plane(1, halfWidth, height, { b }), plane(2, halfWidth, height, { c }); break;
-        case Layout::I444: plane(0, width, height, { a }), plane(1, width, height, { b }), plane(2, width, height, { c }); break;
-        case Layout::NV12: plane(0, width, height, { a }), plane(1, halfWidth * 2, halfHeight, { b, c }); break;
-        case Layout::YUY2: plane(0, halfWidth * 4, height, { a, b, a, c }); break;
-        case Layout::UYVY: plane(0, halfWidth * 4, height, { b, a, c, a }); break;
+        case Layout::I420:
+            plane(0, width, height, { a }), plane(1, halfWidth, halfHeight, { b }),
+                plane(2, halfWidth, halfHeight, { c });
+            break;
+        case Layout::I422:
+            plane(0, width, height, { a }), plane(1, halfWidth, height, { b }), plane(2, halfWidth, height, { c });
+            break;
+        case Layout::I444:
+            plane(0, width, height, { a }), plane(1, width, height, { b }), plane(2, width, height, { c });
+            break;
+        case Layout::NV12:
+            plane(0, width, height, { a }), plane(1, halfWidth * 2, halfHeight, { b, c });
+            break;
+        case Layout::YUY2:
+            plane(0, halfWidth * 4, height, { a, b, a, c });
+            break;
+        case Layout::UYVY:
+            plane(0, halfWidth * 4, height, { b, a, c, a });
+            break;
         case Layout::BGRA:
-        case Layout::RGBA: plane(0, width * 4, height, { a, b, c, d }); break;
+        case Layout::RGBA:
+            plane(0, width * 4, height, { a, b, c, d });
+            break;
         case Layout::BGR:
-        case Layout::RGB: plane(0, width * 3, height, { a, b, c }); break;
+        case Layout::RGB:
+            plane(0, width * 3, height, { a, b, c });
+            break;
         }
     }
     std::uint8_t& byte(std::size_t plane, int x, int y)
     {
-        return mMemory[plane][static_cast<std::size_t>(y) * static_cast<std::size_t>(frame.planes[plane].bytesPerRow) + static_cast<std::size_t>(x)];
+        return mMemory[plane][static_cast<std::size_t>(y) * static_cast<std::size_t>(frame.planes[plane].bytesPerRow)
+            + static_cast<std::size_t>(x)];
     }
     VideoFrameConverter::Frame frame;
 
@@ -63,12 +82,14 @@ Ref<CVPixelBuffer> bufferOf(std::size_t width, std::size_t height)
 std::array<int, 4> pixelAt(const CVPixelBuffer& buffer, std::size_t x, std::size_t y)
 {
     const auto* const pixel = buffer.baseAddress() + y * buffer.bytesPerRow() + x * 4;
-    return { std::to_integer<int>(pixel[0]), std::to_integer<int>(pixel[1]), std::to_integer<int>(pixel[2]), std::to_integer<int>(pixel[3]) };
+    return { std::to_integer<int>(pixel[0]), std::to_integer<int>(pixel[1]), std::to_integer<int>(pixel[2]),
+        std::to_integer<int>(pixel[3]) };
 }
 
 void expectColour(const CVPixelBuffer& buffer, Colour colour, const std::string& what)
 {
-    for (const auto& [x, y] : { std::pair<std::size_t, std::size_t> { 0, 0 }, { buffer.width() / 2, buffer.height() / 2 }, { buffer.width() - 1, buffer.height() - 1 } }) {
+    for (const auto& [x, y] : { std::pair<std::size_t, std::size_t> { 0, 0 },
+             { buffer.width() / 2, buffer.height() / 2 }, { buffer.width() - 1, buffer.height() - 1 } }) {
         const auto [blue, green, red, alpha] = pixelAt(buffer, x, y);
         EXPECT_NEAR(red, colour.red, 4) << what;
         EXPECT_NEAR(green, colour.green, 4) << what;
@@ -98,11 +119,13 @@ TEST(VideoFrameConverter, EveryLayoutBecomesBGRAInEverySize)
         { Layout::BGR, { 10, 20, 30, 0 }, { 30, 20, 10 } }, { Layout::RGB, { 10, 20, 30, 0 }, { 10, 20, 30 } } };
     VideoFrameConverter converter;
     for (const auto& [layout, values, colour] : cases) {
-        for (const auto size : { CMVideoDimensions { 320, 180 }, { 640, 480 }, { 1280, 720 }, { 322, 241 }, { 1920, 1080 }, { 90, 160 } }) {
+        for (const auto size : { CMVideoDimensions { 320, 180 }, { 640, 480 }, { 1280, 720 }, { 322, 241 },
+                 { 1920, 1080 }, { 90, 160 } }) {
             Painted painted(layout, size, values);
             const auto buffer = bufferOf(320, 180);
             ASSERT_TRUE(converter.convert(painted.frame, *buffer));
-            expectColour(*buffer, colour, std::to_string(static_cast<int>(layout)) + " from " + std::to_string(size.width));
+            expectColour(
+                *buffer, colour, std::to_string(static_cast<int>(layout)) + " from " + std::to_string(size.width));
         }
     }
 }

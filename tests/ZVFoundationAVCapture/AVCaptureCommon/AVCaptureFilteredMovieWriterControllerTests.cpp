@@ -122,9 +122,10 @@ TEST_F(FilteredMovieWriter, WithoutAPreviewQueueTheSetupEnds)
     const FailPoint::Scope fails("CMBufferQueueCreate");
     StandardErrorCapture log;
     controller->setupAndStartCaptureSession();
-    EXPECT_EQ(reports(log.text(),
-                  "SRC>>CMBufferQueueCreate(kCFAllocatorDefault, 1, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), "
-                  "&_previewBufferQueue)"),
+    EXPECT_EQ(
+        reports(log.text(),
+            "SRC>>CMBufferQueueCreate(kCFAllocatorDefault, 1, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), "
+            "&_previewBufferQueue)"),
         1);
     EXPECT_FALSE(controller->session()->isRunning());
 }
@@ -215,7 +216,8 @@ TEST_F(FilteredMovieWriter, WithoutADelegateTheCapturedFrameFlowsOn)
 TEST_F(FilteredMovieWriter, AFrameOfAnotherConnectionIsIgnored)
 {
     setUpWithStillDevices();
-    const auto stranger = make<AVCaptureConnection>(AVMediaTypeVideo, controller->videoDeviceInput(), controller->videoDataOutput());
+    const auto stranger
+        = make<AVCaptureConnection>(AVMediaTypeVideo, controller->videoDeviceInput(), controller->videoDataOutput());
     controller->captureOutput_didOutputSampleBuffer_fromConnection(nullptr, frame(1.0).get(), stranger);
     drainWriteQueue();
     EXPECT_EQ(delegate->count("display"), 0);
@@ -244,7 +246,8 @@ TEST_F(FilteredMovieWriter, SelectingNoDeviceOnlyWritesTheSecondLine)
     controller->setSelectedVideoDevice(nullptr);
     const auto text = log.text();
     EXPECT_EQ(text.find("AVControllerBase::setSelectedVideoDevice("), std::string::npos);
-    EXPECT_NE(text.find("(selectedVideoDevice)Camera [test Camera] = AVControllerBase::setSelectedVideoDevice\n"), std::string::npos);
+    EXPECT_NE(text.find("(selectedVideoDevice)Camera [test Camera] = AVControllerBase::setSelectedVideoDevice\n"),
+        std::string::npos);
     EXPECT_EQ(controller->videoDeviceInput(), before);
 }
 
@@ -480,8 +483,14 @@ TEST_F(FilteredMovieWriter, RefusedSoundSettingsAreReportedAndTheSoundIsWrittenA
     StandardErrorCapture log;
     EXPECT_EQ(controller->preferredAudioOutputFormatSettingsOnceWithFormatDescription(description), nullptr);
     const auto text = log.text();
-    EXPECT_EQ(reports(text, "SRC>>[self.assetWriter canApplyOutputSettings:attemptingAudioCompressionSettings forMediaType:AVMediaTypeAudio]"), 1);
-    EXPECT_EQ(reports(text, "SRC>>[self.assetWriter canApplyOutputSettings:resultingAudioOutputSettings forMediaType:AVMediaTypeAudio]"), 1);
+    EXPECT_EQ(reports(text,
+                  "SRC>>[self.assetWriter canApplyOutputSettings:attemptingAudioCompressionSettings "
+                  "forMediaType:AVMediaTypeAudio]"),
+        1);
+    EXPECT_EQ(reports(text,
+                  "SRC>>[self.assetWriter canApplyOutputSettings:resultingAudioOutputSettings "
+                  "forMediaType:AVMediaTypeAudio]"),
+        1);
     EXPECT_EQ(reports(text, "currentChannelLayout"), 1);
     EXPECT_EQ(reports(text, "SRC>>sizeofAudioChannelLayout>0"), 1);
 }

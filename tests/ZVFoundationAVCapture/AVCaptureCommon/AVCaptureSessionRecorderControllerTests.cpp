@@ -1,5 +1,5 @@
-#include "ZVFoundationAVCapture/AVCaptureCommon/AVRecorderController.h"
 #include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
+#include "ZVFoundationAVCapture/AVCaptureCommon/AVRecorderController.h"
 
 namespace {
 
@@ -12,7 +12,8 @@ public:
     {
         target->addObserver_forKeyPath_options_context(this, key, 0, nullptr);
     }
-    void observeValueForKeyPath_ofObject_change_context(CFString* keyPath, NSObject*, CFDictionary*, const void*) override
+    void observeValueForKeyPath_ofObject_change_context(
+        CFString* keyPath, NSObject*, CFDictionary*, const void*) override
     {
         keys.push_back(keyPath->string());
         onMain = onMain && DispatchMain::isMainThread();
@@ -102,9 +103,11 @@ TEST_F(RecorderController, ADeviceSwitchGivesTwoUpdatesOnTheMainQueue)
 TEST_F(RecorderController, AnotherObjectsChangesAreIgnored)
 {
     controller->setRecorder(recorder);
-    controller->observeValueForKeyPath_ofObject_change_context(CFSTR("selectedVideoDevice"), controller, nullptr, nullptr);
+    controller->observeValueForKeyPath_ofObject_change_context(
+        CFSTR("selectedVideoDevice"), controller, nullptr, nullptr);
     EXPECT_EQ(controller->pendingBindingUpdates(), 0);
-    controller->observeValueForKeyPath_ofObject_change_context(CFSTR("selectedAudioDevice"), recorder, nullptr, nullptr);
+    controller->observeValueForKeyPath_ofObject_change_context(
+        CFSTR("selectedAudioDevice"), recorder, nullptr, nullptr);
     EXPECT_EQ(controller->pendingBindingUpdates(), 1);
 }
 
@@ -124,5 +127,6 @@ TEST_F(RecorderController, TheInterfaceFileFindsItByName)
     const auto made = NSClassFromString(CFSTR("AVRecorderController"))->createInstance();
     EXPECT_NE(kindOf<AVCaptureSessionRecorderController>(made), nullptr);
     made->setValue_forKey(CFSTR("none such"), "selectedVideoDeviceName");
-    EXPECT_TRUE(CFEqual(made->valueForKey("selectedVideoDeviceName").get(), AVCameraSessionController_NoCameraDeviceName));
+    EXPECT_TRUE(
+        CFEqual(made->valueForKey("selectedVideoDeviceName").get(), AVCameraSessionController_NoCameraDeviceName));
 }

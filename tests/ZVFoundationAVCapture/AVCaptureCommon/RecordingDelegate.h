@@ -24,7 +24,8 @@ public:
     {
         return process ? process(sampleBuffer) : Ref(sampleBuffer);
     }
-    CFDictionary* recording_pixelBufferProperties(AVCaptureFilteredMovieWriterController*, CFDictionary* defaults) override
+    CFDictionary* recording_pixelBufferProperties(
+        AVCaptureFilteredMovieWriterController*, CFDictionary* defaults) override
     {
         note("properties");
         return defaults;
