@@ -75,7 +75,7 @@ ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document)
 {
     const auto location = [this](const std::string& name) { return glGetUniformLocation(mProgram.get(), name.c_str()); };
     mLocations = { location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"), location("DATE"),
-        location("FRAMEINDEX"), location("lattice_opaque") };
+        location("FRAMEINDEX") };
     for (const auto& input : document.inputs)
         mInputs.push_back(location(input.name));
     for (const auto& name : document.pictures())
@@ -90,7 +90,6 @@ void ISFPassProgram::use(const ISFPassValues& values) const
     glUniform1f(mLocations.timeDelta, values.timeDelta);
     glUniform4fv(mLocations.date, 1, values.date.data());
     glUniform1i(mLocations.frame, values.frameIndex);
-    glUniform1f(mLocations.opaque, values.opaque ? 1.0F : 0.0F);
 }
 
 void ISFPassProgram::setInput(std::size_t index, ISFInputType type, const ISFInput::Numbers& numbers) const

@@ -16,7 +16,6 @@ struct ISFPassValues {
     float timeDelta = 0;
     std::array<float, 4> date {};
     int frameIndex = 0;
-    bool opaque = false; ///< whether the pass makes its picture opaque
 };
 
 /// A composition's shaders compiled for one of its passes. The pass's number is a constant in them, so that the driver
@@ -41,7 +40,7 @@ public:
 private:
     const GLProgram mProgram;
     struct {
-        GLint size, time, timeDelta, date, frame, opaque;
+        GLint size, time, timeDelta, date, frame;
     } mLocations {};
     std::vector<GLint> mInputs;
     std::map<std::string, Picture> mPictures;

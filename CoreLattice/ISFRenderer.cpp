@@ -212,7 +212,6 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
 
     values.width = static_cast<float>(width);
     values.height = static_cast<float>(height);
-    values.opaque = !target;
     const auto& program = *mPrograms[index];
     program.use(values);
     for (std::size_t i = 0; i < frame.values.size(); ++i)

@@ -70,8 +70,10 @@ std::optional<double> literal(const std::string& text)
 
 }
 
-ShaderRewriter::ShaderRewriter(std::string_view source, std::vector<std::string> pictures)
+ShaderRewriter::ShaderRewriter(
+    std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed)
     : mPictures(std::move(pictures))
+    , mHanded(std::move(handed))
 {
     tokenize(withoutComments(source));
 }
@@ -132,6 +134,7 @@ bool ShaderRewriter::rewrite()
     if (!rewriteDirectives() || !checkNames() || !rewriteLoops())
         return false;
     rewritePictures();
+    rewriteHanded();
     for (const auto& token : mTokens)
         mText += token.text;
     return true;
@@ -210,6 +213,18 @@ void ShaderRewriter::rewritePictures()
             continue;
         if (std::ranges::find(mPictures, mTokens[name].text) != mPictures.end())
             mTokens[name].text.insert(0, "lattice_near_");
+    }
+}
+
+void ShaderRewriter::rewriteHanded()
+{
+    bool afterDot = false;
+    for (auto& token : mTokens) {
+        // Behind a dot the name is a component's or a field's.
+        if (token.kind == Kind::Name && !afterDot && std::ranges::find(mHanded, token.text) != mHanded.end())
+            token.text.insert(0, "lattice_in_");
+        if (token.kind != Kind::Space)
+            afterDot = token.text == ".";
     }
 }
 

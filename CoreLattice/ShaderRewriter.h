@@ -16,7 +16,8 @@ namespace CoreLattice {
 class ShaderRewriter {
 public:
     /// \param pictures  the names of the pictures that the shader reads
-    ShaderRewriter(std::string_view source, std::vector<std::string> pictures);
+    /// \param handed  the names of inputs that come under the name `lattice_in_` with the name
+    ShaderRewriter(std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed);
 
     /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say why.
     bool rewrite();
@@ -39,6 +40,7 @@ private:
     bool rewriteDirectives();
     bool checkNames();
     void rewritePictures();
+    void rewriteHanded();
     bool rewriteLoops();
     bool rewriteFor(std::size_t open, std::size_t close);
     std::size_t closing(std::size_t open) const;
@@ -47,6 +49,7 @@ private:
     bool bodyChanges(std::size_t close, std::string_view name) const;
 
     const std::vector<std::string> mPictures;
+    const std::vector<std::string> mHanded;
     std::vector<Token> mTokens;
     std::string mText;
     std::string mExtensions;

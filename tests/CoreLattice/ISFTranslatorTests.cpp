@@ -83,6 +83,20 @@ TEST(ISFTranslator, KeepsTheNumbersOfLines)
     EXPECT_TRUE(contains(text, "#define PASSINDEX 3"));
 }
 
+TEST(ISFTranslator, HandsInputsOnFlatButLeavesComponentsOfTheSameNameAlone)
+{
+    CompositionError error;
+    const auto document = ISFDocument::parse("/*{\"INPUTS\":[{\"NAME\":\"x\",\"TYPE\":\"float\"},{\"NAME\":\"on\",\"TYPE\":\"bool\"}]}*/"
+        "void main() { gl_FragColor = on ? vec4(x) : p.x + p . x; }", "", "t.fs", &error);
+    const auto shaders = translateShaders(*document, 0, &error);
+    ASSERT_TRUE(shaders);
+    EXPECT_TRUE(contains(shaders->fragment, "on ? vec4(lattice_in_x) : p.x + p . x;"));
+    EXPECT_TRUE(contains(shaders->fragment, "flat in float lattice_in_x;"));
+    EXPECT_TRUE(contains(shaders->fragment, "uniform bool on;"));
+    EXPECT_FALSE(contains(shaders->fragment, "uniform float x;"));
+    EXPECT_TRUE(contains(shaders->vertex, "lattice_in_x = x;"));
+}
+
 TEST(ISFTranslator, ReadsTheLogsOfDrivers)
 {
     const auto mesa = errorFromDriverLog("0:3(2): warning: odd\n0:12(17): error: `x' undeclared\n", "a.fs");

@@ -150,6 +150,20 @@ TEST(LTCView, InputsReachTheShaderWithTheirTypes)
     EXPECT_FALSE(view->valueForInputKey(CFSTR("noSuchInput")));
 }
 
+TEST(LTCView, TakesMoreInputsThanADriverHandsOn)
+{
+    std::string inputs;
+    std::string sum;
+    for (int i = 0; i < 60; ++i) {
+        inputs += ", { \"NAME\": \"level" + std::to_string(i) + "\", \"TYPE\": \"color\", \"DEFAULT\": [0.01, 0, 0, 1] }";
+        sum += " + level" + std::to_string(i) + ".r";
+    }
+    const auto view = Pictures::view("/*{ \"INPUTS\": [ { \"NAME\": \"inputImage\", \"TYPE\": \"image\" }" + inputs
+            + " ] }*/ void main() { gl_FragColor = vec4(0.0" + sum + "); }",
+        plain(4, 4, { 0, 0, 0 }));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0)[0], 153);
+}
+
 TEST(LTCView, PassesHaveTheirSizesAndFeedTheNextOnes)
 {
     const auto view = Pictures::view(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ],
