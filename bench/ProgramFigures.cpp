@@ -115,11 +115,11 @@ void waitForNode(const std::string& name)
     require(waitUntil([&] { return std::system(question.c_str()) == 0; }, 30s), "there is no camera node " + name);
 }
 
-std::optional<std::string> newestMovie()
+/// The movie of this run, in whichever folder the session's user has for movies.
+std::optional<std::string> recordedMovie()
 {
     std::error_code ignored;
-    const auto folder = commandOutput("xdg-user-dir VIDEOS");
-    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored))
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(std::getenv("HOME"), ignored))
         if (entry.path().filename().string().starts_with("Tovrin Movie ") && entry.path().extension() == ".mov"
             && entry.file_size(ignored) > 0)
             return entry.path().string();
@@ -185,7 +185,7 @@ StageCosts measureProgram(const BenchRequest& request)
     printFigure(request, viewCPU, costs.view);
 
     window.press("ctrl+r");
-    require(waitUntil([] { return newestMovie().has_value(); }, 15s), "the program began no movie");
+    require(waitUntil([] { return recordedMovie().has_value(); }, 15s), "the program began no movie");
     std::this_thread::sleep_for(warmUp);
     costs.record = millisecondsPerFrame(programs, feed, duration);
     printFigure(request, recordCPU, costs.record);
@@ -208,7 +208,7 @@ StageCosts measureProgram(const BenchRequest& request)
     }
 
     window.press("ctrl+r");
-    const auto movie = newestMovie();
+    const auto movie = recordedMovie();
     require(movie.has_value(), "the movie is gone");
     program.send(SIGTERM);
     require(program.waitForEnd(20s), "the program did not quit");
