@@ -82,8 +82,8 @@ public:
     /// The resource URL of a QML component that draws the view's insides, such as
     /// "qrc:/CoreLattice/LTCCompositionPickerView.qml"; empty for a view that only shows its layer.
     ///
-    /// The component's root is an item with `required property var view`, which it may give as the `object` of the
-    /// elements `KeyBinding`, `Action` and `LayerItem`. It fills the view and lies above its layer.
+    /// The component's root is an item with `required property var view`, which it may give as the `object` of a
+    /// `KeyBinding` and as the `target` of an `ActionLink`. It fills the view and lies above its layer.
     virtual std::string interfaceComponent() { return {}; }
 
     /// For the element that stands for the view.

@@ -4,7 +4,7 @@
 
 #include <QQmlParserStatus>
 
-/// `Action { target: …; selector: "…" }`: sends a message of the target. A missing message is an error of the file.
+/// `ActionLink { target: …; selector: "…" }`: sends a message of the target. A missing message is an error of the file.
 class ActionLink : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)

@@ -11,18 +11,16 @@
 
 #include <cmath>
 
-namespace {
-
-const QEvent::Type layerChanged = static_cast<QEvent::Type>(QEvent::registerEventType());
-
-/// The background, then the picture. A transform that does nothing: the software renderer does not know where the later
-/// children of a plain node are, and draws them at the window's corner.
-class LayerNode : public QSGTransformNode {
+/// The background, then the picture.
+class LayerNode : public QSGNode {
 public:
     QSGRectangleNode* background = nullptr;
     QSGImageNode* picture = nullptr;
-    QSize textureSize;
 };
+
+namespace {
+
+const QEvent::Type layerChanged = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 QColor colorOf(CGColorRef color)
 {
@@ -145,6 +143,23 @@ void LayerItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeome
     update();
 }
 
+LayerNode* LayerItem::makeNode() const
+{
+    auto node = std::make_unique<LayerNode>();
+    node->background = window()->createRectangleNode();
+    node->appendChildNode(node->background);
+    node->picture = window()->createImageNode();
+    node->picture->setOwnsTexture(true);
+    node->picture->setFiltering(QSGTexture::Linear);
+    // The software renderer wants a texture in every picture, and it misplaces nodes that join their item's later: so
+    // the picture is there from the start, without an extent until there are contents.
+    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
+    nothing.fill(Qt::transparent);
+    node->picture->setTexture(window()->createTextureFromImage(nothing));
+    node->appendChildNode(node->picture);
+    return node.release();
+}
+
 QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*data*/)
 {
     const AutoreleasePool pool;
@@ -154,9 +169,7 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
         return nullptr;
     }
     if (!node) {
-        node = std::make_unique<LayerNode>().release();
-        node->background = window()->createRectangleNode();
-        node->appendChildNode(node->background);
+        node = makeNode();
         mContentsAreNew = true;
     }
     if (node->background->rect() != boundingRect())
@@ -169,8 +182,7 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
     const bool opaque = mLayer->isOpaque() || colorOf(mLayer->backgroundColor()).alpha() == 255;
     auto image = imageOver(mLayer->copyPixelBufferForDisplay(), opaque);
     if (image.isNull()) {
-        delete node->picture;
-        node->picture = nullptr;
+        node->picture->setRect(QRectF());
         return node;
     }
     const qreal ratio = window()->effectiveDevicePixelRatio();
@@ -178,18 +190,9 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
     const auto onScreen = (place.size() * ratio).toSize();
     if (drawsInSoftware(window()) && !onScreen.isEmpty())
         image = scaledImage(image, onScreen);
-    const bool isNew = !node->picture;
-    if (isNew) {
-        node->picture = window()->createImageNode();
-        node->picture->setOwnsTexture(true);
-        node->picture->setFiltering(QSGTexture::Linear);
-    }
     node->picture->setTexture(window()->createTextureFromImage(
         image, opaque ? QQuickWindow::TextureIsOpaque : QQuickWindow::CreateTextureOptions()));
     node->picture->setRect(place);
     node->picture->setSourceRect(QRectF(QPointF(), QSizeF(image.size())));
-    // The software renderer looks at the texture as soon as the node is in the tree.
-    if (isNew)
-        node->appendChildNode(node->picture);
     return node;
 }

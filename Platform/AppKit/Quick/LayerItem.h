@@ -8,6 +8,8 @@
 
 #include <atomic>
 
+class LayerNode;
+
 /// An item that draws a layer: its background and its contents, placed by its gravity.
 ///
 /// `LayerItem { contents: … }` shows what a key gives, a pixel buffer or an image, opaque and covering the item. Under
@@ -36,6 +38,7 @@ protected:
 
 private:
     void layerNeedsDisplay() override;
+    LayerNode* makeNode() const;
 
     QVariant mContents;
     Ref<CALayer> mLayer;

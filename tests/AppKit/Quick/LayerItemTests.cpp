@@ -90,6 +90,18 @@ TEST_F(LayerItemTest, ShowsContentsThatAnotherThreadSets)
     EXPECT_TRUE(waitFor([&] { return colorAt(32, 4) == QColor(Qt::red); }));
 }
 
+TEST_F(LayerItemTest, ShowsContentsThatCameLaterWhereItStands)
+{
+    const auto layer = makeBlackAspectLayer();
+    show(layer, { 128, 64 });
+    item().setSize({ 64, 32 });
+    item().setPosition({ 64, 32 });
+    EXPECT_EQ(colorAt(96, 36), QColor(Qt::black));
+    layer->setContents(makeTwoHalves(64, 32).get());
+    EXPECT_TRUE(waitFor([&] { return colorAt(96, 36) == QColor(Qt::red); }));
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::green));
+}
+
 TEST_F(LayerItemTest, ShowsNothingAfterTheContentsWereTakenAway)
 {
     const auto layer = makeBlackAspectLayer();
