@@ -63,8 +63,10 @@ InterfaceFile {
         id: mainWindow
         className: "NSWindow"
         title: qsTr("Tovrin")
-        width: 1184
-        height: 744
+        // Where the screen has the room, the picture is shown pixel for pixel, which is sharpest and cheapest.
+        readonly property bool roomy: Screen.desktopAvailableWidth >= 1580 && Screen.desktopAvailableHeight >= 970
+        width: roomy ? 1280 + sidePanel.width : 1184
+        height: roomy ? menuBar.height + 720 + pickerStrip.height + controlBar.height : 744
         minimumWidth: 1000
         minimumHeight: 560
         color: Theme.window
