@@ -12,6 +12,8 @@ FocusScope {
     readonly property int tileHeight: 81
 
     activeFocusOnTab: true
+    Accessible.role: Accessible.List
+    Accessible.name: qsTr("Filters")
 
     KeyBinding { id: tiles; object: picker.view; keyPath: "tiles" }
     KeyBinding { id: selection; object: picker.view; keyPath: "selectedIndex" }
