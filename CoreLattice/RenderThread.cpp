@@ -27,8 +27,11 @@ RenderThread& RenderThread::shared()
 }
 
 RenderThread::RenderThread()
-    : mThread([this] { run(); })
 {
+    // The software driver shall draw on this thread instead of spreading each picture over threads of its own, which costs
+    // more processor time; so the thread's time is also what a picture costs. Set before the thread that reads it starts.
+    setenv("LP_NUM_THREADS", "0", 0);
+    mThread = std::thread([this] { run(); });
 }
 
 RenderThread::~RenderThread()
@@ -103,9 +106,6 @@ bool RenderThread::hasContext()
     if (mTriedContext)
         return mContext != nullptr;
     mTriedContext = true;
-    // The software driver spreads each picture over its own threads, whose waiting for each other costs more processor time
-    // than the present pictures take.
-    setenv("LP_NUM_THREADS", "1", 0);
     std::string error;
     mContext = GLContext::create(&error);
     if (mContext && !mContext->makeCurrent()) {

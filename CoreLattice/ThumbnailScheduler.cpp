@@ -16,8 +16,7 @@ constexpr std::int64_t mostCredit = 2 * budgetPerPicture;
 // What is owed at most: the first picture of a tile pays for its shader too, and the next tile is not to wait for that.
 constexpr std::int64_t mostDebt = 10 * budgetPerPicture;
 
-/// Processor time of this thread. The software driver does most of its work on a thread of its own meanwhile, so the caller
-/// also looks at the time that passed.
+/// Processor time of this thread, on which the software driver draws as well.
 std::int64_t threadNanoseconds()
 {
     timespec now {};
@@ -135,11 +134,10 @@ void ThumbnailScheduler::renderNext()
     if (!item)
         return;
     const auto start = threadNanoseconds();
-    const auto wallStart = HostClock::nanoseconds();
     const bool rendered = item->renderer->render(static_cast<double>(now) * 1e-9);
     if (rendered)
         item->tile->setThumbnail(item->renderer->output().get());
-    const auto cost = std::max(threadNanoseconds() - start, (HostClock::nanoseconds() - wallStart) / 2);
+    const auto cost = threadNanoseconds() - start;
     const std::lock_guard lock(mLock);
     item->rendered = rendered;
     item->lastRender = now;

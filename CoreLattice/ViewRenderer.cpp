@@ -13,7 +13,7 @@ namespace {
 
 // Pictures of one view that may be in use at a time: waiting to be shown, written and published. Beyond that the newest
 // frame is lost.
-constexpr std::size_t mostBuffers = 24;
+constexpr std::size_t mostBuffers = 16;
 constexpr std::size_t usualWidth = 1280;
 constexpr std::size_t usualHeight = 720;
 
