@@ -49,7 +49,7 @@ const spa_pod* build(spa_pod_builder& builder, std::uint32_t parameter, CameraPi
         SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate), 0);
     if (isYUV(format))
         spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_colorRange, SPA_POD_Id(SPA_VIDEO_COLOR_RANGE_16_235),
-            SPA_FORMAT_VIDEO_colorMatrix, SPA_POD_Id(SPA_VIDEO_COLOR_MATRIX_BT709), SPA_FORMAT_VIDEO_transferFunction,
+            SPA_FORMAT_VIDEO_colorMatrix, SPA_POD_Id(SPA_VIDEO_COLOR_MATRIX_BT601), SPA_FORMAT_VIDEO_transferFunction,
             SPA_POD_Id(SPA_VIDEO_TRANSFER_BT709), SPA_FORMAT_VIDEO_colorPrimaries,
             SPA_POD_Id(SPA_VIDEO_COLOR_PRIMARIES_BT709), 0);
     return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));

@@ -273,8 +273,8 @@ pw_buffer* CameraNode::freeBuffer()
     if (!mIsStreaming || !mFormat || !mConnection)
         return nullptr;
     auto* const stream = mConnection->stream;
-    // While the graph is held up one picture waits in the stream and no more: each would delay all later ones. (Flushing
-    // the stream is no way to have the newest instead, since that also pauses it.)
+    // While the graph is held up one picture waits in the stream and no more: each would delay all later ones.
+    // (Flushing the stream is no way to have the newest instead, since that also pauses it.)
     pw_time time {};
     if (pw_stream_get_time_n(stream, &time, sizeof time) >= 0 && time.queued_buffers > 0) {
         pw_stream_trigger_process(stream);

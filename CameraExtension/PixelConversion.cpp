@@ -1,10 +1,9 @@
 #include "CameraExtension/PixelConversion.h"
 
-#include "CameraExtension/PixelRows.h"
-
 #include <algorithm>
-#include <cstring>
 
+#include <libyuv/convert_argb.h>
+#include <libyuv/convert_from_argb.h>
 #include <libyuv/scale_argb.h>
 
 PictureLayout layoutOf(CameraPixelFormat format, std::size_t width, std::size_t height)
@@ -25,7 +24,6 @@ PictureLayout layoutOf(CameraPixelFormat format, std::size_t width, std::size_t 
 PixelConversion::PixelConversion(std::size_t width, std::size_t height)
     : mWidth(width)
     , mHeight(height)
-    , mChromaRows(width)
 {
 }
 
@@ -56,43 +54,27 @@ void PixelConversion::convert(const BGRAPicture& picture, CameraPixelFormat form
     const auto source = fitted(picture);
     if (destination.size() < layoutOf(format, mWidth, mHeight).bytes)
         return;
-    const auto row
-        = [&](std::size_t y) { return reinterpret_cast<const std::uint8_t*>(source.pixels + y * source.bytesPerRow); };
+    const auto* const pixels = reinterpret_cast<const std::uint8_t*>(source.pixels);
+    const auto sourceStride = static_cast<int>(source.bytesPerRow);
+    const auto width = static_cast<int>(mWidth);
+    const auto height = static_cast<int>(mHeight);
     auto* const out = reinterpret_cast<std::uint8_t*>(destination.data());
     auto* const chroma = out + mWidth * mHeight;
-    const auto half = mWidth / 2;
-    auto* const rowU = mChromaRows.data();
-    auto* const rowV = rowU + half;
 
     switch (format) {
     case CameraPixelFormat::I420:
-        for (std::size_t y = 0; y < mHeight; y += 2) {
-            PixelRows::luma(row(y), out + y * mWidth, mWidth);
-            PixelRows::luma(row(y + 1), out + (y + 1) * mWidth, mWidth);
-            PixelRows::chroma(
-                row(y), row(y + 1), chroma + y / 2 * half, chroma + half * (mHeight / 2) + y / 2 * half, half);
-        }
+        libyuv::ARGBToI420(pixels, sourceStride, out, width, chroma, width / 2, chroma + mWidth * mHeight / 4,
+            width / 2, width, height);
         break;
     case CameraPixelFormat::NV12:
-        for (std::size_t y = 0; y < mHeight; y += 2) {
-            PixelRows::luma(row(y), out + y * mWidth, mWidth);
-            PixelRows::luma(row(y + 1), out + (y + 1) * mWidth, mWidth);
-            PixelRows::chroma(row(y), row(y + 1), rowU, rowV, half);
-            PixelRows::interleave(rowU, rowV, chroma + y / 2 * mWidth, half);
-        }
+        libyuv::ARGBToNV12(pixels, sourceStride, out, width, chroma, width, width, height);
         break;
     case CameraPixelFormat::YUY2:
-        mLumaRow.resize(mWidth);
-        for (std::size_t y = 0; y < mHeight; ++y) {
-            PixelRows::luma(row(y), mLumaRow.data(), mWidth);
-            PixelRows::chroma(row(y), row(y), rowU, rowV, half);
-            PixelRows::interleave(rowU, rowV, mLumaRow.data(), out + y * mWidth * 2, half);
-        }
+        libyuv::ARGBToYUY2(pixels, sourceStride, out, width * 2, width, height);
         break;
     case CameraPixelFormat::BGRA:
     case CameraPixelFormat::BGRx:
-        for (std::size_t y = 0; y < mHeight; ++y)
-            std::memcpy(out + y * mWidth * 4, row(y), mWidth * 4);
+        libyuv::ARGBCopy(pixels, sourceStride, out, width * 4, width, height);
         break;
     }
 }

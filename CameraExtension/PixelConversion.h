@@ -28,8 +28,8 @@ PictureLayout layoutOf(CameraPixelFormat format, std::size_t width, std::size_t 
 
 /// Brings pictures into the camera's size and format. Keeps the memory that scaling needs between pictures.
 ///
-/// Luma and chroma are those of ITU-R BT.709 in the range 16 to 235 (240 for chroma); chroma is the mean of the pixels
-/// that share it.
+/// Luma and chroma are those of ITU-R BT.601 in the range 16 to 235 (240 for chroma), whatever the size: browsers read
+/// a camera's frames so and look at no tag. Chroma is the mean of the pixels that share it.
 class PixelConversion {
 public:
     /// \param width, height  the camera's picture, even
@@ -47,6 +47,4 @@ private:
     std::vector<std::byte> mScaled;
     std::size_t mScaledFromWidth = 0;
     std::size_t mScaledFromHeight = 0;
-    std::vector<std::uint8_t> mChromaRows;
-    std::vector<std::uint8_t> mLumaRow;
 };

@@ -42,7 +42,7 @@ std::vector<std::uint8_t> converted(const std::vector<std::byte>& bytes, CameraP
     return numbers;
 }
 
-/// The recommendation's own words: luma from weights 0.2126, 0.7152 and 0.0722, in the video range.
+/// The recommendation's own words: luma from weights 0.299, 0.587 and 0.114, in the video range.
 struct YUV {
     double y, u, v;
 };
@@ -51,8 +51,8 @@ YUV recommended(Pixel pixel)
     const double red = pixel.red / 255.0;
     const double green = pixel.green / 255.0;
     const double blue = pixel.blue / 255.0;
-    const double luma = 0.2126 * red + 0.7152 * green + 0.0722 * blue;
-    return { 16 + 219 * luma, 128 + 224 * (blue - luma) / 1.8556, 128 + 224 * (red - luma) / 1.5748 };
+    const double luma = 0.299 * red + 0.587 * green + 0.114 * blue;
+    return { 16 + 219 * luma, 128 + 224 * (blue - luma) / 1.772, 128 + 224 * (red - luma) / 1.402 };
 }
 
 TEST(PixelConversion, RowsArePackedInEveryFormat)
@@ -117,7 +117,7 @@ TEST(PixelConversion, AnotherReaderGetsThePictureBack)
     const auto planar = converted(bytes, CameraPixelFormat::I420);
     std::vector<std::uint8_t> back(width * height * 4);
     const auto* const u = planar.data() + width * height;
-    libyuv::H420ToARGB(
+    libyuv::I420ToARGB(
         planar.data(), width, u, width / 2, u + width * height / 4, width / 2, back.data(), width * 4, width, height);
     double difference = 0;
     for (std::size_t index = 0; index < back.size(); ++index)

@@ -343,7 +343,7 @@ class Watcher:
         """The RGB bytes of the newest frame, scaled to `size`."""
         done = subprocess.run(["ffmpeg", "-v", "error", "-f", "rawvideo", "-pix_fmt", "yuv420p", "-video_size",
                                "x".join(map(str, FRAME_SIZE)), "-i", "-", "-vf",
-                               f"scale={size[0]}:{size[1]}:flags=area:in_color_matrix=bt709", "-pix_fmt", "rgb24",
+                               f"scale={size[0]}:{size[1]}:flags=area:in_color_matrix=bt601", "-pix_fmt", "rgb24",
                                "-f", "rawvideo", "-"], input=self.last, capture_output=True)
         if done.returncode != 0:
             raise Failed(f"a frame of {self.name} is no picture: {done.stderr.decode().strip()}")
