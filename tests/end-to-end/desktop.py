@@ -7,6 +7,7 @@ names, as a screen reader finds them, and pressed with the X server's own pointe
 
 import ctypes
 import json
+import operator
 import os
 import pathlib
 import signal
@@ -195,6 +196,9 @@ class Window:
     def move(self, x, y):
         output_of("xdotool", "windowmove", "--sync", str(self.number), str(x), str(y))
 
+    def resize(self, width, height):
+        output_of("xdotool", "windowsize", "--sync", str(self.number), str(width), str(height))
+
     def press(self, keys):
         """Presses a key combination in this window, such as "ctrl+s"."""
         output_of("xdotool", "windowfocus", "--sync", str(self.number), "key", "--clearmodifiers", keys)
@@ -275,7 +279,7 @@ def difference(first, second):
     """Mean absolute difference of two pictures' bytes, 0 to 255."""
     if len(first) != len(second) or not first:
         raise Failed("the pictures have different sizes")
-    return sum(map(abs, map(int.__sub__, first, second))) / len(first)
+    return sum(map(abs, map(operator.sub, first, second))) / len(first)
 
 
 # -- the virtual camera ----------------------------------------------------------------------------------------------
@@ -338,6 +342,7 @@ class Watcher:
             self.process.kill()
             self.process.wait()
         self._thread.join(10)
+        self._file.close()
 
     def picture(self, size):
         """The RGB bytes of the newest frame, scaled to `size`."""

@@ -50,7 +50,10 @@ class EndToEnd(unittest.TestCase):
                    if problem[0] is self):
                 print("\n".join(["-- the program's last words:", *words[-25:]]), file=sys.stderr)
         for pid in processes_named("tovrin-camera-extension"):
-            os.kill(pid, signal.SIGTERM)
+            try:
+                os.kill(pid, signal.SIGTERM)
+            except ProcessLookupError:
+                pass  # it went with the one that watches over it
         wait_for("the end of the extension", lambda: not processes_named("tovrin-camera-extension"), 10)
 
     # -- what a user does --
@@ -136,9 +139,7 @@ class EndToEnd(unittest.TestCase):
     def test_watchers_get_every_frame_and_only_they_start_publication(self):
         self.start()
         node = self.install_camera()
-        extension = processes_named("tovrin-camera-extension")
-        self.assertEqual(len(extension), 1)
-        self.assertNothingPublished(extension[0])
+        self.assertNothingPublished()
 
         first = self.watch(node)
         self.wait_for_live_frames(first)
@@ -155,12 +156,14 @@ class EndToEnd(unittest.TestCase):
             watcher.stop()
         self.watchers.clear()
         pass_time(POLL_SECONDS + 1, [self.application.check])
-        self.assertNothingPublished(extension[0])
+        self.assertNothingPublished()
 
-    def assertNothingPublished(self, extension):
-        before = wakeups(extension)
+    def assertNothingPublished(self):
+        extension = processes_named("tovrin-camera-extension")
+        self.assertTrue(extension, "the extension does not run")
+        before = sum(map(wakeups, extension))
         pass_time(2, [self.application.check])
-        self.assertLess(wakeups(extension) - before, 20, "the extension gets frames that nobody watches")
+        self.assertLess(sum(map(wakeups, extension)) - before, 20, "the extension gets frames that nobody watches")
 
     def test_a_recording_holds_what_was_filmed(self):
         self.start()
@@ -186,24 +189,30 @@ class EndToEnd(unittest.TestCase):
         pictures.mkdir(exist_ok=True)
         for taken in ("Tovrin-001.png", "Tovrin-003.png"):
             (pictures / taken).write_text("taken")
-        moving = self.wait("a picture in the window", lambda: (look := self.look()) and max(look) > 60 and look, 15)
+        self.show_every_pixel()
+        moving = self.look(FRAME_SIZE)
         self.film(2)
         freeze_camera()
         try:
-            self.wait("the frozen picture", lambda: difference(self.look(), self.look()) < 0.5, 10)
+            self.wait("the frozen picture", lambda: self.look(FRAME_SIZE) == self.look(FRAME_SIZE), 10)
             self.main.press("ctrl+s")
-            self.wait("the snapshot", lambda: (pictures / "Tovrin-002.png").exists(), 10)
-            size = self.wait("the whole snapshot", lambda: self.picture_size(pictures / "Tovrin-002.png"), 10)
-            seen = self.look(size=(640, 360))
+            size = self.wait("the snapshot", lambda: self.picture_size(pictures / "Tovrin-002.png"), 10)
+            seen = self.look(FRAME_SIZE)
         finally:
             freeze_camera()
         self.assertEqual(size, FRAME_SIZE)
-        snapshot = pixels(pictures / "Tovrin-002.png", (640, 360))
-        self.assertLess(difference(snapshot, seen), 4)
-        small = pixels(pictures / "Tovrin-002.png", (320, 180))
-        self.assertGreater(difference(small, moving), 0.5, "the comparison does not see another picture")
+        snapshot = pixels(pictures / "Tovrin-002.png", FRAME_SIZE)
+        self.assertLess(difference(snapshot, seen), 0.1)
+        self.assertGreater(difference(snapshot, moving), 1, "the comparison does not see another picture")
         self.main.press("ctrl+s")
         self.wait("the next free name", lambda: (pictures / "Tovrin-004.png").exists(), 10)
+
+    def show_every_pixel(self):
+        """Makes the window so large that the picture is shown in its own size."""
+        _, _, width, height = self.main.geometry()
+        _, _, shown_width, shown_height = self.picture.control.extents()
+        self.main.resize(width - shown_width + FRAME_SIZE[0], height - shown_height + FRAME_SIZE[1])
+        self.wait("the picture in its own size", lambda: self.picture.area()[2:] == FRAME_SIZE, 10)
 
     def picture_size(self, path):
         try:
@@ -240,7 +249,7 @@ class EndToEnd(unittest.TestCase):
         self.assertIsNotNone(movie, "the movie is not finished")
         self.assertAlmostEqual(movie.duration, time.monotonic() - began, delta=1.5)
         self.assertEqual(processes_named("tovrin"), [])
-        self.assertEqual(len(processes_named("tovrin-camera-extension")), 1, "the installed extension is gone")
+        self.assertTrue(processes_named("tovrin-camera-extension"), "the installed extension is gone")
 
     def test_quitting_by_the_menu_finishes_the_recording(self):
         self.quit_while_recording(lambda: self.main.press("ctrl+q"))
