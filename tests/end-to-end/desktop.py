@@ -402,6 +402,15 @@ def freeze_camera():
 # -- movies ----------------------------------------------------------------------------------------------------------
 
 
+def finished_movie(path):
+    """The movie once its file is an ordinary one, no longer one that grows in fragments; else None."""
+    try:
+        movie = Movie(path)
+        return movie if b"moof" not in movie.boxes() else None
+    except Failed:
+        return None
+
+
 class Movie:
     def __init__(self, path):
         self.path = pathlib.Path(path)
