@@ -157,3 +157,30 @@ TEST_F(HostCapture, AMicrophoneDeliversContiguousSoundOnTheHostClock)
     session->stopRunning();
     session->waitUntilSettled();
 }
+
+TEST_F(HostCapture, TheVirtualCameraIsNoCameraAndASlowOnePassesAtItsRate)
+{
+    // The second camera begins when the node of the virtual one is there, so the list has seen both.
+    const Process extension(CAMERA_EXTENSION);
+    const Process slow(
+        "sh -c 'until pw-cli ls Node | grep -q CMIOExtension; do sleep 0.1; done; "
+        "ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=15 -f yuv4mpegpipe -pix_fmt yuv420p - | " CAMERA_FEED
+        " --name \"Slow Camera\"'");
+    ASSERT_TRUE(DispatchMain::runUntil([] { return !nameAt(AVMediaTypeVideo, 1).empty(); }, 20));
+    EXPECT_EQ(nameAt(AVMediaTypeVideo, 0), "Session Camera");
+    EXPECT_EQ(nameAt(AVMediaTypeVideo, 1), "Slow Camera");
+    EXPECT_EQ(nameAt(AVMediaTypeVideo, 2), "");
+
+    auto* const camera
+        = kindOf<AVCaptureDevice>(AVCaptureDevice::devicesWithMediaType(AVMediaTypeVideo)->objectAtIndex(1));
+    session->addInput(AVCaptureDeviceInput::initWithDevice_error(camera, nullptr).get());
+    videoOutput->setSampleBufferDelegate_queue(video, queue);
+    session->addOutput(videoOutput);
+    session->startRunning();
+    ASSERT_TRUE(video->waitFor(40));
+    const auto notes = video->notes();
+    EXPECT_EQ(CMSampleBufferGetImageBuffer(notes[0].sample)->width(), 320U);
+    EXPECT_NEAR(39 / (notes[39].time - notes[0].time), 15, 1);
+    session->stopRunning();
+    session->waitUntilSettled();
+}
