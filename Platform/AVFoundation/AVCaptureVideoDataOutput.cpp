@@ -12,9 +12,11 @@ NS_IMPLEMENTATION(AVCaptureVideoDataOutput, AVCaptureOutput)
 namespace {
 
 constexpr std::int32_t timescale = 1'000'000'000;
-/// Pictures that are posted and not yet finished: the one in the callback and one behind it.
-constexpr int mostWhenDiscarding = 2;
-constexpr int mostOtherwise = 9;
+/// Pictures that may wait for the delegate: while its callback runs, while the machine has not come to it yet, and
+/// where late ones are not to be thrown away.
+constexpr int mostWhileBusy = 1;
+constexpr int mostWhileIdle = 4;
+constexpr int mostWhenKeeping = 8;
 
 std::int32_t dimension(CFDictionary* settings, CFString* key)
 {
@@ -54,7 +56,9 @@ CMVideoDimensions AVCaptureVideoDataOutput::requestedDimensions() const
 bool AVCaptureVideoDataOutput::admitFrame()
 {
     mReceived.fetch_add(1, std::memory_order_relaxed);
-    const int most = alwaysDiscardsLateVideoFrames() ? mostWhenDiscarding : mostOtherwise;
+    int most = mostWhenKeeping;
+    if (alwaysDiscardsLateVideoFrames())
+        most = mBusy.load(std::memory_order_relaxed) ? mostWhileBusy : mostWhileIdle;
     if (mWaiting.fetch_add(1, std::memory_order_relaxed) < most)
         return true;
     mWaiting.fetch_sub(1, std::memory_order_relaxed);
@@ -82,8 +86,10 @@ void AVCaptureVideoDataOutput::deliver(Ref<CVPixelBuffer> pixelBuffer, std::int6
         const auto self = weakSelf.strongReference();
         if (!self)
             return;
+        self->mBusy.store(true, std::memory_order_relaxed);
+        self->mWaiting.fetch_sub(1, std::memory_order_relaxed);
         self->mReceiver.deliver(self, sample, connection);
-        self->abandonFrame();
+        self->mBusy.store(false, std::memory_order_relaxed);
     });
 }
 

@@ -11,7 +11,8 @@
 /// the settings the picture comes in the camera's own size.
 ///
 /// While the delegate's callback runs, one further picture waits for it; those that come meanwhile are late and thrown
-/// away. Sample times are on the host clock.
+/// away. While it does not run, because the machine has not come to it yet, up to four wait. Sample times are on the
+/// host clock.
 class AVCaptureVideoDataOutput : public AVCaptureOutput {
     NS_OBJECT(AVCaptureVideoDataOutput)
 public:
@@ -53,7 +54,8 @@ private:
     Ref<CFDictionary> mSettings;
     Ref<CMFormatDescription> mFormat;
     std::atomic<bool> mDiscardsLate { true };
-    std::atomic<int> mWaiting { 0 };
+    std::atomic<int> mWaiting { 0 }; ///< admitted pictures that have not reached the delegate
+    std::atomic<bool> mBusy { false }; ///< the delegate's callback runs
     std::atomic<std::uint64_t> mReceived { 0 };
     std::atomic<std::uint64_t> mLate { 0 };
 };

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::int32_t frameRate = 30;
-constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
+constexpr std::int64_t interval = 1'000'000'000 / frameRate; ///< nanoseconds
 constexpr CMVideoDimensions ownDimensions { 1280, 720 };
 /// Pictures that may be in use at a time before new ones are lost.
 constexpr std::size_t mostPictures = 24;
@@ -29,12 +29,6 @@ SurfaceContents& contentsOf(IOSurface& surface)
     const auto contents = make<SurfaceContents>();
     surface.values()->set(shownKey, contents);
     return *contents;
-}
-
-/// The frame whose time has come, \p elapsed nanoseconds after the first; a little early counts as in time.
-std::uint32_t frameNumberAt(std::int64_t elapsed)
-{
-    return static_cast<std::uint32_t>((elapsed * frameRate + nanosecondsInSecond / 4) / nanosecondsInSecond);
 }
 
 std::int64_t zoneOffset()
@@ -75,7 +69,8 @@ Ref<NSError> TestPictureSource::start()
         return NSError::errorWithMessage(
             AVFoundationErrorDomain, AVErrorUnknown, "The test picture's timer cannot be made.");
     mStart = HostClock::nanoseconds();
-    dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart), nanosecondsInSecond / frameRate, 0);
+    mLastNumber = -1;
+    dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart), interval, 0);
     dispatch_source_set_event_handler(mTimer, [this] { frameIsDue(); });
     dispatch_resume(mTimer);
     return nullptr;
@@ -93,9 +88,14 @@ void TestPictureSource::stop()
 
 void TestPictureSource::frameIsDue()
 {
+    const std::int64_t now = HostClock::nanoseconds();
+    const std::int64_t number = (now - mStart) / interval;
+    // A tick that came so late that it drew the next one's frame already.
+    if (number <= mLastNumber)
+        return;
+    mLastNumber = number;
     if (!mSink.admitPicture())
         return;
-    const std::int64_t now = HostClock::nanoseconds();
     Ref<CVPixelBuffer> picture;
     if (mPool->createPixelBuffer(mostPictures, &picture) != kCVReturnSuccess) {
         mSink.pictureFailed();
@@ -104,6 +104,6 @@ void TestPictureSource::frameIsDue()
     auto* const surface = picture->surface();
     const auto today = std::chrono::system_clock::now().time_since_epoch() / std::chrono::seconds(1) + mZoneOffset;
     mPicture->draw({ surface->baseAddress(), surface->bytesPerRow() * surface->height() }, surface->bytesPerRow(),
-        frameNumberAt(now - mStart), static_cast<int>(today % 86400), contentsOf(*surface).shown);
-    mSink.pictureCame(std::move(picture), now, nanosecondsInSecond / frameRate);
+        static_cast<std::uint32_t>(number), static_cast<int>(today % 86400), contentsOf(*surface).shown);
+    mSink.pictureCame(std::move(picture), now, interval);
 }

@@ -28,5 +28,6 @@ private:
     std::unique_ptr<TestPicture> mPicture;
     Ref<CVPixelBufferPool> mPool;
     std::int64_t mStart = 0;
+    std::int64_t mLastNumber = -1;
     std::int64_t mZoneOffset = 0; ///< seconds from universal time to the user's
 };

@@ -98,7 +98,7 @@ TEST_F(HostCapture, PicturesComeInTheForcedSizeAtTheCamerasRateWithNoneLost)
     const auto* const picture = CMSampleBufferGetImageBuffer(notes[0].sample);
     EXPECT_EQ(picture->width(), 1280U);
     EXPECT_EQ(picture->height(), 720U);
-    EXPECT_NEAR(119 / (notes[119].time - notes[0].time), 30, 1);
+    EXPECT_NEAR(119 / (notes[119].time - notes[0].time), 30, 3);
     EXPECT_EQ(videoOutput->lateFrameCount(), 0U);
     EXPECT_NEAR(notes.back().time, static_cast<double>(HostClock::nanoseconds()) / 1e9, 0.5);
     session->stopRunning();
