@@ -17,8 +17,8 @@ extern "C" {
 
 namespace {
 
-/// Frames that wait for use again; more than can be on the way at a time would be waste.
-constexpr std::size_t keptFrames = 24;
+/// Frames that wait for use again. Steady running needs one or two; what a stall needed more is given back.
+constexpr std::size_t keptFrames = 4;
 
 /// What the library says on this thread while an object of this kind lives; its error numbers alone say too little.
 class LibraryMessages {
