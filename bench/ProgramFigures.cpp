@@ -2,6 +2,7 @@
 #include "Figures.h"
 #include "MovieNumbers.h"
 #include "NumberReader.h"
+#include "ScreenWatcher.h"
 
 #include <algorithm>
 #include <csignal>
@@ -17,6 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr FigureName viewCPU { "view-cpu", "ms/frame", "program: filter and view" };
+constexpr FigureName viewDropped { "view-dropped", "frames", "program: camera pictures that the window did not show" };
 constexpr FigureName recordCPU { "record-cpu", "ms/frame", "program: the same with recording" };
 constexpr FigureName recordDropped { "record-dropped", "frames", "program: camera pictures that the movie lacks" };
 constexpr FigureName cameraCPU { "camera-cpu", "ms/frame", "program and extension: the same with a consumer too" };
@@ -35,8 +37,8 @@ constexpr FigureName viewRatio { "view-ratio", "", "view-cpu / plain-view-cpu" }
 constexpr FigureName recordRatio { "record-ratio", "", "record-cpu / plain-record-cpu" };
 constexpr FigureName cameraRatio { "camera-ratio", "", "camera-cpu / plain-camera-cpu" };
 
-const std::vector<FigureName> programOnly { viewCPU, recordCPU, recordDropped, cameraCPU, cameraDropped, cameraRate,
-    cameraLatency, cameraLatency95, programMemory };
+const std::vector<FigureName> programOnly { viewCPU, viewDropped, recordCPU, recordDropped, cameraCPU, cameraDropped,
+    cameraRate, cameraLatency, cameraLatency95, programMemory };
 const std::vector<FigureName> plainOnly { plainViewCPU, plainRecordCPU, plainCameraCPU, plainCameraDropped };
 const std::vector<FigureName> ratios { viewRatio, recordRatio, cameraRatio };
 
@@ -181,8 +183,13 @@ StageCosts measureProgram(const BenchRequest& request)
     StageCosts costs;
 
     std::this_thread::sleep_for(warmUp);
-    costs.view = millisecondsPerFrame(programs, feed, duration);
-    printFigure(request, viewCPU, costs.view);
+    {
+        ScreenWatcher screen;
+        screen.takeNumbers();
+        costs.view = millisecondsPerFrame(programs, feed, duration);
+        printFigure(request, viewCPU, costs.view);
+        printFigure(request, viewDropped, missing(screen.takeNumbers()));
+    }
 
     window.press("ctrl+r");
     require(waitUntil([] { return recordedMovie().has_value(); }, 15s), "the program began no movie");
