@@ -199,8 +199,8 @@ void CGContext::drawImage(const CGRect& rect, const CGImage& image)
     const auto toUser = CGAffineTransformInvert(transform);
     for (auto y = bounds.top; y < bounds.bottom; ++y)
         for (auto x = bounds.left; x < bounds.right; ++x) {
-            const auto point = CGPointApplyAffineTransform(
-                { static_cast<CGFloat>(x) + 0.5, static_cast<CGFloat>(y) + 0.5 }, toUser);
+            const auto point
+                = CGPointApplyAffineTransform({ static_cast<CGFloat>(x) + 0.5, static_cast<CGFloat>(y) + 0.5 }, toUser);
             const auto u = (point.x - rect.origin.x) / rect.size.width;
             const auto v = 1 - (point.y - rect.origin.y) / rect.size.height;
             if (u >= 0 && u < 1 && v >= 0 && v < 1)
@@ -214,8 +214,8 @@ Ref<CGImage> CGContext::createImage() const
     const auto pixels = std::make_shared<std::vector<std::byte>>(bytesPerRow * mHeight);
     for (std::size_t y = 0; y < mHeight; ++y)
         std::memcpy(pixels->data() + y * bytesPerRow, mPixels + y * mBytesPerRow, bytesPerRow);
-    return make<CGImage>(mWidth, mHeight, bytesPerRow, mBitmapInfo,
-        std::shared_ptr<const std::byte>(pixels, pixels->data()));
+    return make<CGImage>(
+        mWidth, mHeight, bytesPerRow, mBitmapInfo, std::shared_ptr<const std::byte>(pixels, pixels->data()));
 }
 
 Ref<CGContext> CGBitmapContextCreate(void* data, std::size_t width, std::size_t height, std::size_t bitsPerComponent,

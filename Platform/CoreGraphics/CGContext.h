@@ -10,7 +10,8 @@
 /// the memory's first row is the top one. For one thread at a time.
 class CGContext final : public CFType {
 public:
-    CGContext(std::byte* pixels, std::size_t width, std::size_t height, std::size_t bytesPerRow, CGBitmapInfo bitmapInfo);
+    CGContext(
+        std::byte* pixels, std::size_t width, std::size_t height, std::size_t bytesPerRow, CGBitmapInfo bitmapInfo);
 
     void saveGState();
     void restoreGState();

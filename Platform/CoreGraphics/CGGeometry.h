@@ -90,7 +90,8 @@ inline constexpr CGAffineTransform CGAffineTransformMakeTranslation(CGFloat x, C
     return { 1, 0, 0, 1, x, y };
 }
 /// The transform that does \p first and then \p second.
-inline constexpr CGAffineTransform CGAffineTransformConcat(const CGAffineTransform& first, const CGAffineTransform& second)
+inline constexpr CGAffineTransform CGAffineTransformConcat(
+    const CGAffineTransform& first, const CGAffineTransform& second)
 {
     return { first.a * second.a + first.b * second.c, first.a * second.b + first.b * second.d,
         first.c * second.a + first.d * second.c, first.c * second.b + first.d * second.d,

@@ -18,7 +18,8 @@ inline constexpr CGBitmapInfo kCGBitmapInfoRGBA = kCGImageAlphaPremultipliedLast
 /// Bytes in the order blue, green, red, alpha: that of pixel buffers.
 inline constexpr CGBitmapInfo kCGBitmapInfoBGRA = kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Little;
 
-/// A still picture: four bytes a pixel, premultiplied alpha, sRGB, rows from the top. Unchanging; any thread may use it.
+/// A still picture: four bytes a pixel, premultiplied alpha, sRGB, rows from the top. Unchanging; any thread may use
+/// it.
 class CGImage final : public CFType {
 public:
     /// \param pixels  \p height rows at distances of \p bytesPerRow, kept alive by what the pointer shares
@@ -31,7 +32,8 @@ public:
     std::size_t bytesPerRow() const noexcept { return mBytesPerRow; }
     CGBitmapInfo bitmapInfo() const noexcept { return mBitmapInfo; }
     const std::byte* row(std::size_t y) const noexcept { return mPixels.get() + y * mBytesPerRow; }
-    /// The image at half the size, each pixel the mean of four; made once and kept. Null for an image of one row or column.
+    /// The image at half the size, each pixel the mean of four; made once and kept. Null for an image of one row or
+    /// column.
     const CGImage* halved() const;
 
     CFTypeID typeID() const noexcept override;

@@ -49,7 +49,8 @@ Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)
     const auto width = static_cast<std::size_t>(std::lround(extent.size.width));
     const auto height = static_cast<std::size_t>(std::lround(extent.size.height));
     Ref<CVPixelBuffer> result;
-    if (!source || CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &result)
+    if (!source
+        || CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &result)
             != kCVReturnSuccess)
         return nullptr;
     for (std::size_t y = 0; y < height; ++y)

@@ -32,7 +32,8 @@ CGRect CIImage::extent() const
 {
     CGRect source;
     if (mPixelBuffer)
-        source = CGRectMake(0, 0, static_cast<CGFloat>(mPixelBuffer->width()), static_cast<CGFloat>(mPixelBuffer->height()));
+        source = CGRectMake(
+            0, 0, static_cast<CGFloat>(mPixelBuffer->width()), static_cast<CGFloat>(mPixelBuffer->height()));
     else if (mImage)
         source = CGRectMake(0, 0, static_cast<CGFloat>(mImage->width()), static_cast<CGFloat>(mImage->height()));
     return CGRectApplyAffineTransform(source, mTransform);

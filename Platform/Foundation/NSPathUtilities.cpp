@@ -44,8 +44,8 @@ std::optional<std::string> quotedValue(const std::string& line, const std::strin
     return value;
 }
 
-/// What the file of user directories (`user-dirs.dirs`) says; nothing when it does not name the folder. The last line of
-/// a name counts, and only absolute paths and those that start at the home folder are valid.
+/// What the file of user directories (`user-dirs.dirs`) says; nothing when it does not name the folder. The last line
+/// of a name counts, and only absolute paths and those that start at the home folder are valid.
 std::optional<fs::path> configuredFolder(const std::string& name)
 {
     std::ifstream file(configurationFolder() / "user-dirs.dirs");

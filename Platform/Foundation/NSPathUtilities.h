@@ -10,10 +10,9 @@ enum NSSearchPathDomainMask : unsigned long {
     NSUserDomainMask = 1,
 };
 
-/// The user's folder of this kind, as freedesktop's user directories name it ("VIDEOS", "PICTURES"); made if the account
-/// has none.
-/// \param expandTilde  whether the home folder is written out; here it always is
-/// \return paths, the user's own first; empty for other folders and domains, and for an account without a home
+/// The user's folder of this kind, as freedesktop's user directories name it ("VIDEOS", "PICTURES"); made if the
+/// account has none. \param expandTilde  whether the home folder is written out; here it always is \return paths, the
+/// user's own first; empty for other folders and domains, and for an account without a home
 Ref<CFArray> NSSearchPathForDirectoriesInDomains(
     NSSearchPathDirectory directory, NSSearchPathDomainMask domains, bool expandTilde);
 

@@ -1,8 +1,8 @@
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelBufferView.h"
 
 #include "Platform/AppKit/NSCIImageRep.h"
-#include "Platform/QuartzCore/CATransaction.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/QuartzCore/CATransaction.h"
 #include "WithRequirements/NSIsRunningOnMainThread.h"
 #include "WithRequirements/Requirements.h"
 #include "WithRequirements/ZVOperatingSystemVersion.h"

@@ -7,9 +7,9 @@
 
 #include <atomic>
 
-/// Shows a picture as the contents of its layer, in the picture's shape on black bars. Takes a pixel buffer, a surface, a
-/// `CGImage` or a `CIImage` from any thread, and drops what comes while a picture is on its way to the main thread, so
-/// that a slow interface never holds up the camera. Made for one producer, off the main thread.
+/// Shows a picture as the contents of its layer, in the picture's shape on black bars. Takes a pixel buffer, a surface,
+/// a `CGImage` or a `CIImage` from any thread, and drops what comes while a picture is on its way to the main thread,
+/// so that a slow interface never holds up the camera. Made for one producer, off the main thread.
 class AVCapturePixelBufferView : public NSView {
     NS_OBJECT(AVCapturePixelBufferView)
 public:

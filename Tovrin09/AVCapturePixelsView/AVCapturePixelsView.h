@@ -7,9 +7,10 @@
 
 #include <atomic>
 
-/// Shows a picture as the contents of its layer, in the picture's shape on black bars. Takes a pixel buffer, a surface, a
-/// `CGImage` or a `CIImage` from any thread, and drops what comes while a picture is on its way to the main thread, so
-/// that a slow interface never holds up the camera. The older twin of `AVCapturePixelBufferView`, for interface files.
+/// Shows a picture as the contents of its layer, in the picture's shape on black bars. Takes a pixel buffer, a surface,
+/// a `CGImage` or a `CIImage` from any thread, and drops what comes while a picture is on its way to the main thread,
+/// so that a slow interface never holds up the camera. The older twin of `AVCapturePixelBufferView`, for interface
+/// files.
 class AVCapturePixelsView : public NSView {
     NS_OBJECT(AVCapturePixelsView)
 public:

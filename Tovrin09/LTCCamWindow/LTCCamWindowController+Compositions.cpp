@@ -33,8 +33,7 @@ void LTCCamWindowController::prepareLTCCompositionPickerView()
     if (!outletQCView.strongReference() || !view)
         return;
     auto* const picker = kindOf<LTCCompositionPickerViewProtocol>(view.get());
-    if (!CFRequired(picker,
-            "[self.outletQCPickerView conformsToProtocol:@protocol(LTCCompositionPickerViewProtocol)]"))
+    if (!CFRequired(picker, "[self.outletQCPickerView conformsToProtocol:@protocol(LTCCompositionPickerViewProtocol)]"))
         return;
     // The delegate comes first: the picker asks it which compositions to include.
     picker->setDelegate(this);
@@ -114,9 +113,8 @@ void LTCCamWindowController::setQCPickerViewPreviewInputImage(CVPixelBufferRef v
         return;
     if (!outletQCPickerView.strongReference())
         return;
-    dispatch_async(dispatch_get_main_queue(), [self = Ref(this), frame = Ref(videoImage)] {
-        self->setQCPickerViewPreviewInputImageOnMainThread(frame);
-    });
+    dispatch_async(dispatch_get_main_queue(),
+        [self = Ref(this), frame = Ref(videoImage)] { self->setQCPickerViewPreviewInputImageOnMainThread(frame); });
 }
 
 void LTCCamWindowController::setQCPickerViewPreviewInputImageOnMainThread(CVPixelBufferRef videoImage)

@@ -46,8 +46,7 @@ NS_IMPLEMENTATION(LTCCamWindowController, NSWindowController)
     type.message("ltcView:didRenderCompositionWithVideoCVPixelBuffer:",
         &Self::ltcView_didRenderCompositionWithVideoCVPixelBuffer);
     type.message("_didSelectComposition:", &Self::_didSelectComposition);
-    type.message(
-        "compositionPickerView:didSelectComposition:", &Self::compositionPickerView_didSelectComposition);
+    type.message("compositionPickerView:didSelectComposition:", &Self::compositionPickerView_didSelectComposition);
     type.message(
         "compositionPickerView:shouldIncludeComposition:", &Self::compositionPickerView_shouldIncludeComposition);
     type.message("compositionParameterView:shouldDisplayParameterWithKey:attributes:",
@@ -229,8 +228,7 @@ void LTCCamWindowController::setCameraPreviewFlippedY(bool flipped)
 Ref<CFString> LTCCamWindowController::currentOSVersion() const
 {
     const auto version = ZVOperatingSystemVersion_GetCurrentStruct();
-    const auto text
-        = CFFormat("%d.%02d.%02d", { version.majorVersion, version.minorVersion, version.patchVersion });
+    const auto text = CFFormat("%d.%02d.%02d", { version.majorVersion, version.minorVersion, version.patchVersion });
     return CFStringCreateWithFormat(CFSTR("defaultCameraPreviewFlippedY:%@ %@"),
         CFBoolean::of(LTCView::classDefaultIsPreviewFlipped()), CFString::create(text));
 }
@@ -246,8 +244,8 @@ Ref<CMSampleBuffer> LTCCamWindowController::recording_processSampleBuffer(
         return sampleBuffer;
 
     Ref<CMSampleBuffer> result(sampleBuffer);
-    const auto processedVideoDesc = copyVideoFormatDescriptionFromCaptureSampleBuffer_forProcessedPixelBuffer(
-        sampleBuffer, processedPixelBuffer);
+    const auto processedVideoDesc
+        = copyVideoFormatDescriptionFromCaptureSampleBuffer_forProcessedPixelBuffer(sampleBuffer, processedPixelBuffer);
     if (CFRequiredTypeOf(processedVideoDesc, CMFormatDescriptionGetTypeID())) {
         // Stamped with the moment of processing: the frame comes from an earlier moment of capture anyway.
         CMSampleTimingInfo timing;

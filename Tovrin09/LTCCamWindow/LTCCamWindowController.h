@@ -136,5 +136,6 @@ private:
     AVCaptureAtomicReference<NSURL> _recentPhotoSnapshotURL;
 };
 
-/// Sets the preset and the picture size of every capture session. Runs when the program is loaded, after the log exists.
+/// Sets the preset and the picture size of every capture session. Runs when the program is loaded, after the log
+/// exists.
 void LTCCamWindowController_CaptureDefaultsConstructor();

@@ -5,7 +5,8 @@
 
 class LTCCamWindowController;
 
-/// Who takes the processed frames and shows the output window. Both operations are required, and asked for all the same.
+/// Who takes the processed frames and shows the output window. Both operations are required, and asked for all the
+/// same.
 class LTCCamWindowControllerDelegate {
 public:
     /// On the video queue, for every frame; the buffer is valid for the call.

@@ -59,16 +59,16 @@ bool QCViewWithImageFilterOutput::setInputVideoFormatDescriptionWithCVPixelBuffe
         if (description)
             setInputVideoFormatDescription(description);
     }
-    return CFRequiredTypeOf(inputVideoFormatDescriptionRetainedCopy(), CMFormatDescriptionGetTypeID(),
-        "self.inputVideoFormatDescription");
+    return CFRequiredTypeOf(
+        inputVideoFormatDescriptionRetainedCopy(), CMFormatDescriptionGetTypeID(), "self.inputVideoFormatDescription");
 }
 
 bool QCViewWithImageFilterOutput::setOutputVideoFormatDescriptionWithCVPixelBuffer(CFType* outputPixelBuffer)
 {
     if (CFRequiredTypeOf(outputPixelBuffer, CVPixelBufferGetTypeID())) {
         auto* const buffer = kindOf<CVPixelBuffer>(outputPixelBuffer);
-        if (const auto present = outputVideoFormatDescriptionRetainedCopy();
-            present && !CFRequired(CMVideoFormatDescriptionMatchesImageBuffer(present, buffer),
+        if (const auto present = outputVideoFormatDescriptionRetainedCopy(); present
+            && !CFRequired(CMVideoFormatDescriptionMatchesImageBuffer(present, buffer),
                 "CMVideoFormatDescriptionMatchesImageBuffer(self.outputVideoFormatDescription,outputPixelBuffer)"))
             setOutputVideoFormatDescription(nullptr);
         if (!outputVideoFormatDescription()) {

@@ -5,8 +5,8 @@
 
 class LTCCamWindowController;
 
-/// Brings the two windows up and down in their order, and passes each processed frame from the main window to the view of
-/// what goes to the virtual camera. Reaches everything through outlets; a step that finds none is skipped.
+/// Brings the two windows up and down in their order, and passes each processed frame from the main window to the view
+/// of what goes to the virtual camera. Reaches everything through outlets; a step that finds none is skipped.
 class AppDelegateObjC : public NSObject, public NSApplicationDelegate, public LTCCamWindowControllerDelegate {
     NS_OBJECT(AppDelegateObjC)
 public:

@@ -43,7 +43,8 @@ NS_IMPLEMENTATION(ZVCMIOPixelBufferRenderer, NSObject)
 ZVCMIOPixelBufferRenderer::ZVCMIOPixelBufferRenderer(CMVideoDimensions dimensions, double /*frameRate*/)
 {
     _mainBundleIconImageRef = copyMainBundleIconImageRef();
-    CFRequiredTypeOfIn("initWithDimensions_frameRate", _mainBundleIconImageRef, CGImageGetTypeID(), "self.mainBundleIconImageRef");
+    CFRequiredTypeOfIn(
+        "initWithDimensions_frameRate", _mainBundleIconImageRef, CGImageGetTypeID(), "self.mainBundleIconImageRef");
     _startStreamPresentationTime = CMTimeGetSeconds(CMClockGetTime(CMClockGetHostTimeClock()));
     _rendererDimensions = dimensions;
     pixelBufferAttributes = CFDictionary::create({
@@ -64,7 +65,8 @@ ZVCMIOPixelBufferRenderer::ZVCMIOPixelBufferRenderer(CMVideoDimensions dimension
             "initWithDimensions_frameRate", _videoDescription, CMFormatDescriptionGetTypeID(), "self.videoDescription"))
         return;
     recreatePixelBufferPool();
-    if (!CFRequiredTypeOfIn("initWithDimensions_frameRate", _bufferPool, CVPixelBufferPoolGetTypeID(), "self.bufferPool"))
+    if (!CFRequiredTypeOfIn(
+            "initWithDimensions_frameRate", _bufferPool, CVPixelBufferPoolGetTypeID(), "self.bufferPool"))
         return;
     bufferAuxAttributes
         = CFDictionary::create({ { kCVPixelBufferPoolAllocationThresholdKey, CFNumber::create(5).get() } });
@@ -102,9 +104,9 @@ Ref<CVPixelBuffer> ZVCMIOPixelBufferRenderer::copyFreshNewPixelBufferWithAllocat
             "CVPixelBufferPoolCreatePixelBufferWithAuxAttributes(kCFAllocatorDefault, self.bufferPool, "
             "ARC_BRIDGE(CFDictionaryRef)self.bufferAuxAttributes, &newPixelBuffer )");
     } else {
-        const auto status = CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(_rendererDimensions.width),
-            static_cast<std::size_t>(_rendererDimensions.height), _rendererPixelFormat, pixelBufferAttributes,
-            &newPixelBuffer);
+        const auto status = CVPixelBufferCreate(kCFAllocatorDefault,
+            static_cast<std::size_t>(_rendererDimensions.width), static_cast<std::size_t>(_rendererDimensions.height),
+            _rendererPixelFormat, pixelBufferAttributes, &newPixelBuffer);
         CoreVideoRequired(status,
             "CVPixelBufferCreate(kCFAllocatorDefault, _rendererDimensions.width, _rendererDimensions.height, "
             "_rendererPixelFormat, ARC_BRIDGE(CFDictionaryRef)self.pixelBufferAttributes, &newPixelBuffer)");
@@ -233,7 +235,8 @@ Ref<CGImage> ZVCMIOPixelBufferRenderer::copyMainBundleIconImageRef()
 Ref<CGImage> ZVCMIOPixelBufferRenderer::copyCGImageFromNSImage(NSImage* image)
 {
     CGRect proposed { {}, image ? image->size() : CGSize {} };
-    CGImageRef const imageRef = image ? image->CGImageForProposedRect_context_hints(&proposed, nullptr, nullptr) : nullptr;
+    CGImageRef const imageRef
+        = image ? image->CGImageForProposedRect_context_hints(&proposed, nullptr, nullptr) : nullptr;
     if (!CFRequiredTypeOf(imageRef, CGImageGetTypeID()))
         return nullptr;
     return imageRef;

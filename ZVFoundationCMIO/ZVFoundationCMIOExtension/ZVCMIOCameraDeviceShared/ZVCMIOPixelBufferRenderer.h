@@ -46,7 +46,8 @@ public:
     Ref<CGImage> copyMainBundleIconImageRef();
 
     static Ref<CFDictionary> _pixelBufferSurfaceAnnotationValues();
-    static void _setPixelBufferSurfaceAnnotationValues_surfaceValues(CVPixelBufferRef buffer, CFDictionary* surfaceValues);
+    static void _setPixelBufferSurfaceAnnotationValues_surfaceValues(
+        CVPixelBufferRef buffer, CFDictionary* surfaceValues);
     /// Called for every new buffer. Empty here; a class for an extension registers its own.
     static void setPixelBufferSurfaceValues(CVPixelBufferRef buffer);
     static void dumpPixelBufferSurfaceValues(CVPixelBufferRef buffer);

@@ -193,8 +193,8 @@ TEST(CGGeometry, ConcatenationDoesTheFirstTransformFirst)
 
 TEST(CGGeometry, AFlippedRectangleKeepsAPositiveSize)
 {
-    EXPECT_EQ(CGRectApplyAffineTransform(CGRectMake(1, 2, 3, 4), CGAffineTransformMakeScale(1, -1)),
-        CGRectMake(1, -6, 3, 4));
+    EXPECT_EQ(
+        CGRectApplyAffineTransform(CGRectMake(1, 2, 3, 4), CGAffineTransformMakeScale(1, -1)), CGRectMake(1, -6, 3, 4));
 }
 
 TEST(CGImage, ImageOfABufferSharesItsMemory)

@@ -64,9 +64,12 @@ TEST_F(NSPathUtilitiesTest, LinesThatMeanNothingAreLeftOut)
 
 TEST_F(NSPathUtilitiesTest, OtherFoldersAndDomainsGiveNothing)
 {
-    EXPECT_EQ(NSSearchPathForDirectoriesInDomains(static_cast<NSSearchPathDirectory>(5), NSUserDomainMask, true)->count(), 0u);
-    EXPECT_EQ(NSSearchPathForDirectoriesInDomains(
-                  NSPicturesDirectory, static_cast<NSSearchPathDomainMask>(2), true)->count(), 0u);
+    EXPECT_EQ(
+        NSSearchPathForDirectoriesInDomains(static_cast<NSSearchPathDirectory>(5), NSUserDomainMask, true)->count(),
+        0u);
+    EXPECT_EQ(
+        NSSearchPathForDirectoriesInDomains(NSPicturesDirectory, static_cast<NSSearchPathDomainMask>(2), true)->count(),
+        0u);
 }
 
 TEST_F(NSPathUtilitiesTest, ADanglingLinkExists)

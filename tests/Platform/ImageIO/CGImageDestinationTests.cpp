@@ -41,8 +41,8 @@ Ref<CGImage> imageOf(std::vector<int> bytes, std::size_t width, CGBitmapInfo inf
     const auto pixels = std::make_shared<std::vector<std::byte>>();
     for (const int byte : bytes)
         pixels->push_back(static_cast<std::byte>(byte));
-    return make<CGImage>(width, bytes.size() / 4 / width, width * 4, info,
-        std::shared_ptr<const std::byte>(pixels, pixels->data()));
+    return make<CGImage>(
+        width, bytes.size() / 4 / width, width * 4, info, std::shared_ptr<const std::byte>(pixels, pixels->data()));
 }
 
 std::vector<int> bytesOf(const CGImage& image)
@@ -72,7 +72,8 @@ TEST_F(CGImageDestinationTest, AWrittenImageReadsBackAsItWas)
 TEST_F(CGImageDestinationTest, RedIsRedInBothOrdersOfBytes)
 {
     for (const auto info : { kCGBitmapInfoRGBA, kCGBitmapInfoBGRA }) {
-        const std::vector<int> red = info == kCGBitmapInfoRGBA ? std::vector { 255, 0, 0, 255 } : std::vector { 0, 0, 255, 255 };
+        const std::vector<int> red
+            = info == kCGBitmapInfoRGBA ? std::vector { 255, 0, 0, 255 } : std::vector { 0, 0, 255, 255 };
         const auto destination = CGImageDestinationCreateWithURL(url("r.png").get(), kUTTypePNG, 1, nullptr);
         CGImageDestinationAddImage(destination, imageOf(red, 1, info).get(), nullptr);
         ASSERT_TRUE(CGImageDestinationFinalize(destination));

@@ -2,8 +2,8 @@
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelsView.h"
 
 #include "Platform/dispatch/dispatch.h"
-#include "WithRequirements/ZVOperatingSystemVersion.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
+#include "WithRequirements/ZVOperatingSystemVersion.h"
 
 #include <gtest/gtest.h>
 

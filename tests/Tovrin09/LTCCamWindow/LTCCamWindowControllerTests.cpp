@@ -2,8 +2,8 @@
 
 #include "CoreLattice/LTCCompositionRepository.h"
 #include "Platform/CoreFoundation/FailPoint.h"
-#include "Platform/ImageIO/CGImageSource.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/ImageIO/CGImageSource.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
 
 #include <gmock/gmock.h>
@@ -223,7 +223,8 @@ TEST_F(LTCCamWindowControllerTest, BothFormatModelsFollowTheFrames)
         Ref<CVPixelBuffer> buffer;
         CVPixelBufferCreate(kCFAllocatorDefault, 32, 32, kCVPixelFormatType_32BGRA, nullptr, &buffer);
         return buffer;
-    }().get());
+    }()
+                                                               .get());
     controller->recording_processSampleBuffer(nullptr, sampleOf(frame().get()).get());
     EXPECT_EQ(captureFormat->videoFormat()->dimensions(), (CMVideoDimensions { 64, 36 }));
     EXPECT_EQ(processedFormat->videoFormat()->dimensions(), (CMVideoDimensions { 32, 32 }));

@@ -13,8 +13,7 @@ using testing::HasSubstr;
 Ref<CVPixelBuffer> frame(std::size_t width = 8, std::size_t height = 4)
 {
     Ref<CVPixelBuffer> buffer;
-    EXPECT_EQ(
-        CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &buffer), 0);
+    EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &buffer), 0);
     return buffer;
 }
 

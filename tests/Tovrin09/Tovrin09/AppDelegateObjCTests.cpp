@@ -1,8 +1,8 @@
 #include "Tovrin09/Tovrin09/AppDelegateObjC.h"
 
+#include "tests/WithRequirements/StandardErrorCapture.h"
 #include "Tovrin09/LTCCamWindow/LTCCamWindowController.h"
 #include "Tovrin09/Tovrin09/CMIOExtensionController.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCameraSessionController.h"
 
 #include <gmock/gmock.h>

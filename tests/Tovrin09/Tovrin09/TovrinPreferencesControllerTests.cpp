@@ -47,8 +47,7 @@ TEST_F(TovrinPreferencesControllerTest, WhatIsSetIsTheUsersDefault)
     AppDelegateObjC::initialize();
     TovrinPreferencesController::sharedInstance()->setShowDiagnostics(kCFBooleanTrue);
     EXPECT_TRUE(NSUserDefaults::standardUserDefaults()->boolForKey("showDiagnostics"));
-    EXPECT_TRUE(
-        kindOf<CFNumber>(TovrinPreferencesController::sharedInstance()->showDiagnostics())->boolValue());
+    EXPECT_TRUE(kindOf<CFNumber>(TovrinPreferencesController::sharedInstance()->showDiagnostics())->boolValue());
 }
 
 TEST_F(TovrinPreferencesControllerTest, ThereIsOneObject)

@@ -290,8 +290,8 @@ TEST_F(ZVCMIOPixelBufferRendererTest, APoolThatCannotBeMadeIsReportedAsFalse)
     const FailPoint::Scope failing("CVPixelBufferPoolCreate");
     StandardErrorCapture capture;
     EXPECT_FALSE(source->recreatePixelBufferPool());
-    EXPECT_THAT(capture.text(),
-        HasSubstr("SRC>>CVPixelBufferPoolCreate(kCFAllocatorDefault, NULL, attributes, &_bufferPool)"));
+    EXPECT_THAT(
+        capture.text(), HasSubstr("SRC>>CVPixelBufferPoolCreate(kCFAllocatorDefault, NULL, attributes, &_bufferPool)"));
 }
 
 TEST_F(ZVCMIOPixelBufferRendererTest, AnExtensionsClassAnnotatesEverySurface)
