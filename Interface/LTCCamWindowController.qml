@@ -114,7 +114,7 @@ InterfaceFile {
             anchors.left: parent.left
             anchors.right: sidePanel.left
             anchors.bottom: controlBar.top
-            height: 124
+            height: 132
             color: Theme.window
 
             InterfaceView {
