@@ -8,6 +8,11 @@
 class CIImage : public NSObject {
     NS_OBJECT(CIImage)
 public:
+    /// The empty picture.
+    CIImage()
+        : CIImage(nullptr, nullptr, {})
+    {
+    }
     CIImage(Ref<CVPixelBuffer> pixelBuffer, Ref<CGImage> image, const CGAffineTransform& transform);
 
     /// \return null for null
