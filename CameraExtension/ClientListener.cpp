@@ -1,5 +1,6 @@
 #include "CameraExtension/ClientListener.h"
 
+#include "Platform/CoreMediaIO/PeerProcess.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -26,31 +26,17 @@ std::string failure(std::string_view action, const std::string& path)
     return std::string(action) + " " + path + ": " + std::strerror(errno);
 }
 
-/// Waits until the connection ends, which is when the process at its other end does.
-bool waitForEnd(Socket& socket, std::chrono::milliseconds limit)
-{
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (socket.receive()) {
-        while (socket.next()) { }
-        const auto left
-            = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        pollfd waiting { socket.descriptor(), POLLIN, 0 };
-        if (left.count() <= 0 || ::poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
-            return false;
-    }
-    return true;
-}
-
 /// Asks whoever listens at \p path to quit, and makes one that hangs.
 void replaceProcess(const std::string& path)
 {
-    auto socket = Socket::connectTo(path);
+    const auto socket = Socket::connectTo(path);
     if (!socket.isValid())
         return;
-    if (socket.send(encode(Hello {})) && socket.send(encode(Quit {})) && waitForEnd(socket, handOverLimit))
+    const PeerProcess process(socket);
+    if (socket.send(encode(Hello {})) && socket.send(encode(Quit {})) && process.waitForEnd(handOverLimit))
         return;
-    socket.killPeer();
-    waitForEnd(socket, handOverLimit);
+    process.kill();
+    process.waitForEnd(handOverLimit);
 }
 
 }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -174,17 +173,6 @@ bool Socket::isPeerThisUser() const
     ucred peer {};
     socklen_t length = sizeof peer;
     return ::getsockopt(mDescriptor.get(), SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == ::getuid();
-}
-
-void Socket::killPeer() const
-{
-    ucred peer {};
-    socklen_t length = sizeof peer;
-    if (::getsockopt(mDescriptor.get(), SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0 || peer.pid <= 1)
-        return;
-    const pid_t group = ::getpgid(peer.pid);
-    const bool isOwnSession = group > 1 && group != ::getpgrp() && ::getsid(peer.pid) == group;
-    ::kill(isOwnSession ? -group : peer.pid, SIGKILL);
 }
 
 }

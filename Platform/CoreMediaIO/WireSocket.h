@@ -52,9 +52,6 @@ public:
 
     /// Whether the process at the other end belongs to this user.
     bool isPeerThisUser() const;
-    /// Kills the process at the other end; where it leads, or was started in, a session of its own, its whole group, so
-    /// that no supervisor starts it again.
-    void killPeer() const;
 
 private:
     bool acceptHeader() const;

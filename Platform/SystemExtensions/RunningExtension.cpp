@@ -1,5 +1,7 @@
 #include "Platform/SystemExtensions/RunningExtension.h"
 
+#include "Platform/CoreMediaIO/PeerProcess.h"
+
 #include <array>
 
 #include <poll.h>
@@ -78,23 +80,13 @@ std::optional<RunningExtension> RunningExtension::find(std::chrono::milliseconds
     }
 }
 
-bool RunningExtension::waitForEnd(std::chrono::milliseconds limit)
-{
-    const Deadline deadline(limit);
-    while (waitFor(mSocket.descriptor(), deadline)) {
-        if (!mSocket.receive())
-            return true;
-        while (mSocket.next()) { }
-    }
-    return false;
-}
-
 bool RunningExtension::end(std::chrono::milliseconds limit)
 {
-    if (mSocket.send(encode(Quit {})) && waitForEnd(limit))
+    const PeerProcess process(mSocket);
+    if (mSocket.send(encode(Quit {})) && process.waitForEnd(limit))
         return true;
-    mSocket.killPeer();
-    return waitForEnd(limit);
+    process.kill();
+    return process.waitForEnd(limit);
 }
 
 void RunningExtension::removeFiles()

@@ -28,7 +28,6 @@ private:
     {
     }
     static std::optional<RunningExtension> greet(std::chrono::milliseconds limit);
-    bool waitForEnd(std::chrono::milliseconds limit);
 
     CameraWire::Socket mSocket;
     CameraWire::Welcome mWelcome;

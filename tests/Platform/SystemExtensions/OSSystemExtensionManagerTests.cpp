@@ -139,6 +139,7 @@ TEST_F(OSSystemExtensionManagerTests, ARunningExtensionIsReplacedEvenByTheSameVe
 {
     activate();
     const auto earlier = runningProcess();
+    ASSERT_GT(earlier, 1);
     EXPECT_THAT(activate(), ElementsAre("replacing org.tovrin.tovrin.09.CMIOExtension 0.9.0 with 0.9.0", "finished 0"));
     EXPECT_NE(runningProcess(), earlier);
     EXPECT_NE(runningProcess(), 0);
@@ -149,6 +150,7 @@ TEST_F(OSSystemExtensionManagerTests, ARunningExtensionIsKeptWhenTheDelegateSays
 {
     activate();
     const auto earlier = runningProcess();
+    ASSERT_GT(earlier, 1);
     delegate->answer = OSSystemExtensionReplacementActionCancel;
     EXPECT_THAT(activate(),
         ElementsAre("replacing org.tovrin.tovrin.09.CMIOExtension 0.9.0 with 0.9.0",
@@ -160,6 +162,7 @@ TEST_F(OSSystemExtensionManagerTests, ACrashedExtensionComesBack)
 {
     activate();
     const auto earlier = runningProcess();
+    ASSERT_GT(earlier, 1);
     ASSERT_EQ(::kill(earlier, SIGKILL), 0);
     EXPECT_TRUE(eventually([&] {
         const auto now = runningProcess();
@@ -171,6 +174,7 @@ TEST_F(OSSystemExtensionManagerTests, ADeactivatedExtensionLeavesNothing)
 {
     activate();
     const auto process = runningProcess();
+    ASSERT_GT(process, 1);
     EXPECT_THAT(deactivate(), ElementsAre("finished 0"));
     EXPECT_FALSE(RunningExtension::find());
     EXPECT_TRUE(eventually([&] { return ::kill(process, 0) == -1; }));
@@ -184,6 +188,7 @@ TEST_F(OSSystemExtensionManagerTests, AnExtensionThatHangsIsEndedAllTheSame)
     auto running = RunningExtension::find();
     ASSERT_TRUE(running);
     const auto process = runningProcess();
+    ASSERT_GT(process, 1);
     ASSERT_EQ(::kill(process, SIGSTOP), 0);
     EXPECT_TRUE(running->end(std::chrono::milliseconds(200)));
     EXPECT_TRUE(eventually([&] { return ::kill(process, 0) == -1; }));
