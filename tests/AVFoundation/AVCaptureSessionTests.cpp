@@ -92,7 +92,7 @@ TEST_F(AVCaptureSessionTest, TheTestPictureArrivesInTheSizeOfTheSettingsOnTheDel
     EXPECT_EQ(picture->pixelFormat(), kCVPixelFormatType_32BGRA);
     EXPECT_NE(picture->surface(), nullptr);
     EXPECT_EQ(video->lastQueueLabel(), "video queue");
-    EXPECT_EQ(video->lastConnection(), videoOutput->connectionWithMediaType(AVMediaTypeVideo));
+    EXPECT_EQ(video->lastConnection().get(), videoOutput->connectionWithMediaType(AVMediaTypeVideo));
 }
 
 TEST_F(AVCaptureSessionTest, FramesCarryRisingNumbersAndHostClockStampsThirtyASecond)
@@ -203,7 +203,7 @@ TEST_F(AVCaptureSessionTest, ConnectionsExistOnlyBetweenAnInputAndAnOutputOfOneK
     EXPECT_EQ(videoOutput->connectionWithMediaType(AVMediaTypeVideo), nullptr);
     EXPECT_FALSE(first->isActive());
     session->addInput(firstInput(AVMediaTypeVideo).get());
-    EXPECT_NE(videoOutput->connectionWithMediaType(AVMediaTypeVideo), first);
+    EXPECT_NE(videoOutput->connectionWithMediaType(AVMediaTypeVideo), first.get());
 }
 
 TEST_F(AVCaptureSessionTest, AChangeOfTheCameraInsideABracketGoesOnWithTheNewConnection)

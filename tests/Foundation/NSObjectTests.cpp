@@ -177,7 +177,7 @@ TEST(NSObject, ConnectsOutletsWeaklyAndKnowsTheirClass)
     {
         const auto other = make<NSObjectTestsChild>();
         outlet->connect(*person, other);
-        EXPECT_EQ(outlet->get(*person), other.get());
+        EXPECT_EQ(outlet->get(*person).get(), other.get());
     }
     EXPECT_FALSE(outlet->get(*person));
     const auto* const delegate = NSObjectTestsChild::classObject()->outlet("delegate");

@@ -85,6 +85,6 @@ TEST_F(UserDefaults, AreReachedByKeyPathThroughTheirController)
     auto* const controller = NSUserDefaultsController::sharedUserDefaultsController();
     NSUserDefaults::standardUserDefaults()->synchronize();
     controller->setValue_forKeyPath(kCFBooleanTrue, "values.showDiagnostics");
-    EXPECT_EQ(controller->valueForKeyPath("values.showDiagnostics"), kCFBooleanTrue);
+    EXPECT_EQ(controller->valueForKeyPath("values.showDiagnostics").get(), kCFBooleanTrue);
     EXPECT_TRUE(NSUserDefaults::standardUserDefaults()->boolForKey("showDiagnostics"));
 }

@@ -29,7 +29,7 @@ TEST(AVCaptureWeakOptional, PoolKeepsWhatWasHandedOut)
         const AutoreleasePool pool;
         auto* const kept = reference.retainedAndAutoreleasedOrNil();
         object = nullptr;
-        EXPECT_EQ(reference.strongReferenceOrNil(), kept);
+        EXPECT_EQ(reference.strongReferenceOrNil().get(), kept);
     }
     EXPECT_FALSE(reference.strongReferenceOrNil());
 }
