@@ -135,8 +135,9 @@ TEST_F(LayerItemTest, ItsLayerMayOutliveItAndChangeWhileItGoes)
     show(layer, { 64, 32 });
     std::atomic<bool> stop = false;
     std::thread producer([&] {
-        while (!stop)
+        do
             layer->setContents(makeTwoHalves(8, 4).get());
+        while (!stop);
     });
     colorAt(0, 0);
     TearDown();
