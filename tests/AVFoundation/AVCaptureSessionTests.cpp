@@ -222,7 +222,7 @@ TEST_F(AVCaptureSessionTest, AChangeOfTheCameraInsideABracketGoesOnWithTheNewCon
     video->clear();
     ASSERT_TRUE(video->waitFor(2));
     EXPECT_NE(video->lastConnection(), old);
-    EXPECT_EQ(video->lastConnection(), videoOutput->connectionWithMediaType(AVMediaTypeVideo));
+    EXPECT_EQ(video->lastConnection().get(), videoOutput->connectionWithMediaType(AVMediaTypeVideo));
 }
 
 TEST_F(AVCaptureSessionTest, ADelegateThatHasGoneGetsNothing)
