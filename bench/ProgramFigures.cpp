@@ -60,9 +60,26 @@ void require(bool condition, const std::string& what)
         throw std::runtime_error(what);
 }
 
-/// Processor time for each picture that the camera gave while the stage lasted.
-double millisecondsPerFrame(
-    const std::vector<ChildProcess*>& programs, const CameraFeed& feed, std::chrono::duration<double> duration)
+/// Numbers that are missing between the first and the last.
+template <class Numbers> double missing(const Numbers& numbers)
+{
+    require(numbers.size() > 1, "no numbered pictures arrived");
+    const std::set<std::uint32_t> different(numbers.begin(), numbers.end());
+    return static_cast<double>(*different.rbegin() - *different.begin() + 1) - static_cast<double>(different.size());
+}
+
+/// The numbers that have arrived where it is watched since the last call.
+using Arrivals = std::function<std::vector<std::uint32_t>()>;
+
+struct Stage {
+    double cost = 0; ///< processor milliseconds for each picture that arrived
+    double dropped = 0;
+};
+
+/// What one stage costs. Counted by the pictures that arrive at its end: one that is dropped on the way is no work
+/// saved.
+Stage measureStage(
+    const std::vector<ChildProcess*>& programs, std::chrono::duration<double> duration, const Arrivals& takeArrivals)
 {
     const auto processorSeconds = [&] {
         double seconds = 0;
@@ -70,23 +87,14 @@ double millisecondsPerFrame(
             seconds += program->processorSeconds();
         return seconds;
     };
+    takeArrivals();
     const double secondsBefore = processorSeconds();
-    const auto framesBefore = feed.frames();
     std::this_thread::sleep_for(duration);
     const double seconds = processorSeconds() - secondsBefore;
-    const auto frames = feed.frames() - framesBefore;
+    const auto arrivals = takeArrivals();
     for (auto* const program : programs)
         require(program->isRunning(), "a program under measurement has ended");
-    require(frames > 0, "the camera stood still");
-    return seconds * 1000 / frames;
-}
-
-/// Numbers that are missing between the first and the last.
-template <class Numbers> double missing(const Numbers& numbers)
-{
-    require(numbers.size() > 1, "no numbered pictures arrived");
-    const std::set<std::uint32_t> different(numbers.begin(), numbers.end());
-    return static_cast<double>(*different.rbegin() - *different.begin() + 1) - static_cast<double>(different.size());
+    return { seconds * 1000 / static_cast<double>(arrivals.size()), missing(arrivals) };
 }
 
 std::vector<std::uint32_t> numbersOf(const NumberReader::Watched& watched)
@@ -185,18 +193,17 @@ StageCosts measureProgram(const BenchRequest& request)
     std::this_thread::sleep_for(warmUp);
     {
         ScreenWatcher screen;
-        screen.takeNumbers();
-        costs.view = millisecondsPerFrame(programs, feed, duration);
-        printFigure(request, viewCPU, costs.view);
-        printFigure(request, viewDropped, missing(screen.takeNumbers()));
+        const auto view = measureStage(programs, duration, [&] { return screen.takeNumbers(); });
+        costs.view = view.cost;
+        printFigure(request, viewCPU, view.cost);
+        printFigure(request, viewDropped, view.dropped);
+
+        window.press("ctrl+r");
+        require(waitUntil([] { return recordedMovie().has_value(); }, 15s), "the program began no movie");
+        std::this_thread::sleep_for(warmUp);
+        costs.record = measureStage(programs, duration, [&] { return screen.takeNumbers(); }).cost;
+        printFigure(request, recordCPU, costs.record);
     }
-
-    window.press("ctrl+r");
-    require(waitUntil([] { return recordedMovie().has_value(); }, 15s), "the program began no movie");
-    std::this_thread::sleep_for(warmUp);
-    costs.record = millisecondsPerFrame(programs, feed, duration);
-    printFigure(request, recordCPU, costs.record);
-
     {
         waitForNode(virtualCamera);
         NumberReader consumer(virtualCamera);
@@ -204,13 +211,17 @@ StageCosts measureProgram(const BenchRequest& request)
         require(waitUntil([&] { return consumer.watched().pictures > 30; }, 30s), "the consumer got no pictures");
         std::this_thread::sleep_for(warmUp);
         camera.reset();
-        consumer.reset();
-        costs.camera = millisecondsPerFrame(programs, feed, duration);
-        const auto seen = consumer.watched();
-        printFigure(request, cameraCPU, costs.camera);
+        NumberReader::Watched seen;
+        const auto stage = measureStage(programs, duration, [&] {
+            seen = consumer.watched();
+            consumer.reset();
+            return numbersOf(seen);
+        });
+        costs.camera = stage.cost;
+        printFigure(request, cameraCPU, stage.cost);
         printFigure(request, programMemory, program.residentMebibytes() + extension.residentMebibytes());
         printFigure(request, cameraRate, static_cast<double>(seen.firstSeen.size()) / duration.count());
-        printFigure(request, cameraDropped, missing(numbersOf(seen)));
+        printFigure(request, cameraDropped, stage.dropped);
         measureLatency(request, camera.watched(), seen);
     }
 
@@ -245,13 +256,8 @@ std::string plainPipeline(bool withRecording, bool withConsumer)
     return text;
 }
 
-struct PlainCosts {
-    double processor = 0; ///< ms a frame
-    double dropped = 0; ///< frames, with a consumer
-};
-
 /// \throws std::runtime_error when the pipeline did not do its work
-PlainCosts tryPlain(const BenchRequest& request, bool withRecording, bool withConsumer)
+Stage tryPlain(const BenchRequest& request, bool withRecording, bool withConsumer)
 {
     CameraFeed feed(scratch("camera.log"));
     ChildProcess program(
@@ -267,17 +273,20 @@ PlainCosts tryPlain(const BenchRequest& request, bool withRecording, bool withCo
         require(consumer->watched().pictures > 30, "the plain pipeline's consumer got no pictures");
     }
     std::this_thread::sleep_for(warmUp);
-    if (consumer)
+    const std::chrono::duration<double> duration(request.seconds);
+    if (!consumer) {
+        ScreenWatcher screen;
+        return measureStage({ &program }, duration, [&] { return screen.takeNumbers(); });
+    }
+    return measureStage({ &program }, duration, [&] {
+        const auto numbers = numbersOf(consumer->watched());
         consumer->reset();
-    PlainCosts costs;
-    costs.processor = millisecondsPerFrame({ &program }, feed, std::chrono::duration<double>(request.seconds));
-    if (consumer)
-        costs.dropped = missing(numbersOf(consumer->watched()));
-    return costs;
+        return numbers;
+    });
 }
 
 /// PipeWire 0.3.65's sink for GStreamer dies on its first picture more often than not; a run in which it lives counts.
-PlainCosts measurePlain(const BenchRequest& request, bool withRecording, bool withConsumer)
+Stage measurePlain(const BenchRequest& request, bool withRecording, bool withConsumer)
 {
     for (int attemptsLeft = withConsumer ? 7 : 0;; --attemptsLeft) {
         try {
@@ -301,11 +310,11 @@ void measureAndCompare(const BenchRequest& request)
                   || (withConsumer && request.wants(plainCameraDropped.name));
               if (!isWanted)
                   return;
-              const auto plainCosts = measurePlain(request, withRecording, withConsumer);
-              printFigure(request, plain, plainCosts.processor);
+              const auto plainStage = measurePlain(request, withRecording, withConsumer);
+              printFigure(request, plain, plainStage.cost);
               if (withConsumer)
-                  printFigure(request, plainCameraDropped, plainCosts.dropped);
-              printFigure(request, ratio, cost / plainCosts.processor);
+                  printFigure(request, plainCameraDropped, plainStage.dropped);
+              printFigure(request, ratio, cost / plainStage.cost);
           };
     compare(plainViewCPU, viewRatio, false, false, costs.view);
     compare(plainRecordCPU, recordRatio, true, false, costs.record);
