@@ -31,6 +31,17 @@ GstElement* readingElement(GstDevice* device)
     return reader;
 }
 
+/// The library's words: its message and the last line of the details, which names what failed.
+std::string messageOf(const GError* error, const char* details)
+{
+    std::string result = error ? error->message : "The device has failed.";
+    const std::string_view text = details ? details : "";
+    const auto lastLine = text.substr(text.rfind('\n') + 1);
+    if (text.find('\n') != std::string_view::npos && !lastLine.empty())
+        result += " (" + std::string(lastLine) + ")";
+    return result;
+}
+
 bool hasProperty(GstElement* element, const char* name)
 {
     return g_object_class_find_property(G_OBJECT_GET_CLASS(element), name) != nullptr;
@@ -58,11 +69,21 @@ Ref<NSError> GStreamerSource::start()
         mPipeline = nullptr;
         return error;
     }
-    if (gst_element_set_state(mPipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
+    const auto setStarting = [this](bool starting) {
+        const std::lock_guard lock(mLock);
+        mIsStarting = starting;
+        return std::exchange(mStartError, nullptr);
+    };
+    setStarting(true);
+    const bool hasFailed = gst_element_set_state(mPipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE;
+    auto error = setStarting(false);
+    if (hasFailed) {
         stop();
         const GTextOwner name(gst_device_get_display_name(mDevice.get()));
-        return errorWith("\"" + std::string(name.get()) + "\" cannot be opened; another program may be using it.");
+        return error ? error : errorWith("\"" + std::string(name.get()) + "\" cannot be opened.");
     }
+    if (error)
+        mSink.sourceFailed(std::move(error));
     return nullptr;
 }
 
@@ -150,21 +171,36 @@ GstFlowReturn GStreamerSource::newSample(GstAppSink* sink, gpointer self)
 
 GstBusSyncReply GStreamerSource::message(GstBus* /*bus*/, GstMessage* message, gpointer self)
 {
-    static_cast<GStreamerSource*>(self)->failed(message);
+    static_cast<GStreamerSource*>(self)->messageCame(message);
     gst_message_unref(message);
     return GST_BUS_DROP;
 }
 
-void GStreamerSource::failed(GstMessage* message)
+void GStreamerSource::messageCame(GstMessage* message)
 {
     const AutoreleasePool pool;
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-        mSink.sourceFailed(NSError::errorWithMessage(
+        failed(NSError::errorWithMessage(
             AVFoundationErrorDomain, AVErrorDeviceWasDisconnected, "The device has ended its stream."));
     } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
         GError* failure = nullptr;
-        gst_message_parse_error(message, &failure, nullptr);
+        gchar* details = nullptr;
+        gst_message_parse_error(message, &failure, &details);
         const GErrorOwner error(failure);
-        mSink.sourceFailed(errorWith(error ? error->message : "The device has failed."));
+        const GTextOwner text(details);
+        failed(errorWith(messageOf(error.get(), text.get())));
     }
+}
+
+void GStreamerSource::failed(Ref<NSError> error)
+{
+    {
+        const std::lock_guard lock(mLock);
+        if (mIsStarting) {
+            if (!mStartError)
+                mStartError = std::move(error);
+            return;
+        }
+    }
+    mSink.sourceFailed(std::move(error));
 }

@@ -4,6 +4,7 @@
 #include "Platform/AVFoundation/GStreamerTypes.h"
 
 #include <gst/app/gstappsink.h>
+#include <mutex>
 
 /// A device of the host behind a GStreamer pipeline that ends in an application sink. The pipeline runs on the system's
 /// monotonic clock, whatever clock the device offers.
@@ -33,9 +34,13 @@ private:
     static GstFlowReturn newSample(GstAppSink* sink, gpointer self);
     static GstBusSyncReply message(GstBus* bus, GstMessage* message, gpointer self);
     Ref<NSError> build();
-    void failed(GstMessage* message);
+    void messageCame(GstMessage* message);
+    void failed(Ref<NSError> error);
 
     CaptureSink& mSink;
     const GstOwned<GstDevice> mDevice;
     GstOwned<GstElement> mPipeline;
+    std::mutex mLock;
+    bool mIsStarting = false;
+    Ref<NSError> mStartError; ///< what failed while the pipeline was started
 };
