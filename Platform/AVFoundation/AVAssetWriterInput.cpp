@@ -63,7 +63,8 @@ bool AVAssetWriterInput::appendSampleBuffer(CMSampleBufferRef sampleBuffer)
             NSError::errorWithMessage(NSOSStatusErrorDomain, *status, "A sample could not be appended"));
     if (!isReadyForMoreMediaData())
         throw NSException(NSInternalInconsistencyException, "A sample cannot be appended while the input is not ready");
-    return mMediaType.get() == AVMediaTypeVideo ? mSession->appendPicture(sampleBuffer) : mSession->appendSound(sampleBuffer);
+    return mMediaType.get() == AVMediaTypeVideo ? mSession->appendPicture(sampleBuffer)
+                                                : mSession->appendSound(sampleBuffer);
 }
 
 void AVAssetWriterInput::attach(std::shared_ptr<AVAssetWriterSession> session)
