@@ -12,7 +12,7 @@ std::string translated(const std::string& body)
 {
     CompositionError error;
     const auto document = ISFDocument::parse(
-        "/*{\"INPUTS\":[{\"NAME\":\"inputImage\",\"TYPE\":\"image\"}]}*/" + body, "", "t.fs", &error);
+        "/*{\"INPUTS\":[{\"NAME\":\"inputImage\",\"TYPE\":\"image\"}],\"PASSES\":[{},{},{},{}]}*/" + body, "", "t.fs", &error);
     EXPECT_NE(document, nullptr) << error.text();
     const auto shaders = translateShaders(*document, 3, &error);
     EXPECT_TRUE(shaders) << error.text();
