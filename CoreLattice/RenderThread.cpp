@@ -12,6 +12,12 @@
 
 namespace CoreLattice {
 
+namespace {
+
+constexpr int mostWorkBeforeIdle = 3;
+
+}
+
 RenderThread& RenderThread::shared()
 {
     // Never destroyed, since views outlive static objects; only its thread ends with the process.
@@ -132,7 +138,10 @@ void RenderThread::run()
             mWake.wait(lock, [this] { return mStopped || !mWork.empty() || !mIdleWork.empty(); });
             if (mStopped)
                 return;
-            auto& queue = mWork.empty() ? mIdleWork : mWork;
+            // On a machine so busy that there is always something to do, what can wait gets a turn now and then.
+            const bool idleTurn = !mIdleWork.empty() && (mWork.empty() || mWorkBeforeIdle >= mostWorkBeforeIdle);
+            mWorkBeforeIdle = idleTurn ? 0 : mWorkBeforeIdle + 1;
+            auto& queue = idleTurn ? mIdleWork : mWork;
             work = std::move(queue.front());
             queue.pop_front();
         }

@@ -24,7 +24,7 @@ public:
 
     bool isCurrent() const noexcept;
     void async(std::function<void()> work);
-    /// Done when nothing else waits.
+    /// Done when nothing else waits, or after a few pieces of work that came before it.
     void asyncWhenIdle(std::function<void()> work);
     /// Does \p work and waits for it; at once on the render thread. Never from within a lock that rendering takes.
     /// \return false when the thread has stopped and \p work was not done
@@ -44,6 +44,7 @@ private:
     std::condition_variable mWake;
     std::deque<std::function<void()>> mWork;
     std::deque<std::function<void()>> mIdleWork;
+    int mWorkBeforeIdle = 0;
     bool mStopped = false;
     bool mTriedContext = false;
     std::unique_ptr<GLContext> mContext;

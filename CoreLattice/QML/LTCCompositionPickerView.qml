@@ -51,13 +51,15 @@ FocusScope {
     ListView {
         id: list
 
+        // For the ring around the chosen tile.
+        readonly property int ringSpace: 6
+
         anchors.verticalCenter: parent.verticalCenter
         x: Math.max(0, (parent.width - width) / 2)
         width: Math.min(parent.width, contentWidth + leftMargin + rightMargin)
-        height: picker.tileHeight + (showsNames.value === true ? 22 : 0) + 10
+        height: picker.tileHeight + (showsNames.value === true ? 22 : 0) + 2 * ringSpace
         leftMargin: 14
         rightMargin: 14
-        topMargin: 5
         spacing: 14
         orientation: ListView.Horizontal
         boundsBehavior: Flickable.StopAtBounds
@@ -75,7 +77,7 @@ FocusScope {
             readonly property bool selected: selection.value === index
 
             width: picker.tileWidth
-            height: picker.tileHeight + 22
+            height: list.height
 
             Accessible.role: Accessible.ListItem
             Accessible.name: name.value ?? ""
@@ -89,48 +91,53 @@ FocusScope {
             KeyBinding { id: explanation; object: tile.modelData; keyPath: "explanation" }
             KeyBinding { id: thumbnail; object: tile.modelData; keyPath: "thumbnail" }
 
-            Rectangle {
-                width: picker.tileWidth
-                height: picker.tileHeight
-                color: Theme.control
-            }
-            LayerItem {
-                width: picker.tileWidth
-                height: picker.tileHeight
-                contents: thumbnail.value
-            }
-            // Lies over the picture's corners, which are square, and rounds them.
-            Rectangle {
-                x: -3
-                y: -3
-                width: picker.tileWidth + 6
-                height: picker.tileHeight + 6
-                radius: 9
-                color: "transparent"
-                border.width: 3
-                border.color: Theme.window
-            }
-            Rectangle {
-                x: -4
-                y: -4
-                width: picker.tileWidth + 8
-                height: picker.tileHeight + 8
-                radius: 10
-                visible: tile.selected || pointer.containsMouse
-                color: "transparent"
-                border.width: picker.activeFocus && tile.selected ? 3 : 2
-                border.color: tile.selected ? Theme.accent : Theme.disabledText
-            }
-            Text {
-                y: picker.tileHeight + 7
+            Item {
+                y: list.ringSpace
                 width: parent.width
-                visible: showsNames.value === true
-                horizontalAlignment: Text.AlignHCenter
-                text: name.value ?? ""
-                color: tile.selected ? Theme.text : Theme.secondaryText
-                font.pixelSize: Theme.textSize
-                font.weight: tile.selected ? Font.DemiBold : Font.Normal
-                elide: Text.ElideRight
+
+                Rectangle {
+                    width: picker.tileWidth
+                    height: picker.tileHeight
+                    color: Theme.control
+                }
+                LayerItem {
+                    width: picker.tileWidth
+                    height: picker.tileHeight
+                    contents: thumbnail.value
+                }
+                // Lies over the picture's corners, which are square, and rounds them.
+                Rectangle {
+                    x: -3
+                    y: -3
+                    width: picker.tileWidth + 6
+                    height: picker.tileHeight + 6
+                    radius: 9
+                    color: "transparent"
+                    border.width: 3
+                    border.color: Theme.window
+                }
+                Rectangle {
+                    x: -4
+                    y: -4
+                    width: picker.tileWidth + 8
+                    height: picker.tileHeight + 8
+                    radius: 10
+                    visible: tile.selected || pointer.containsMouse
+                    color: "transparent"
+                    border.width: picker.activeFocus && tile.selected ? 3 : 2
+                    border.color: tile.selected ? Theme.accent : Theme.disabledText
+                }
+                Text {
+                    y: picker.tileHeight + 7
+                    width: parent.width
+                    visible: showsNames.value === true
+                    horizontalAlignment: Text.AlignHCenter
+                    text: name.value ?? ""
+                    color: tile.selected ? Theme.text : Theme.secondaryText
+                    font.pixelSize: Theme.textSize
+                    font.weight: tile.selected ? Font.DemiBold : Font.Normal
+                    elide: Text.ElideRight
+                }
             }
             MouseArea {
                 id: pointer

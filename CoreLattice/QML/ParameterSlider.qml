@@ -8,6 +8,8 @@ T.Slider {
 
     property string label
     property double number
+    property double lastPress: 0
+    property bool pressedTwice: false
     signal chosen(double chosenNumber)
     signal resetWanted()
 
@@ -20,6 +22,17 @@ T.Slider {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
     onMoved: chosen(value)
+    // The slider keeps the presses for itself, so it must tell a double click by its own presses.
+    onPressedChanged: {
+        const now = Date.now();
+        if (pressed) {
+            pressedTwice = now - lastPress < Qt.styleHints.mouseDoubleClickInterval;
+            lastPress = now;
+        } else if (pressedTwice) {
+            pressedTwice = false;
+            resetWanted();
+        }
+    }
     Keys.onDeletePressed: resetWanted()
 
     Accessible.role: Accessible.Slider
@@ -81,8 +94,4 @@ T.Slider {
         }
     }
 
-    TapHandler {
-        acceptedButtons: Qt.LeftButton
-        onDoubleTapped: slider.resetWanted()
-    }
 }
