@@ -1,5 +1,7 @@
 #include "Platform/AppKit/Quick/ObjectElement.h"
 
+#include <QJSValue>
+
 #include <cmath>
 
 NSObject* objectOf(const QVariant& value)
@@ -37,6 +39,9 @@ Ref<CFType> valueOf(const QVariant& variant)
 {
     if (!variant.isValid() || variant.isNull())
         return nullptr;
+    // A list that was written in the file, or made there, comes as the engine's own kind of value.
+    if (variant.userType() == qMetaTypeId<QJSValue>())
+        return valueOf(variant.value<QJSValue>().toVariant());
     switch (variant.typeId()) {
     case QMetaType::Bool:
         return CFBoolean::of(variant.toBool());
