@@ -90,6 +90,11 @@ LayerItem::~LayerItem()
 void LayerItem::setContents(const QVariant& contents)
 {
     mContents = contents;
+    if (auto* const layer = kindOf<CALayer>(objectOf(contents))) {
+        setLayer(layer);
+        emit contentsChanged();
+        return;
+    }
     if (!mLayer) {
         const auto layer = make<CALayer>();
         layer->setContentsGravity(kCAGravityResizeAspectFill);
