@@ -13,6 +13,7 @@ LTCCompositionPickerTile::LTCCompositionPickerTile(QCComposition* composition)
     , mLayer(CALayer::layer())
 {
     mLayer->setContentsGravity(kCAGravityResizeAspectFill);
+    mLayer->setOpaque(true);
 }
 
 CFString* LTCCompositionPickerTile::explanation() const
@@ -27,6 +28,5 @@ CVPixelBuffer* LTCCompositionPickerTile::thumbnail() const
 
 void LTCCompositionPickerTile::setThumbnail(CVPixelBuffer* thumbnail)
 {
-    const NSKeyValueChange change(this, "thumbnail");
     mLayer->setContents(thumbnail);
 }

@@ -89,7 +89,7 @@ FocusScope {
 
             KeyBinding { id: name; object: tile.modelData; keyPath: "name" }
             KeyBinding { id: explanation; object: tile.modelData; keyPath: "explanation" }
-            KeyBinding { id: thumbnail; object: tile.modelData; keyPath: "thumbnail" }
+            KeyBinding { id: thumbnail; object: tile.modelData; keyPath: "layer" }
 
             Item {
                 y: list.ringSpace

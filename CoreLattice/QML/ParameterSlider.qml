@@ -9,7 +9,6 @@ T.Slider {
     property string label
     property double number
     property double lastPress: 0
-    property bool pressedTwice: false
     signal chosen(double chosenNumber)
     signal resetWanted()
 
@@ -24,16 +23,25 @@ T.Slider {
     onMoved: chosen(value)
     // The slider keeps the presses for itself, so it must tell a double click by its own presses.
     onPressedChanged: {
+        if (!pressed)
+            return;
         const now = Date.now();
-        if (pressed) {
-            pressedTwice = now - lastPress < Qt.styleHints.mouseDoubleClickInterval;
-            lastPress = now;
-        } else if (pressedTwice) {
-            pressedTwice = false;
-            resetWanted();
-        }
+        if (now - lastPress < 400)
+            resetSoon.start();
+        lastPress = now;
     }
     Keys.onDeletePressed: resetWanted()
+
+    Timer {
+        id: resetSoon
+
+        // After the second release, which still moves the handle; not when the second press became a drag.
+        interval: 250
+        onTriggered: {
+            if (!slider.pressed)
+                slider.resetWanted();
+        }
+    }
 
     Accessible.role: Accessible.Slider
     Accessible.name: label
