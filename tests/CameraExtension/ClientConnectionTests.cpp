@@ -260,7 +260,7 @@ TEST_F(ClientConnection, ANewerExtensionTakesThePlaceOfTheEarlier)
     ExtensionProcess newer;
     EXPECT_TRUE(hasEnded(socket));
     EXPECT_EQ(extension.waitForEnd(), 0);
-    EXPECT_EQ(::access(RuntimeFolder::shared().socketPath().c_str(), F_OK), 0);
+    EXPECT_TRUE(eventually([] { return Socket::connectTo(RuntimeFolder::shared().socketPath()).isValid(); }));
     extension = std::move(newer);
 }
 
