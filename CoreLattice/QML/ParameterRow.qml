@@ -9,7 +9,8 @@ Item {
 
     required property var parameter
     readonly property string kind: type.value ?? ""
-    readonly property var number: value.value
+    // The bindings have names that no control has for itself: inside a control its own names come first.
+    readonly property var number: valueBinding.value
 
     implicitHeight: controls.item ? controls.item.implicitHeight : 0
 
@@ -17,9 +18,9 @@ Item {
     KeyBinding { id: label; object: row.parameter; keyPath: "label" }
     KeyBinding { id: minimum; object: row.parameter; keyPath: "minimum" }
     KeyBinding { id: maximum; object: row.parameter; keyPath: "maximum" }
-    KeyBinding { id: value; object: row.parameter; keyPath: "value" }
+    KeyBinding { id: valueBinding; object: row.parameter; keyPath: "value" }
     KeyBinding { id: choices; object: row.parameter; keyPath: "labels" }
-    KeyBinding { id: choice; object: row.parameter; keyPath: "selectedLabel" }
+    KeyBinding { id: choiceBinding; object: row.parameter; keyPath: "selectedLabel" }
     ActionLink { id: reset; target: row.parameter; selector: "reset" }
 
     Loader {
@@ -42,7 +43,7 @@ Item {
             from: minimum.value ?? 0
             to: maximum.value ?? 1
             number: row.number ?? 0
-            onChosen: chosenNumber => value.value = chosenNumber
+            onChosen: chosenNumber => valueBinding.value = chosenNumber
             onResetWanted: reset.send()
         }
     }
@@ -52,7 +53,7 @@ Item {
         ParameterToggle {
             label: row.labelText
             isOn: row.number === true || row.number === 1
-            onChosen: on => value.value = on
+            onChosen: on => valueBinding.value = on
         }
     }
     Component {
@@ -71,7 +72,7 @@ Item {
                 label: row.labelText
                 choices: row.choiceTexts
                 choice: row.chosenText
-                selection: choice
+                selection: choiceBinding
             }
         }
     }
@@ -81,7 +82,7 @@ Item {
         ParameterColor {
             label: row.labelText
             components: row.number ?? [0, 0, 0, 1]
-            onChosen: chosenComponents => value.value = chosenComponents
+            onChosen: chosenComponents => valueBinding.value = chosenComponents
             onResetWanted: reset.send()
         }
     }
@@ -101,7 +102,7 @@ Item {
                 from: minimum.value ?? 0
                 to: maximum.value ?? 1
                 number: axes.place[0]
-                onChosen: chosenNumber => value.value = [chosenNumber, axes.place[1]]
+                onChosen: chosenNumber => valueBinding.value = [chosenNumber, axes.place[1]]
                 onResetWanted: reset.send()
             }
             ParameterSlider {
@@ -110,7 +111,7 @@ Item {
                 from: minimum.value ?? 0
                 to: maximum.value ?? 1
                 number: axes.place[1]
-                onChosen: chosenNumber => value.value = [axes.place[0], chosenNumber]
+                onChosen: chosenNumber => valueBinding.value = [axes.place[0], chosenNumber]
                 onResetWanted: reset.send()
             }
         }
@@ -120,11 +121,11 @@ Item {
 
         PushButton {
             text: row.labelText
-            onClicked: value.value = true
+            onClicked: valueBinding.value = true
         }
     }
 
     readonly property string labelText: label.value ?? ""
     readonly property var choiceTexts: choices.value
-    readonly property string chosenText: choice.value ?? ""
+    readonly property string chosenText: choiceBinding.value ?? ""
 }
