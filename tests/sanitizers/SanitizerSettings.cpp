@@ -1,7 +1,7 @@
 // What every program of a sanitizer build is told, compiled in so that it holds however the program is started.
 //
-// A suppression names a leak that is meant, or a report that belongs to a library which is not built with the sanitizer,
-// and has its reason beside it. Nothing of the tree's own may be suppressed for any other reason.
+// A suppression names a leak that is meant, or a report that belongs to a library which is not built with the
+// sanitizer, and has its reason beside it. Nothing of the tree's own may be suppressed for any other reason.
 
 extern "C" {
 

@@ -102,15 +102,19 @@ public:
     int run()
     {
         pw_loop* loop = pw_main_loop_get_loop(m_loop.get());
-        pw_loop_add_signal(loop, SIGTERM, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
-        pw_loop_add_signal(loop, SIGINT, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
-        pw_loop_add_signal(loop, SIGUSR1,
+        pw_loop_add_signal(
+            loop, SIGTERM, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
+        pw_loop_add_signal(
+            loop, SIGINT, [](void* self, int) { static_cast<Camera*>(self)->end(0); }, this);
+        pw_loop_add_signal(
+            loop, SIGUSR1,
             [](void* self, int) {
                 auto* camera = static_cast<Camera*>(self);
                 camera->m_isFrozen = !camera->m_isFrozen;
             },
             this);
-        m_timer = pw_loop_add_timer(loop, [](void* self, uint64_t) { static_cast<Camera*>(self)->tick(); }, this);
+        m_timer = pw_loop_add_timer(
+            loop, [](void* self, uint64_t) { static_cast<Camera*>(self)->tick(); }, this);
         if (!m_footage.readFrame(m_frame)) {
             std::fputs("camera-feed: no frame on standard input\n", stderr);
             return 1;
@@ -208,7 +212,8 @@ private:
         if (pw_stream_get_state(m_stream.get(), nullptr) != PW_STREAM_STATE_STREAMING)
             return;
         pw_stream_trigger_process(m_stream.get());
-        const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) * m_footage.rate.denom / m_footage.rate.num;
+        const auto period
+            = std::chrono::nanoseconds(std::chrono::seconds(1)) * m_footage.rate.denom / m_footage.rate.num;
         m_next += period;
         // After a stall the camera goes on at its rate, as a real one would, and does not hurry to catch up.
         if (const auto now = std::chrono::steady_clock::now(); m_next < now)
