@@ -12,18 +12,21 @@ constexpr std::size_t longestSource = 1 << 20;
 
 int lineAt(std::string_view text, std::size_t offset)
 {
-    return 1 + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size())), '\n'));
+    return 1
+        + static_cast<int>(
+            std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size())), '\n'));
 }
 
-/// Whether the shader reads a value that changes by itself. A mention in a comment counts too, at no more than the cost of
-/// some needless renders.
+/// Whether the shader reads a value that changes by itself. A mention in a comment counts too, at no more than the cost
+/// of some needless renders.
 bool mentionsTime(std::string_view source)
 {
     for (const std::string_view name : { "TIME", "TIMEDELTA", "DATE", "FRAMEINDEX" }) {
         const auto isNameCharacter = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
         for (auto at = source.find(name); at != std::string_view::npos; at = source.find(name, at + 1)) {
             const auto end = at + name.size();
-            if ((at == 0 || !isNameCharacter(source[at - 1])) && (end == source.size() || !isNameCharacter(source[end])))
+            if ((at == 0 || !isNameCharacter(source[at - 1]))
+                && (end == source.size() || !isNameCharacter(source[end])))
                 return true;
         }
     }

@@ -27,8 +27,8 @@ struct ISFInput {
     std::vector<std::string> labels; ///< of a menu, as many as values
     /// A picture that nobody sets from outside, such as a sound's; it is black.
     bool isSilent = false;
-    /// A key of our own, `"FILTER": "NEAREST"`: reading between pixels gives the nearest one instead of a mixture, which costs
-    /// the software driver less than half.
+    /// A key of our own, `"FILTER": "NEAREST"`: reading between pixels gives the nearest one instead of a mixture,
+    /// which costs the software driver less than half.
     bool nearest = false;
 };
 
@@ -38,8 +38,8 @@ struct ISFPass {
     bool persistent = false;
     bool floatingPoint = false;
     bool nearest = false; ///< as for an input
-    /// A key of our own, `"UNCHANGING": true`: the pass looks at nothing that comes with each picture, so it is rendered only
-    /// when its size or an input other than a picture has changed.
+    /// A key of our own, `"UNCHANGING": true`: the pass looks at nothing that comes with each picture, so it is
+    /// rendered only when its size or an input other than a picture has changed.
     bool unchanging = false;
     ISFExpression width;
     ISFExpression height;

@@ -113,7 +113,8 @@ private:
             return parseVariable();
         if (atEnd())
             return fail("the formula ends too early");
-        return isNameCharacter(mText[mAt]) && !(mText[mAt] >= '0' && mText[mAt] <= '9') ? parseFunction() : parseNumber();
+        return isNameCharacter(mText[mAt]) && !(mText[mAt] >= '0' && mText[mAt] <= '9') ? parseFunction()
+                                                                                        : parseNumber();
     }
     std::string takeName()
     {

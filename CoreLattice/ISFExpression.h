@@ -27,7 +27,23 @@ public:
 
 private:
     friend class ISFExpressionParser;
-    enum class Operation { Number, Variable, Add, Subtract, Multiply, Divide, Negate, Floor, Ceil, Round, Abs, Sqrt, Min, Max, Pow };
+    enum class Operation {
+        Number,
+        Variable,
+        Add,
+        Subtract,
+        Multiply,
+        Divide,
+        Negate,
+        Floor,
+        Ceil,
+        Round,
+        Abs,
+        Sqrt,
+        Min,
+        Max,
+        Pow
+    };
     struct Instruction {
         Operation operation;
         double number = 0;

@@ -23,8 +23,8 @@ constexpr std::size_t longestName = 64;
 constexpr std::size_t longestText = 4096;
 constexpr int deepestNesting = 32;
 
-/// Strangers' headers often end lists with a comma, which JSON does not allow; blanks it, keeping every offset. False when
-/// brackets are nested deeper than any header needs.
+/// Strangers' headers often end lists with a comma, which JSON does not allow; blanks it, keeping every offset. False
+/// when brackets are nested deeper than any header needs.
 bool blankTrailingCommas(std::string& text)
 {
     bool inText = false;
@@ -137,7 +137,8 @@ bool ISFHeaderReader::read(ISFDocument& document)
         root = json::parse(text, nullptr, true, true);
     } catch (const json::parse_error& problem) {
         const auto at = std::min<std::size_t>(problem.byte, text.size());
-        mLine = mFirstLine + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+        mLine = mFirstLine
+            + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
         return fail(problem.what());
     } catch (const json::exception& problem) {
         return fail(problem.what());
@@ -194,10 +195,10 @@ bool ISFHeaderReader::readInput(const Json& entry, ISFInput& input)
 
 bool ISFHeaderReader::readType(const Json& entry, ISFInput& input)
 {
-    static constexpr std::pair<std::string_view, ISFInputType> types[] = { { "float", ISFInputType::Number },
-        { "bool", ISFInputType::Boolean }, { "long", ISFInputType::Menu }, { "color", ISFInputType::Color },
-        { "point2D", ISFInputType::Point }, { "event", ISFInputType::Event }, { "image", ISFInputType::Image },
-        { "audio", ISFInputType::Image }, { "audioFFT", ISFInputType::Image } };
+    static constexpr std::pair<std::string_view, ISFInputType> types[]
+        = { { "float", ISFInputType::Number }, { "bool", ISFInputType::Boolean }, { "long", ISFInputType::Menu },
+              { "color", ISFInputType::Color }, { "point2D", ISFInputType::Point }, { "event", ISFInputType::Event },
+              { "image", ISFInputType::Image }, { "audio", ISFInputType::Image }, { "audioFFT", ISFInputType::Image } };
     const auto text = textAt(entry.value, "TYPE");
     for (const auto& [name, type] : types) {
         if (name != text)
@@ -232,7 +233,8 @@ bool ISFHeaderReader::readMenu(const Json& entry, ISFInput& input)
         const auto value = numberOf((*values)[i]);
         if (!value)
             return fail("input " + input.name + " has a value that is no number");
-        const bool named = labels != entry.value.end() && labels->is_array() && i < labels->size() && (*labels)[i].is_string();
+        const bool named
+            = labels != entry.value.end() && labels->is_array() && i < labels->size() && (*labels)[i].is_string();
         input.values.push_back(std::round(*value));
         input.labels.push_back(named ? (*labels)[i].get<std::string>().substr(0, 256)
                                      : std::to_string(static_cast<long>(std::clamp(*value, -1e9, 1e9))));

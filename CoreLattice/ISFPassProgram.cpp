@@ -63,7 +63,9 @@ std::unique_ptr<ISFPassProgram> ISFPassProgram::create(
     glGetProgramiv(program.get(), GL_LINK_STATUS, &linked);
     if (linked != GL_TRUE) {
         log = infoLog([&](GLint* length) { glGetProgramiv(program.get(), GL_INFO_LOG_LENGTH, length); },
-            [&](GLsizei size, GLsizei* written, char* words) { glGetProgramInfoLog(program.get(), size, written, words); });
+            [&](GLsizei size, GLsizei* written, char* words) {
+                glGetProgramInfoLog(program.get(), size, written, words);
+            });
         *error = errorFromDriverLog(log, document.file);
         return nullptr;
     }
@@ -73,9 +75,10 @@ std::unique_ptr<ISFPassProgram> ISFPassProgram::create(
 ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document)
     : mProgram(std::move(program))
 {
-    const auto location = [this](const std::string& name) { return glGetUniformLocation(mProgram.get(), name.c_str()); };
-    mLocations = { location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"), location("DATE"),
-        location("FRAMEINDEX") };
+    const auto location
+        = [this](const std::string& name) { return glGetUniformLocation(mProgram.get(), name.c_str()); };
+    mLocations
+        = { location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"), location("DATE"), location("FRAMEINDEX") };
     for (const auto& input : document.inputs)
         mInputs.push_back(location(input.name));
     for (const auto& name : document.pictures())

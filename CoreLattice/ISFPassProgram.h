@@ -23,7 +23,8 @@ struct ISFPassValues {
 class ISFPassProgram {
 public:
     /// \return null with the reason when the driver refuses the shaders
-    static std::unique_ptr<ISFPassProgram> create(const ISFDocument& document, std::size_t pass, CompositionError* error);
+    static std::unique_ptr<ISFPassProgram> create(
+        const ISFDocument& document, std::size_t pass, CompositionError* error);
     /// For `create`.
     ISFPassProgram(GLProgram program, const ISFDocument& document);
 

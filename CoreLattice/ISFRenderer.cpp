@@ -30,7 +30,8 @@ std::array<float, 4> dateNow()
     clock_gettime(CLOCK_REALTIME, &now);
     tm local {};
     localtime_r(&now.tv_sec, &local);
-    const double seconds = local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec + static_cast<double>(now.tv_nsec) * 1e-9;
+    const double seconds
+        = local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec + static_cast<double>(now.tv_nsec) * 1e-9;
     return { static_cast<float>(local.tm_year + 1900), static_cast<float>(local.tm_mon + 1),
         static_cast<float>(local.tm_mday), static_cast<float>(seconds) };
 }
@@ -69,7 +70,8 @@ ISFRenderer::ISFRenderer(
 
 bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
 {
-    if (frame.width == 0 || frame.height == 0 || frame.values.size() != mDocument->inputs.size() || !mBlack.makeTarget(1, 1, false))
+    if (frame.width == 0 || frame.height == 0 || frame.values.size() != mDocument->inputs.size()
+        || !mBlack.makeTarget(1, 1, false))
         return false;
     glDisable(GL_BLEND);
     glDisable(GL_DEPTH_TEST);
@@ -202,10 +204,12 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     const auto& pass = mDocument->passes[index];
     const auto [width, height] = passSize(pass, frame);
     Target* const target = pass.target.empty() ? nullptr : &mTargets.find(pass.target)->second;
-    PictureTexture* into = target ? &target->textures[target->persistent ? 1 - target->front : target->front] : &mOutput;
+    PictureTexture* into
+        = target ? &target->textures[target->persistent ? 1 - target->front : target->front] : &mOutput;
     if (target && pass.unchanging && !needsRender(*target, frame, width, height))
         return &target->textures[target->front];
-    if (target && target->persistent && !target->textures[target->front].makeTarget(width, height, target->floatingPoint))
+    if (target && target->persistent
+        && !target->textures[target->front].makeTarget(width, height, target->floatingPoint))
         return nullptr;
     if (!into->makeTarget(width, height, target && target->floatingPoint))
         return nullptr;
@@ -225,7 +229,8 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     return into;
 }
 
-/// Whether the texture of an unchanging pass is not there yet or was rendered from other values; notes the present ones.
+/// Whether the texture of an unchanging pass is not there yet or was rendered from other values; notes the present
+/// ones.
 bool ISFRenderer::needsRender(Target& target, const ISFFrame& frame, std::size_t width, std::size_t height)
 {
     std::vector<ISFInput::Numbers> numbers;

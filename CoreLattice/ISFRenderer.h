@@ -34,8 +34,8 @@ public:
     /// For `create`.
     ISFRenderer(std::shared_ptr<const ISFDocument> document, std::vector<std::unique_ptr<ISFPassProgram>> programs);
 
-    /// Renders all passes and copies the picture into \p output, a BGRA buffer of the frame's size, opaque, rows from the top.
-    /// \return false when a buffer of a pass cannot be had
+    /// Renders all passes and copies the picture into \p output, a BGRA buffer of the frame's size, opaque, rows from
+    /// the top. \return false when a buffer of a pass cannot be had
     bool render(const ISFFrame& frame, CVPixelBuffer& output);
 
     const std::shared_ptr<const ISFDocument>& document() const noexcept { return mDocument; }

@@ -77,13 +77,15 @@ const std::vector<Value>& ownValues()
     return values;
 }
 
-/// The values that the vertex shader hands to the fragment shader as flat inputs. The software driver reads one of those at
-/// no cost, while every component of a uniform takes it as long as ten additions. Truth values cannot be handed on.
+/// The values that the vertex shader hands to the fragment shader as flat inputs. The software driver reads one of
+/// those at no cost, while every component of a uniform takes it as long as ten additions. Truth values cannot be
+/// handed on.
 std::vector<Value> handedInputs(const ISFDocument& document)
 {
     std::vector<Value> result;
     for (const auto& input : document.inputs) {
-        const bool canBe = input.type != ISFInputType::Image && input.type != ISFInputType::Boolean && input.type != ISFInputType::Event;
+        const bool canBe = input.type != ISFInputType::Image && input.type != ISFInputType::Boolean
+            && input.type != ISFInputType::Event;
         if (canBe && result.size() < mostHanded)
             result.push_back({ languageType(input.type), input.name });
     }
@@ -133,10 +135,12 @@ std::string vertexEnd(const ISFDocument& document)
 
 std::string fragmentEnd(const ISFDocument& document, std::size_t pass)
 {
-    // The picture of a pass without a target is opaque. A shader that writes no gl_FragColor has an output of its own, beside
-    // which that one may not be touched.
-    const bool makesOpaque = document.passes[pass].target.empty() && document.fragmentSource.find("gl_FragColor") != std::string::npos;
-    return makesOpaque ? "void main() { lattice_main(); gl_FragColor.a = 1.0; }\n" : "void main() { lattice_main(); }\n";
+    // The picture of a pass without a target is opaque. A shader that writes no gl_FragColor has an output of its own,
+    // beside which that one may not be touched.
+    const bool makesOpaque
+        = document.passes[pass].target.empty() && document.fragmentSource.find("gl_FragColor") != std::string::npos;
+    return makesOpaque ? "void main() { lattice_main(); gl_FragColor.a = 1.0; }\n"
+                       : "void main() { lattice_main(); }\n";
 }
 
 void fillIn(std::string& text, std::string_view placeholder, std::size_t number)

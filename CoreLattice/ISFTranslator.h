@@ -13,12 +13,12 @@ struct TranslatedShaders {
 /// Most turns that all the loops of one pixel, or of one corner, may take together.
 inline constexpr int loopBudget = 4096;
 
-/// Turns a composition's shaders into OpenGL's language (version 3.30, compatibility profile): declares the inputs and the
-/// format's own values and functions, gives each loop a budget, and keeps the lines' numbers.
+/// Turns a composition's shaders into OpenGL's language (version 3.30, compatibility profile): declares the inputs and
+/// the format's own values and functions, gives each loop a budget, and keeps the lines' numbers.
 ///
-/// Every picture, texture or target, is kept with its rows from the top, as pixel buffers have them, while the format counts
-/// from the bottom. So the places where the shader says or asks "where" are turned over: the functions that read pictures,
-/// the corners' positions and `gl_FragCoord`.
+/// Every picture, texture or target, is kept with its rows from the top, as pixel buffers have them, while the format
+/// counts from the bottom. So the places where the shader says or asks "where" are turned over: the functions that read
+/// pictures, the corners' positions and `gl_FragCoord`.
 ///
 /// \param pass  the number of the pass that the shaders are for, a constant in them
 /// \return nothing, with the reason in \p error, when the source cannot be bounded

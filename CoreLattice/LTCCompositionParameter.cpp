@@ -108,13 +108,15 @@ void LTCCompositionParameter::setSelectedIndex(long index)
 CFString* LTCCompositionParameter::selectedLabel() const
 {
     const auto index = selectedIndex();
-    return index < 0 || !labels() ? nullptr : kindOf<CFString>(labels()->objectAtIndex(static_cast<std::size_t>(index)));
+    return index < 0 || !labels() ? nullptr
+                                  : kindOf<CFString>(labels()->objectAtIndex(static_cast<std::size_t>(index)));
 }
 
 void LTCCompositionParameter::setSelectedLabel(CFString* label)
 {
     const auto all = labels() ? labels()->values() : std::vector<Ref<CFType>>();
-    const auto found = std::ranges::find_if(all, [&](const Ref<CFType>& text) { return label && CFEqual(text, label); });
+    const auto found
+        = std::ranges::find_if(all, [&](const Ref<CFType>& text) { return label && CFEqual(text, label); });
     if (found != all.end())
         setSelectedIndex(static_cast<long>(found - all.begin()));
 }

@@ -6,9 +6,9 @@ class LTCCompositionParameterView;
 
 /// One parameter of a composition, as a parameter view shows it. Main thread only.
 ///
-/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed, `value` and,
-/// for menus, `selectedIndex` and `selectedLabel`.
-/// Types and forms of the values are those of a composition's ports.
+/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed,
+/// `value` and, for menus, `selectedIndex` and `selectedLabel`. Types and forms of the values are those of a
+/// composition's ports.
 class LTCCompositionParameter : public NSObject {
     NS_OBJECT(LTCCompositionParameter)
 public:

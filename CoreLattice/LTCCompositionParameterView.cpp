@@ -67,7 +67,8 @@ void LTCCompositionParameterView::rebuildParameters()
                 continue;
             if (judge && !judge->compositionParameterView_shouldDisplayParameterWithKey_attributes(this, key, port))
                 continue;
-            parameters->append(make<LTCCompositionParameter>(this, key, port, renderer->valueForInputKey(key).get()).get());
+            parameters->append(
+                make<LTCCompositionParameter>(this, key, port, renderer->valueForInputKey(key).get()).get());
         }
     }
     const NSKeyValueChange change(this, "parameters");

@@ -16,7 +16,8 @@ public:
     /// Shows the parameters of the composition that \p renderer has now; held weakly.
     void setCompositionRenderer(LTCView* renderer);
     Ref<LTCView> compositionRenderer() const { return mRenderer.strongReference(); }
-    /// \param delegate  an `LTCCompositionParameterViewDelegate` that says which parameters are shown, or null; held weakly
+    /// \param delegate  an `LTCCompositionParameterViewDelegate` that says which parameters are shown, or null; held
+    /// weakly
     void setDelegate(NSObject* delegate);
     Ref<NSObject> delegate() const { return mDelegate.strongReference(); }
 

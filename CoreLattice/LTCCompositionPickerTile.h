@@ -4,8 +4,8 @@
 #include "Platform/CoreVideo/CVPixelBuffer.h"
 #include "Platform/QuartzCore/CALayer.h"
 
-/// One tile of a picker: a composition, and a layer with the last picture that was rendered for it. The thumbnail may be
-/// set from any thread; the rest never changes.
+/// One tile of a picker: a composition, and a layer with the last picture that was rendered for it. The thumbnail may
+/// be set from any thread; the rest never changes.
 ///
 /// Keys: `name`, `explanation`, `thumbnail` and `layer`, which tells its host of each new thumbnail.
 class LTCCompositionPickerTile : public NSObject {

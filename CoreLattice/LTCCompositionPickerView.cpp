@@ -51,7 +51,8 @@ void LTCCompositionPickerView::setCompositionsFromRepositoryWithProtocol_andAttr
     if (!isPresent(protocol))
         return;
     const auto offered
-        = LTCCompositionRepository::sharedCompositionRepository()->compositionsWithProtocol_andAttributes(protocol, attributes);
+        = LTCCompositionRepository::sharedCompositionRepository()->compositionsWithProtocol_andAttributes(
+            protocol, attributes);
     const auto delegate = mDelegate.strongReference();
     auto* const judge = delegate && delegate->respondsToSelector("compositionPickerView:shouldIncludeComposition:")
         ? kindOf<LTCCompositionPickerViewDelegate>(delegate)
@@ -147,7 +148,9 @@ void LTCCompositionPickerView::setCompositionAspectRatio(CGSize ratio)
 
 QCComposition* LTCCompositionPickerView::selectedComposition() const
 {
-    return mSelectedIndex < 0 ? nullptr : kindOf<QCComposition>(mCompositions->objectAtIndex(static_cast<std::size_t>(mSelectedIndex)));
+    return mSelectedIndex < 0
+        ? nullptr
+        : kindOf<QCComposition>(mCompositions->objectAtIndex(static_cast<std::size_t>(mSelectedIndex)));
 }
 
 void LTCCompositionPickerView::setSelectedComposition(QCComposition* composition)

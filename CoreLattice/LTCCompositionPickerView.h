@@ -6,8 +6,8 @@
 #include "CoreLattice/QCComposition.h"
 #include "Platform/AppKit/NSColor.h"
 #include "Platform/AppKit/NSView.h"
-#include "Platform/Foundation/NSNotification.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSNotification.h"
 
 namespace CoreLattice {
 class ThumbnailScheduler;
@@ -17,8 +17,8 @@ class ThumbnailScheduler;
 /// Main thread only; the tiles are rendered on the framework's render thread, behind the views, in turn and within a
 /// budget of processor time for all of them together.
 ///
-/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `selectedIndex` (-1 for none) and `showsCompositionNames`, to be
-/// observed by the view's component.
+/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `selectedIndex` (-1 for none) and `showsCompositionNames`,
+/// to be observed by the view's component.
 class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
     NS_OBJECT(LTCCompositionPickerView)
 public:

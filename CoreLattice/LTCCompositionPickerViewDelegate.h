@@ -7,7 +7,9 @@ class QCComposition;
 class LTCCompositionPickerViewDelegate {
 public:
     /// \param composition  null when the selection became empty
-    virtual void compositionPickerView_didSelectComposition(LTCCompositionPickerView*, QCComposition* /*composition*/) { }
+    virtual void compositionPickerView_didSelectComposition(LTCCompositionPickerView*, QCComposition* /*composition*/)
+    {
+    }
     virtual void compositionPickerViewDidStartAnimating(LTCCompositionPickerView*) { }
     virtual void compositionPickerViewWillStopAnimating(LTCCompositionPickerView*) { }
     virtual bool compositionPickerView_shouldIncludeComposition(LTCCompositionPickerView*, QCComposition*)

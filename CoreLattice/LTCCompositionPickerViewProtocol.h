@@ -10,11 +10,13 @@ class QCComposition;
 class LTCCompositionPickerViewProtocol {
 public:
     /// Offers the repository's compositions of this protocol, those that the delegate includes.
-    virtual void setCompositionsFromRepositoryWithProtocol_andAttributes(CFString* protocol, CFDictionary* attributes) = 0;
+    virtual void setCompositionsFromRepositoryWithProtocol_andAttributes(CFString* protocol, CFDictionary* attributes)
+        = 0;
     virtual void startAnimation(NSObject* sender) = 0;
     virtual void stopAnimation(NSObject* sender) = 0;
     virtual bool isAnimating() const = 0;
-    /// Gives every tile's composition that has the input \p key this value: a `CIImage` or `CVPixelBuffer` for an image.
+    /// Gives every tile's composition that has the input \p key this value: a `CIImage` or `CVPixelBuffer` for an
+    /// image.
     virtual void setDefaultValue_forInputKey(CFType* value, CFString* key) = 0;
     virtual void resetDefaultInputValues() = 0;
     virtual NSObject* delegate() const = 0;

@@ -16,7 +16,8 @@ constexpr std::string_view applicationPrefix = "QCImageFilter";
 Ref<QCComposition> compositionWithText(const CompiledComposition& text)
 {
     CoreLattice::CompositionError error;
-    const auto document = CoreLattice::ISFDocument::parse(text.fragment, text.vertex, std::string(text.name) + ".fs", &error);
+    const auto document
+        = CoreLattice::ISFDocument::parse(text.fragment, text.vertex, std::string(text.name) + ".fs", &error);
     if (!document) {
         NSLog(CFSTR("A composition cannot be used: %s"), error.text().c_str());
         return nullptr;
@@ -38,7 +39,8 @@ bool hasAttributes(const QCComposition& composition, CFDictionary* attributes)
 
 NS_IMPLEMENTATION(LTCCompositionRepository, NSObject)
 {
-    type.message("registerApplicationCompositionWithName:", &LTCCompositionRepository::registerApplicationCompositionWithName);
+    type.message(
+        "registerApplicationCompositionWithName:", &LTCCompositionRepository::registerApplicationCompositionWithName);
 }
 
 LTCCompositionRepository* LTCCompositionRepository::sharedCompositionRepository()
@@ -92,7 +94,8 @@ QCComposition* LTCCompositionRepository::compositionWithName(CFString* name)
     return nullptr;
 }
 
-Ref<CFArray> LTCCompositionRepository::compositionsWithProtocol_andAttributes(CFString* protocol, CFDictionary* attributes)
+Ref<CFArray> LTCCompositionRepository::compositionsWithProtocol_andAttributes(
+    CFString* protocol, CFDictionary* attributes)
 {
     registerOwnCompositions();
     auto result = make<CFArray>();

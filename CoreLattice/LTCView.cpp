@@ -22,7 +22,8 @@ constexpr std::int64_t shortestInterval = displayInterval * 3 / 4;
 Ref<CVPixelBuffer> upsideDown(CVPixelBuffer& picture)
 {
     Ref<CVPixelBuffer> result;
-    if (CVPixelBufferCreate(kCFAllocatorDefault, picture.width(), picture.height(), picture.pixelFormat(), nullptr, &result)
+    if (CVPixelBufferCreate(
+            kCFAllocatorDefault, picture.width(), picture.height(), picture.pixelFormat(), nullptr, &result)
         != kCVReturnSuccess)
         return nullptr;
     for (std::size_t y = 0; y < picture.height(); ++y)

@@ -31,8 +31,8 @@ public:
     /// Main thread.
     void setIsPreviewFlippedY(bool flipped);
 
-    /// Makes \p composition the one that is rendered from the next render on, its inputs at their defaults except for the
-    /// picture, which stays. Null leaves the view without a composition. Any thread.
+    /// Makes \p composition the one that is rendered from the next render on, its inputs at their defaults except for
+    /// the picture, which stays. Null leaves the view without a composition. Any thread.
     void loadComposition(QCComposition* composition);
     QCComposition* loadedComposition() const;
     /// The attributes of the composition, with an entry for each port; null without a composition. Any thread; kept by
@@ -59,11 +59,9 @@ public:
     void stopRendering();
     bool isRendering() const;
 
-    /// Renders once with the present inputs and keeps the result as the output. Called by the view for each render, on the
-    /// render thread; called elsewhere it waits for that thread.
-    /// \param time  seconds since `startRendering`
-    /// \param arguments  not looked at
-    /// \return false when there is no composition, no picture at an image input, or no memory
+    /// Renders once with the present inputs and keeps the result as the output. Called by the view for each render, on
+    /// the render thread; called elsewhere it waits for that thread. \param time  seconds since `startRendering` \param
+    /// arguments  not looked at \return false when there is no composition, no picture at an image input, or no memory
     virtual bool renderAtTime_arguments(double time, CFDictionary* arguments);
 
     void setNeedsDisplay(bool needsDisplay) override;

@@ -15,12 +15,13 @@ void PictureTexture::allocate(std::size_t width, std::size_t height, bool floati
 {
     mTexture = GLTexture::create();
     glBindTexture(GL_TEXTURE_2D, mTexture.get());
-    // With an unsized format and the type of the later transfers the driver keeps the bytes in the order in which they come
-    // and go; with a sized one it may keep another and convert every pixel of every frame.
+    // With an unsized format and the type of the later transfers the driver keeps the bytes in the order in which they
+    // come and go; with a sized one it may keep another and convert every pixel of every frame.
     if (floatingPoint)
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, size(width), size(height), 0, GL_RGBA, GL_FLOAT, nullptr);
     else
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, size(width), size(height), 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
+        glTexImage2D(
+            GL_TEXTURE_2D, 0, GL_RGBA, size(width), size(height), 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
     mWidth = width;
     mHeight = height;
     mFloatingPoint = floatingPoint;

@@ -24,8 +24,8 @@ inline CFString* const QCCompositionProtocolImageFilter = CFSTR("image filter");
 inline CFString* const QCCompositionPickerPanelDidSelectCompositionNotification
     = CFSTR("QCCompositionPickerPanelDidSelectCompositionNotification");
 
-/// A view took up another composition: object, the view; `userInfo` has the composition at the key "QCComposition". Posted
-/// on the thread that loaded it.
+/// A view took up another composition: object, the view; `userInfo` has the composition at the key "QCComposition".
+/// Posted on the thread that loaded it.
 inline CFString* const LTCViewDidLoadCompositionNotification = CFSTR("LTCViewDidLoadCompositionNotification");
 
 /// Keys of a composition's attributes, texts both. The attributes hold, besides, a dictionary for each port at the

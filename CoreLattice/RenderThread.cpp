@@ -1,9 +1,9 @@
 #include "CoreLattice/RenderThread.h"
 
 #include "Platform/CoreFoundation/CFType.h"
+#include "Platform/dispatch/DispatchThreads.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/OpenGL/GLContext.h"
-#include "Platform/dispatch/DispatchThreads.h"
 
 #include <pthread.h>
 
@@ -21,7 +21,7 @@ constexpr int mostWorkBeforeIdle = 3;
 RenderThread& RenderThread::shared()
 {
     // Never destroyed, since views outlive static objects; only its thread ends with the process.
-    static RenderThread& thread = [] () -> RenderThread& {
+    static RenderThread& thread = []() -> RenderThread& {
         static const auto owner = std::make_unique<RenderThread>().release();
         // The graphics driver goes away early while a process exits, so the thread stops before that where the program
         // ends in order.
@@ -34,8 +34,9 @@ RenderThread& RenderThread::shared()
 
 RenderThread::RenderThread()
 {
-    // The software driver shall draw on this thread instead of spreading each picture over threads of its own, which costs
-    // more processor time; so the thread's time is also what a picture costs. Set before the thread that reads it starts.
+    // The software driver shall draw on this thread instead of spreading each picture over threads of its own, which
+    // costs more processor time; so the thread's time is also what a picture costs. Set before the thread that reads it
+    // starts.
     setenv("LP_NUM_THREADS", "0", 0);
     mThread = std::thread([this] { run(); });
 }

@@ -63,7 +63,8 @@ std::optional<double> literal(const std::string& text)
 {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || (end != text.data() + text.size() && *end != 'f' && *end != 'F' && *end != 'u' && *end != 'U'))
+    if (error != std::errc()
+        || (end != text.data() + text.size() && *end != 'f' && *end != 'F' && *end != 'u' && *end != 'U'))
         return std::nullopt;
     return value;
 }
@@ -87,7 +88,8 @@ bool ShaderRewriter::fail(int line, std::string message)
 
 void ShaderRewriter::tokenize(std::string_view source)
 {
-    static constexpr std::array pairs { "++", "--", "+=", "-=", "*=", "/=", "<=", ">=", "==", "!=", "&&", "||", "##", "<<", ">>" };
+    static constexpr std::array pairs { "++", "--", "+=", "-=", "*=", "/=", "<=", ">=", "==", "!=", "&&", "||", "##",
+        "<<", ">>" };
     int line = 1;
     bool inDirective = false;
     bool lineBegins = true;
@@ -282,14 +284,15 @@ bool ShaderRewriter::rewriteFor(std::size_t open, std::size_t close)
     if (isShort(open, semicolons[0], semicolons[1], close))
         return true;
     const bool endless = std::all_of(mTokens.begin() + static_cast<std::ptrdiff_t>(semicolons[0]) + 1,
-        mTokens.begin() + static_cast<std::ptrdiff_t>(semicolons[1]), [](const Token& t) { return t.kind == Kind::Space; });
+        mTokens.begin() + static_cast<std::ptrdiff_t>(semicolons[1]),
+        [](const Token& t) { return t.kind == Kind::Space; });
     mTokens[semicolons[0]].text = endless ? "; (true" : "; (";
     mTokens[semicolons[1]].text = ") && lattice_turn();";
     return true;
 }
 
-/// Whether the loop is `for (int i = a; i < b; i++)` in literal numbers, or a relative of it, its body leaves `i` alone,
-/// and its turns still fit among the uncounted ones.
+/// Whether the loop is `for (int i = a; i < b; i++)` in literal numbers, or a relative of it, its body leaves `i`
+/// alone, and its turns still fit among the uncounted ones.
 bool ShaderRewriter::isShort(
     std::size_t open, std::size_t firstSemicolon, std::size_t secondSemicolon, std::size_t close)
 {
@@ -375,14 +378,15 @@ bool ShaderRewriter::bodyChanges(std::size_t close, std::string_view name) const
         const auto& left = mTokens[before].text;
         if (left == "++" || left == "--" || (after < mTokens.size() && isChange(mTokens[after])))
             return true;
-        // Alone between commas or parentheses it may be an argument that the function writes to; a type's constructor, the
-        // usual case, writes nothing.
+        // Alone between commas or parentheses it may be an argument that the function writes to; a type's constructor,
+        // the usual case, writes nothing.
         const auto& right = after < mTokens.size() ? mTokens[after].text : left;
         if ((left == "(" || left == ",") && (right == ")" || right == ",")) {
             auto callee = before;
             while (callee > close && left == "(" && (callee == before || mTokens[callee].kind == Kind::Space))
                 --callee;
-            static constexpr std::array harmless { "float", "int", "vec2", "vec3", "vec4", "mod", "abs", "sin", "cos", "floor" };
+            static constexpr std::array harmless { "float", "int", "vec2", "vec3", "vec4", "mod", "abs", "sin", "cos",
+                "floor" };
             if (left == "," || std::ranges::find(harmless, mTokens[callee].text) == harmless.end())
                 return true;
         }

@@ -8,18 +8,19 @@ namespace CoreLattice {
 
 /// Rewrites the text of one shader of a composition, keeping the number of each line.
 ///
-/// Where a picture is read at the very place that is being drawn, its name becomes `lattice_near_` with the name, for which the
-/// renderer may choose a cheaper way of reading.
-/// Comments and `#version` go, `#extension` lines are set apart, `main` becomes `lattice_main`, `gl_FragCoord` becomes
-/// `lattice_fragCoord()`, and names of the format's first version become those of the second. Every loop asks
-/// `lattice_turn()` before each turn, except short ones whose literal bounds show how many turns they take.
+/// Where a picture is read at the very place that is being drawn, its name becomes `lattice_near_` with the name, for
+/// which the renderer may choose a cheaper way of reading. Comments and `#version` go, `#extension` lines are set
+/// apart, `main` becomes `lattice_main`, `gl_FragCoord` becomes `lattice_fragCoord()`, and names of the format's first
+/// version become those of the second. Every loop asks `lattice_turn()` before each turn, except short ones whose
+/// literal bounds show how many turns they take.
 class ShaderRewriter {
 public:
     /// \param pictures  the names of the pictures that the shader reads
     /// \param handed  the names of inputs that come under the name `lattice_in_` with the name
     ShaderRewriter(std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed);
 
-    /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say why.
+    /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say
+    /// why.
     bool rewrite();
     const std::string& text() const noexcept { return mText; }
     /// The `#extension` lines.

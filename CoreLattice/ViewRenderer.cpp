@@ -37,7 +37,8 @@ ViewRenderer::~ViewRenderer()
 {
     if (mRenderer) {
         // A closure that can be posted must be copyable, so the renderer goes into a shared pointer.
-        RenderThread::shared().async([renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer))]() mutable { renderer.reset(); });
+        RenderThread::shared().async(
+            [renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer))]() mutable { renderer.reset(); });
     }
 }
 
@@ -217,9 +218,11 @@ void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
 Ref<CVPixelBuffer> ViewRenderer::newBuffer(std::size_t width, std::size_t height)
 {
     if (!mPool || width != mPoolWidth || height != mPoolHeight) {
-        const auto attributes = CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
-            { kCVPixelBufferWidthKey, CFNumber::create(width).get() }, { kCVPixelBufferHeightKey, CFNumber::create(height).get() },
-            { kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>().get() } });
+        const auto attributes = CFDictionary::create(
+            { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
+                { kCVPixelBufferWidthKey, CFNumber::create(width).get() },
+                { kCVPixelBufferHeightKey, CFNumber::create(height).get() },
+                { kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>().get() } });
         mPool = nullptr;
         const auto status = CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
         if (status != kCVReturnSuccess) {

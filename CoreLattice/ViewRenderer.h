@@ -8,8 +8,8 @@
 
 namespace CoreLattice {
 
-/// A composition with the present values of its inputs and its last picture. Any thread may set and ask; rendering belongs
-/// to the render thread.
+/// A composition with the present values of its inputs and its last picture. Any thread may set and ask; rendering
+/// belongs to the render thread.
 class ViewRenderer {
 public:
     ViewRenderer() = default;
@@ -23,7 +23,8 @@ public:
     Ref<CFType> value(CFString* key) const;
     Ref<CVPixelBuffer> output() const;
 
-    /// Size of the pictures that have no input picture to go by, or that are to be smaller than it; zero for the input's.
+    /// Size of the pictures that have no input picture to go by, or that are to be smaller than it; zero for the
+    /// input's.
     void setOutputSize(std::size_t width, std::size_t height);
     /// Renders into a fresh buffer, which becomes the output. Render thread only.
     bool render(double time);

@@ -16,7 +16,8 @@ namespace {
 std::string eglError(const char* operation)
 {
     char text[64];
-    std::snprintf(text, sizeof text, "%s failed with EGL error 0x%04x", operation, static_cast<unsigned>(eglGetError()));
+    std::snprintf(
+        text, sizeof text, "%s failed with EGL error 0x%04x", operation, static_cast<unsigned>(eglGetError()));
     return text;
 }
 
@@ -122,8 +123,7 @@ bool GLContext::makeCurrent()
         if (const auto* const name = glGetString(GL_RENDERER))
             mRendererName = reinterpret_cast<const char*>(name);
         mSoftware = mRendererName.find("llvmpipe") != std::string::npos
-            || mRendererName.find("softpipe") != std::string::npos
-            || mRendererName.find("swrast") != std::string::npos;
+            || mRendererName.find("softpipe") != std::string::npos || mRendererName.find("swrast") != std::string::npos;
     }
     return true;
 }

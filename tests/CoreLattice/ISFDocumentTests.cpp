@@ -82,7 +82,8 @@ TEST(ISFDocument, ReadsPassesOfBothVersionsOfTheFormat)
     EXPECT_TRUE(first->passes[0].floatingPoint);
     EXPECT_FALSE(first->passes[0].width.isEmpty());
     EXPECT_TRUE(parse(R"(/*{ "PERSISTENT_BUFFERS": ["kept"], "PASSES": [ { "TARGET": "kept" } ] }*/ void main() {})")
-                    ->passes[0].persistent);
+                    ->passes[0]
+                    .persistent);
 }
 
 TEST(ISFDocument, TakesItsNameFromTheFileAndBlanksTheHeaderOnly)
@@ -97,10 +98,13 @@ TEST(ISFDocument, TakesItsNameFromTheFileAndBlanksTheHeaderOnly)
 TEST(ISFDocument, SaysWhereAHeaderIsWrong)
 {
     EXPECT_EQ(faultOf("void main() {}"), "bad.fs:1: the file does not begin with a header in a comment");
-    EXPECT_TRUE(faultOf("\n/*{\n \"INPUTS\": [\n  }\n*/").starts_with("bad.fs:4: ")) << faultOf("\n/*{\n \"INPUTS\": [\n  }\n*/");
+    EXPECT_TRUE(faultOf("\n/*{\n \"INPUTS\": [\n  }\n*/").starts_with("bad.fs:4: "))
+        << faultOf("\n/*{\n \"INPUTS\": [\n  }\n*/");
     EXPECT_EQ(faultOf("/* [] */"), "bad.fs:1: the header is no JSON object");
-    EXPECT_EQ(faultOf(withInputs(R"({ "NAME": "a b", "TYPE": "float" })")), "bad.fs:1: \"a b\" is no name for an input");
-    EXPECT_EQ(faultOf(withInputs(R"({ "NAME": "a", "TYPE": "cube" })")), "bad.fs:1: input a has the unknown type \"cube\"");
+    EXPECT_EQ(
+        faultOf(withInputs(R"({ "NAME": "a b", "TYPE": "float" })")), "bad.fs:1: \"a b\" is no name for an input");
+    EXPECT_EQ(
+        faultOf(withInputs(R"({ "NAME": "a", "TYPE": "cube" })")), "bad.fs:1: input a has the unknown type \"cube\"");
     EXPECT_EQ(faultOf(withInputs(R"({ "NAME": "a", "TYPE": "float" }, { "NAME": "a", "TYPE": "bool" })")),
         "bad.fs:1: two inputs have the name a");
     EXPECT_EQ(faultOf(R"(/*{ "PASSES": [ { "TARGET": "t", "WIDTH": "$WIDTH /" } ] }*/)"),
@@ -127,7 +131,8 @@ TEST(ISFDocument, RefusesWhatCouldExhaustTheMachine)
 
 TEST(ISFDocument, SurvivesEveryTruncationAndMutationOfAGoodFile)
 {
-    const std::string good = R"isf(/*{ "INPUTS": [ { "NAME": "mode", "TYPE": "long", "VALUES": [0, 1], "LABELS": ["\u00e4", "b"] } ],
+    const std::string good
+        = R"isf(/*{ "INPUTS": [ { "NAME": "mode", "TYPE": "long", "VALUES": [0, 1], "LABELS": ["\u00e4", "b"] } ],
         "PASSES": [ { "TARGET": "t", "WIDTH": "floor($WIDTH / (2 + $mode))", "PERSISTENT": 1 }, { } ] }*/ void main() {})isf";
     CompositionError error;
     for (std::size_t i = 0; i < good.size(); ++i) {

@@ -12,7 +12,8 @@ std::string translated(const std::string& body)
 {
     CompositionError error;
     const auto document = ISFDocument::parse(
-        "/*{\"INPUTS\":[{\"NAME\":\"inputImage\",\"TYPE\":\"image\"}],\"PASSES\":[{},{},{},{}]}*/" + body, "", "t.fs", &error);
+        "/*{\"INPUTS\":[{\"NAME\":\"inputImage\",\"TYPE\":\"image\"}],\"PASSES\":[{},{},{},{}]}*/" + body, "", "t.fs",
+        &error);
     EXPECT_NE(document, nullptr) << error.text();
     const auto shaders = translateShaders(*document, 3, &error);
     EXPECT_TRUE(shaders) << error.text();
@@ -37,24 +38,30 @@ bool contains(const std::string& text, std::string_view part)
 
 TEST(ISFTranslator, LeavesShortLoopsToTheCompilerAndCountsTheOthers)
 {
-    EXPECT_TRUE(contains(translated("void main() { for (int i = 0; i < 9; i++) { f(i * 2); } }"), "for (int i = 0; i < 9; i++)"));
-    EXPECT_TRUE(contains(translated("void main() { for (int i = 0; i < 100000; i++) { } }"), "; ( i < 100000) && lattice_turn(); i++)"));
+    EXPECT_TRUE(contains(
+        translated("void main() { for (int i = 0; i < 9; i++) { f(i * 2); } }"), "for (int i = 0; i < 9; i++)"));
+    EXPECT_TRUE(contains(
+        translated("void main() { for (int i = 0; i < 100000; i++) { } }"), "; ( i < 100000) && lattice_turn(); i++)"));
     EXPECT_TRUE(contains(translated("void main() { for (;;) { } }"), "for (; (true) && lattice_turn();)"));
     EXPECT_TRUE(contains(translated("void main() { while (a < (b)) { } }"), "while ((a < (b)) && lattice_turn())"));
     EXPECT_TRUE(contains(translated("void main() { do { } while (true); }"), "while ((true) && lattice_turn())"));
-    EXPECT_TRUE(contains(translated("#define TURN for (int i = 0; i < 3; i++)\nvoid main() { TURN { } }"), "&& lattice_turn()"));
+    EXPECT_TRUE(contains(
+        translated("#define TURN for (int i = 0; i < 3; i++)\nvoid main() { TURN { } }"), "&& lattice_turn()"));
 }
 
 TEST(ISFTranslator, CountsALoopWhoseBodyMeddlesWithItsCounter)
 {
-    for (const auto* const body : { "{ i = 0; }", "{ i -= 1; }", "{ --i; }", "{ change(i); }", "{ change(1, i); }", "if (a) { } else i--;" })
-        EXPECT_TRUE(contains(translated(std::string("void main() { for (int i = 0; i < 9; i++) ") + body + " }"), "lattice_turn();"))
+    for (const auto* const body :
+        { "{ i = 0; }", "{ i -= 1; }", "{ --i; }", "{ change(i); }", "{ change(1, i); }", "if (a) { } else i--;" })
+        EXPECT_TRUE(contains(
+            translated(std::string("void main() { for (int i = 0; i < 9; i++) ") + body + " }"), "lattice_turn();"))
             << body;
 }
 
 TEST(ISFTranslator, CountsLoopsOnceTheirProductIsLarge)
 {
-    const auto text = translated("void main() { for (int i = 0; i < 60; i++) { for (int k = 0; k < 60; k++) { f(); } } }");
+    const auto text
+        = translated("void main() { for (int i = 0; i < 60; i++) { for (int k = 0; k < 60; k++) { f(); } } }");
     EXPECT_TRUE(contains(text, "for (int i = 0; i < 60; i++)"));
     EXPECT_TRUE(contains(text, "( k < 60) && lattice_turn(); k++)"));
 }
@@ -64,18 +71,23 @@ TEST(ISFTranslator, RefusesTricksThatWouldHideALoop)
     EXPECT_EQ(faultOf("\n#define while if\nvoid main() {}"), "t.fs:2: \"while\" cannot be redefined");
     EXPECT_EQ(faultOf("#define LOOP for\nvoid main() {}"), "t.fs:1: the condition of \"for\" cannot be found");
     EXPECT_EQ(faultOf("#define JOIN(a, b) a ## b\nvoid main() {}"), "t.fs:1: names cannot be pasted together");
-    EXPECT_EQ(faultOf("\n\nbool lattice_turn() { return true; }"), "t.fs:3: names that begin with \"lattice_\" are reserved");
+    EXPECT_EQ(
+        faultOf("\n\nbool lattice_turn() { return true; }"), "t.fs:3: names that begin with \"lattice_\" are reserved");
     EXPECT_TRUE(contains(translated("void main() { whi\\\nle (true) { } }"), "while ((true) && lattice_turn())"));
     EXPECT_TRUE(contains(translated("void main() { while/* */(true) { } }"), "&& lattice_turn()"));
 }
 
 TEST(ISFTranslator, KeepsTheNumbersOfLines)
 {
-    const auto text = translated("\n// first\n/* second\nthird */ int a; \\\nint b;\n#extension GL_ARB_x : enable\nint c;\n");
+    const auto text
+        = translated("\n// first\n/* second\nthird */ int a; \\\nint b;\n#extension GL_ARB_x : enable\nint c;\n");
     const auto start = text.find("#line 1\n") + 8;
     const auto lineOf = [&](std::string_view part) {
         const auto at = text.find(part, start);
-        return at == std::string::npos ? -1 : 1 + static_cast<int>(std::count(text.begin() + static_cast<long>(start), text.begin() + static_cast<long>(at), '\n'));
+        return at == std::string::npos ? -1
+                                       : 1
+                + static_cast<int>(
+                    std::count(text.begin() + static_cast<long>(start), text.begin() + static_cast<long>(at), '\n'));
     };
     EXPECT_EQ(lineOf("int a;"), 4);
     EXPECT_EQ(lineOf("int c;"), 7);
@@ -86,8 +98,10 @@ TEST(ISFTranslator, KeepsTheNumbersOfLines)
 TEST(ISFTranslator, HandsInputsOnFlatButLeavesComponentsOfTheSameNameAlone)
 {
     CompositionError error;
-    const auto document = ISFDocument::parse("/*{\"INPUTS\":[{\"NAME\":\"x\",\"TYPE\":\"float\"},{\"NAME\":\"on\",\"TYPE\":\"bool\"}]}*/"
-        "void main() { gl_FragColor = on ? vec4(x) : p.x + p . x; }", "", "t.fs", &error);
+    const auto document = ISFDocument::parse(
+        "/*{\"INPUTS\":[{\"NAME\":\"x\",\"TYPE\":\"float\"},{\"NAME\":\"on\",\"TYPE\":\"bool\"}]}*/"
+        "void main() { gl_FragColor = on ? vec4(x) : p.x + p . x; }",
+        "", "t.fs", &error);
     const auto shaders = translateShaders(*document, 0, &error);
     ASSERT_TRUE(shaders);
     EXPECT_TRUE(contains(shaders->fragment, "on ? vec4(lattice_in_x) : p.x + p . x;"));
@@ -101,6 +115,7 @@ TEST(ISFTranslator, ReadsTheLogsOfDrivers)
 {
     const auto mesa = errorFromDriverLog("0:3(2): warning: odd\n0:12(17): error: `x' undeclared\n", "a.fs");
     EXPECT_EQ(mesa.text(), "a.fs:12: `x' undeclared");
-    EXPECT_EQ(errorFromDriverLog("0(7) : error C1008: undefined variable \"x\"", "a.fs").text(), "a.fs:7: undefined variable \"x\"");
+    EXPECT_EQ(errorFromDriverLog("0(7) : error C1008: undefined variable \"x\"", "a.fs").text(),
+        "a.fs:7: undefined variable \"x\"");
     EXPECT_EQ(errorFromDriverLog("", "a.fs").text(), "a.fs: the driver gives no reason");
 }

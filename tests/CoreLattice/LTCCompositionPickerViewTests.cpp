@@ -26,8 +26,10 @@ public:
 
 NS_IMPLEMENTATION(PickerDelegate, NSObject)
 {
-    type.message("compositionPickerView:didSelectComposition:", &PickerDelegate::compositionPickerView_didSelectComposition);
-    type.message("compositionPickerView:shouldIncludeComposition:", &PickerDelegate::compositionPickerView_shouldIncludeComposition);
+    type.message(
+        "compositionPickerView:didSelectComposition:", &PickerDelegate::compositionPickerView_didSelectComposition);
+    type.message("compositionPickerView:shouldIncludeComposition:",
+        &PickerDelegate::compositionPickerView_shouldIncludeComposition);
 }
 
 class Picker : public testing::Test {
@@ -35,7 +37,8 @@ protected:
     void SetUp() override
     {
         for (const auto* const name : { "QCImageFilterProtocol", "QCImageFilterRadar", "QCImageFilterRetro" })
-            LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(CFSTR(name));
+            LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(
+                CFSTR(name));
         picker->setDelegate(delegate);
         picker->setAllowsEmptySelection(true);
         picker->setCompositionsFromRepositoryWithProtocol_andAttributes(QCCompositionProtocolImageFilter, nullptr);

@@ -22,14 +22,17 @@ TEST(LTCCompositionRepository, OffersTheApplicationsCompositionsFirstAndInTheirO
     for (const auto* const name : { "QCImageFilterRadar", "QCImageFilterProtocol", "QCImageFilterRadar" })
         repository->registerApplicationCompositionWithName(CFSTR(name));
     const auto all = repository->compositionsWithProtocol_andAttributes(QCCompositionProtocolImageFilter, nullptr);
-    EXPECT_THAT(identifiers(*all), testing::ElementsAre("/QCImageFilterRadar", "/QCImageFilterProtocol", "/exposure adjust", "/gamma adjust", "/image resizer", "/sharpen"));
+    EXPECT_THAT(identifiers(*all),
+        testing::ElementsAre("/QCImageFilterRadar", "/QCImageFilterProtocol", "/exposure adjust", "/gamma adjust",
+            "/image resizer", "/sharpen"));
     EXPECT_EQ(repository->compositionsWithProtocol_andAttributes(CFSTR("other"), nullptr)->count(), 0U);
 }
 
 TEST(LTCCompositionRepository, FindsOnlyWhatWasRegistered)
 {
     const AutoreleasePool pool;
-    LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(CFSTR("QCImageFilterRetro"));
+    LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(
+        CFSTR("QCImageFilterRetro"));
     auto* const found = LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterRetro"));
     ASSERT_TRUE(found);
     EXPECT_EQ(found->name()->string(), "Retro");
@@ -47,7 +50,8 @@ TEST(LTCCompositionRepository, EveryCompiledCompositionTakesAPictureAndRenders)
     const auto all = repository->compositionsWithProtocol_andAttributes(QCCompositionProtocolImageFilter, nullptr);
     EXPECT_EQ(all->count(), 7U);
     const auto input = Pictures::picture(320, 180, [](std::size_t x, std::size_t y) {
-        return Pictures::Pixel { static_cast<int>(x * 255 / 320), static_cast<int>(y * 255 / 180), (x / 40 + y / 30) % 2 ? 220 : 40 };
+        return Pictures::Pixel { static_cast<int>(x * 255 / 320), static_cast<int>(y * 255 / 180),
+            (x / 40 + y / 30) % 2 ? 220 : 40 };
     });
     for (const auto& value : all->values()) {
         auto* const composition = kindOf<QCComposition>(value);

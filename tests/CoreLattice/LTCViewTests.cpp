@@ -81,7 +81,8 @@ TEST(LTCView, APassThroughGivesThePictureBackPixelForPixelUpright)
     const auto input = places(101, 57);
     for (const auto* const body : { "IMG_THIS_PIXEL(inputImage)", "IMG_THIS_NORM_PIXEL(inputImage)",
              "IMG_NORM_PIXEL(inputImage, isf_FragNormCoord)", "IMG_PIXEL(inputImage, gl_FragCoord.xy)",
-             "IMG_NORM_PIXEL(inputImage, vv_FragNormCoord)", "IMG_PIXEL(inputImage, isf_FragNormCoord * IMG_SIZE(inputImage))" }) {
+             "IMG_NORM_PIXEL(inputImage, vv_FragNormCoord)",
+             "IMG_PIXEL(inputImage, isf_FragNormCoord * IMG_SIZE(inputImage))" }) {
         SCOPED_TRACE(body);
         const auto view = Pictures::view(std::string(HEADER "void main() { gl_FragColor = ") + body + "; }", input);
         expectSamePixels(*render(*view), *input);
@@ -155,7 +156,8 @@ TEST(LTCView, TakesMoreInputsThanADriverHandsOn)
     std::string inputs;
     std::string sum;
     for (int i = 0; i < 60; ++i) {
-        inputs += ", { \"NAME\": \"level" + std::to_string(i) + "\", \"TYPE\": \"color\", \"DEFAULT\": [0.01, 0, 0, 1] }";
+        inputs
+            += ", { \"NAME\": \"level" + std::to_string(i) + "\", \"TYPE\": \"color\", \"DEFAULT\": [0.01, 0, 0, 1] }";
         sum += " + level" + std::to_string(i) + ".r";
     }
     const auto view = Pictures::view("/*{ \"INPUTS\": [ { \"NAME\": \"inputImage\", \"TYPE\": \"image\" }" + inputs
@@ -197,7 +199,8 @@ TEST(LTCView, APersistentBufferRemembersAndAFloatingOneKeepsSmallSteps)
 
 TEST(LTCView, AnUnchangingPassIsRenderedAgainOnlyForOtherValues)
 {
-    const auto view = Pictures::view(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" }, { "NAME": "level", "TYPE": "float", "DEFAULT": 0.2 } ],
+    const auto view = Pictures::view(
+        R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" }, { "NAME": "level", "TYPE": "float", "DEFAULT": 0.2 } ],
         "PASSES": [ { "TARGET": "still", "UNCHANGING": true }, { } ] }*/
         void main() {
             if (PASSINDEX == 0) gl_FragColor = vec4(level, float(FRAMEINDEX) / 255.0, 0.0, 1.0);
@@ -212,8 +215,9 @@ TEST(LTCView, AnUnchangingPassIsRenderedAgainOnlyForOtherValues)
 
 TEST(LTCView, AVertexShaderOfItsOwnPlacesTheCorners)
 {
-    const auto view = Pictures::view(HEADER "varying vec2 moved; void main() { gl_FragColor = IMG_NORM_PIXEL(inputImage, moved); }",
-        places(64, 64), "varying vec2 moved; void main() { isf_vertShaderInit(); moved = isf_FragNormCoord + vec2(0.0, 0.5); }");
+    const auto view = Pictures::view(
+        HEADER "varying vec2 moved; void main() { gl_FragColor = IMG_NORM_PIXEL(inputImage, moved); }", places(64, 64),
+        "varying vec2 moved; void main() { isf_vertShaderInit(); moved = isf_FragNormCoord + vec2(0.0, 0.5); }");
     // Half a picture further up is half a picture less in rows from the top.
     EXPECT_EQ(pixelAt(*render(*view), 5, 40), (Pixel { 5, 8, 77 }));
 }
@@ -222,7 +226,8 @@ TEST(LTCView, TheOutputIsOpaqueAndHasTheInputsSize)
 {
     const auto input = plain(30, 20, { 10, 20, 30 });
     for (const auto* const source : { HEADER "void main() { gl_FragColor = vec4(0.0); }",
-             "/*{ \"INPUTS\": [ { \"NAME\": \"inputImage\", \"TYPE\": \"image\" } ], \"PASSES\": [ { \"TARGET\": \"t\", \"WIDTH\": 7 } ] }*/"
+             "/*{ \"INPUTS\": [ { \"NAME\": \"inputImage\", \"TYPE\": \"image\" } ], \"PASSES\": [ { \"TARGET\": "
+             "\"t\", \"WIDTH\": 7 } ] }*/"
              "void main() { gl_FragColor = vec4(0.0); }" }) {
         const auto view = Pictures::view(source, input);
         const auto result = render(*view);
@@ -248,8 +253,8 @@ TEST(LTCView, AFaultyShaderLetsThePictureThroughAndNamesTheLine)
 
 TEST(LTCView, AnEndlessLoopEnds)
 {
-    const auto view = Pictures::view(
-        HEADER "void main() { int n = 0; while (true) { n++; if (n < 0) break; } gl_FragColor = vec4(n == 4096 ? 1.0 : 0.0); }",
+    const auto view = Pictures::view(HEADER "void main() { int n = 0; while (true) { n++; if (n < 0) break; } "
+                                            "gl_FragColor = vec4(n == 4096 ? 1.0 : 0.0); }",
         plain(4, 4, { 0, 0, 0 }));
     EXPECT_EQ(pixelAt(*render(*view), 0, 0)[0], 255);
 }
@@ -292,7 +297,8 @@ TEST(LTCView, TakesAnImageForAPicture)
 {
     const auto view = make<LTCView>();
     view->loadComposition(composition(HEADER "void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage); }"));
-    view->setValue_forInputKey(CIImage::imageWithCVImageBuffer(plain(8, 8, { 9, 8, 7 }).get()).get(), QCCompositionInputImageKey);
+    view->setValue_forInputKey(
+        CIImage::imageWithCVImageBuffer(plain(8, 8, { 9, 8, 7 }).get()).get(), QCCompositionInputImageKey);
     EXPECT_EQ(pixelAt(*render(*view), 3, 3), (Pixel { 9, 8, 7 }));
 }
 
@@ -324,7 +330,8 @@ TEST(LTCView, RendersForARequestOnTheRenderThreadAndShowsTheResult)
 TEST(LTCView, ACompositionThatLooksAtTheTimeRendersByItself)
 {
     const auto view = make<CountingView>();
-    view->loadComposition(composition(HEADER "void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage) * fract(TIME); }"));
+    view->loadComposition(
+        composition(HEADER "void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage) * fract(TIME); }"));
     view->setValue_forInputKey(plain(8, 8, { 50, 60, 70 }).get(), QCCompositionInputImageKey);
     view->startRendering();
     EXPECT_TRUE(view->waitForCount(5));
