@@ -8,7 +8,6 @@ class FilteredMovieWriter : public CaptureFixture {
 protected:
     void SetUp() override
     {
-        CaptureFixture::SetUp();
         AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil = AVCaptureSessionPreset640x480;
         AVCaptureFilteredMovieWriter_CapturePixelBufferSizeOrZero = { 320, 180 };
         folder = std::filesystem::temp_directory_path() / ("tovrin-writer-" + std::to_string(getpid()));

@@ -30,7 +30,6 @@ class RecorderController : public CaptureFixture {
 protected:
     void SetUp() override
     {
-        CaptureFixture::SetUp();
         AVCameraSessionController_NoCameraDeviceNameConstructor();
     }
     void TearDown() override

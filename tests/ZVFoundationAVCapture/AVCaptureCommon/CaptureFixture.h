@@ -13,7 +13,8 @@
 /// A machine whose devices the test attaches.
 class CaptureFixture : public testing::Test {
 protected:
-    void SetUp() override { CaptureDeviceList::shared().useHostDevices(false); }
+    /// Before the members of a test make their sessions, which look for devices.
+    CaptureFixture() { CaptureDeviceList::shared().useHostDevices(false); }
     void TearDown() override
     {
         FailPoint::disarmAll();
