@@ -88,7 +88,7 @@ TEST_F(AVCaptureDeviceTest, IdentifiersAreUniqueAndFindTheDevice)
     list.deviceCame(second);
     EXPECT_EQ(textOf(first->uniqueID()), "Twin");
     EXPECT_EQ(textOf(second->uniqueID()), "Twin#2");
-    EXPECT_EQ(AVCaptureDevice::deviceWithUniqueID(CFSTR("Twin#2")), second);
+    EXPECT_EQ(AVCaptureDevice::deviceWithUniqueID(CFSTR("Twin#2")), second.get());
     EXPECT_EQ(AVCaptureDevice::deviceWithUniqueID(CFSTR("Nobody")), nullptr);
 }
 
