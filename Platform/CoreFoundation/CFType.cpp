@@ -133,6 +133,15 @@ CFType* WeakAnchor::retainedObject() noexcept
     return object;
 }
 
+bool WeakAnchor::isOrphan() noexcept
+{
+    while (mLock.test_and_set(std::memory_order_acquire))
+        std::this_thread::yield();
+    const bool isOrphan = !mObject;
+    mLock.clear(std::memory_order_release);
+    return isOrphan;
+}
+
 void WeakAnchor::objectDies() noexcept
 {
     // A reader holds the lock while it looks at the count, so the memory is still there for it.

@@ -117,7 +117,11 @@ public:
     explicit operator bool() const noexcept { return mObject != nullptr; }
 
     friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.mObject == b.mObject; }
-    friend bool operator==(const Ref& a, const T* b) noexcept { return a.mObject == b; }
+    // A template, so that no conversion of the reference to a pointer competes with it.
+    template <class U> friend bool operator==(const Ref& a, U* b) noexcept
+    {
+        return a.mObject == b;
+    }
     friend bool operator==(const Ref& a, std::nullptr_t) noexcept { return a.mObject == nullptr; }
 
 private:
@@ -140,6 +144,8 @@ public:
     void release() noexcept;
     /// The object with one more reference, or null when its last reference has gone.
     CFType* retainedObject() noexcept;
+    /// Whether the object's last reference has gone.
+    bool isOrphan() noexcept;
 
 private:
     friend class CFType;
@@ -200,6 +206,9 @@ public:
             return nullptr;
         return Ref<T>::adopt(mObject);
     }
+
+    /// Whether it is null by now. Takes no reference, so that nothing can end here, as it could while a lock is held.
+    bool isNull() const noexcept { return !mAnchor || mAnchor->isOrphan(); }
 
 private:
     WeakAnchor* mAnchor = nullptr;

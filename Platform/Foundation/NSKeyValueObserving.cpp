@@ -128,7 +128,7 @@ void NSObject::addObserver_forKeyPath_options_context(
         if (!mObservations)
             mObservations = std::make_unique<NSKeyValueObservations>();
         // Observers that died without a word are forgotten here.
-        std::erase_if(mObservations->observations, [](const auto& other) { return !other.observer.strongReference(); });
+        std::erase_if(mObservations->observations, [](const auto& other) { return other.observer.isNull(); });
         mObservations->observations.push_back(std::move(observation));
     }
     if (isPath) {

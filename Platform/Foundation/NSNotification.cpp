@@ -4,6 +4,7 @@
 #include "Platform/dispatch/dispatch.h"
 
 #include <algorithm>
+#include <iterator>
 
 NSNotification::NSNotification(CFString* name, CFType* object, CFDictionary* userInfo)
     : mName(name)
@@ -40,7 +41,7 @@ void NSNotificationCenter::addObserver_selector_name_object(
     if (!observer)
         return;
     const std::lock_guard guard(mLock);
-    std::erase_if(mEntries, [](const Entry& entry) { return !entry.observer.strongReference(); });
+    std::erase_if(mEntries, [](const Entry& entry) { return entry.observer.isNull(); });
     mEntries.push_back({ observer, observer, std::string(selector), name, object, nullptr });
 }
 
@@ -93,11 +94,15 @@ void NSNotificationCenter::removeObserver(NSObject* observer)
 
 void NSNotificationCenter::removeObserver_name_object(NSObject* observer, CFString* name, CFType* object)
 {
+    // What goes with the entries goes after the lock: the end of a block's closure may come back here.
+    std::vector<Entry> removed;
     const std::lock_guard guard(mLock);
-    std::erase_if(mEntries, [&](const Entry& entry) {
-        return entry.identity == observer && (!name || CFEqual(entry.name.get(), name))
-            && (!object || entry.object == object);
+    const auto leaving = std::ranges::stable_partition(mEntries, [&](const Entry& entry) {
+        return entry.identity != observer || (name && !CFEqual(entry.name.get(), name))
+            || (object && entry.object != object);
     });
+    removed.assign(std::make_move_iterator(leaving.begin()), std::make_move_iterator(leaving.end()));
+    mEntries.erase(leaving.begin(), leaving.end());
 }
 
 void NSNotificationCenter::postNotificationName_object(CFString* name, CFType* object)

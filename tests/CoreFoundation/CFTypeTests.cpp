@@ -50,7 +50,9 @@ TEST(WeakRef, BecomesNullWithTheLastReference)
     const WeakRef<Counted> weak(object);
     const auto copy = weak;
     EXPECT_EQ(weak.strongReference(), object);
+    EXPECT_FALSE(weak.isNull());
     object = nullptr;
+    EXPECT_TRUE(weak.isNull());
     EXPECT_FALSE(weak.strongReference());
     EXPECT_FALSE(copy.strongReference());
     EXPECT_EQ(alive, 0);

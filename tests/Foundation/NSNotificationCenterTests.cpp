@@ -64,3 +64,25 @@ TEST(NSNotificationCenter, ForgetsListenersThatDied)
     center->postNotificationName_object(CFSTR("A"), nullptr);
     EXPECT_THAT(kept->lines, ElementsAre("A"));
 }
+
+TEST(NSNotificationCenter, ABlockWhoseEndRemovesAnObserverDoesNotWaitForItself)
+{
+    struct RemovesAtItsEnd : CFType {
+        explicit RemovesAtItsEnd(NSNotificationCenter* from)
+            : center(from)
+        {
+        }
+        ~RemovesAtItsEnd() override { center->removeObserver(nullptr); }
+        NSNotificationCenter* center;
+    };
+    const auto center = make<NSNotificationCenter>();
+    int heard = 0;
+    auto token = center->addObserverForName_object_queue_usingBlock(CFSTR("A"), nullptr, nullptr,
+        [&heard, held = make<RemovesAtItsEnd>(center.get())](NSNotification*) { ++heard; });
+    center->postNotificationName_object(CFSTR("A"), nullptr);
+    auto* const observer = token.get();
+    token = nullptr;
+    center->removeObserver(observer);
+    center->postNotificationName_object(CFSTR("A"), nullptr);
+    EXPECT_EQ(heard, 1);
+}
