@@ -9,8 +9,8 @@ namespace {
 void* coreFoundationFramework()
 {
     static void* const sCoreFoundationFramework = [] {
-        void* const handle = DynamicLinker::dlopen(
-            "/System/Library/Frameworks/CoreFoundation.framework/Versions/A/CoreFoundation", 0);
+        void* const handle
+            = DynamicLinker::dlopen("/System/Library/Frameworks/CoreFoundation.framework/Versions/A/CoreFoundation", 0);
         CFRequiredNotCFNullIn("___softlink_CFTypeRefFunctionPointer", handle, "sCoreFoundationFramework");
         return handle;
     }();
@@ -23,8 +23,7 @@ AutoreleaseFunction* autoreleaseFunction()
 {
     static AutoreleaseFunction* const sCFAutoreleasePtr = [] {
         void* const symbol = DynamicLinker::dlsym(coreFoundationFramework(), "CFAutorelease");
-        CFRequiredNotCFNullIn(
-            "__CFTypeRefPropertySafeRetainAndAutorelease_block_invoke", symbol, "sCFAutoreleasePtr");
+        CFRequiredNotCFNullIn("__CFTypeRefPropertySafeRetainAndAutorelease_block_invoke", symbol, "sCFAutoreleasePtr");
         return DynamicLinker::functionAt<AutoreleaseFunction>(symbol);
     }();
     return sCFAutoreleasePtr;

@@ -1,8 +1,8 @@
 #include "WithRequirements/NSIsRunningOnMainThread.h"
 
+#include "Platform/dispatch/dispatch.h"
 #include "Platform/Foundation/NSOperationQueue.h"
 #include "Platform/Foundation/NSThread.h"
-#include "Platform/dispatch/dispatch.h"
 
 bool __NSIsRunningOnMainQueue()
 {

@@ -18,13 +18,11 @@ void __OSStatusRequiredBody(OSStatus status, const char* function, const char* f
         GetMacOSStatusErrorString(status), GetMacOSStatusCommentString(status));
 }
 
-void __CFRequiredNotCFNullBody(
-    const void* value, const char* file, const char* function, int line, const char* source)
+void __CFRequiredNotCFNullBody(const void* value, const char* file, const char* function, int line, const char* source)
 {
     const AutoreleasePool pool;
     const auto text = CFFormat("0x%08lx==NULL", { CFFormatArgument(value) });
-    __CFLogPrintf(
-        CFSTR("REQUIRED_NOT_NULL %s : %s in %s LINE# %d (%s)\n"), text.c_str(), source, function, line, file);
+    __CFLogPrintf(CFSTR("REQUIRED_NOT_NULL %s : %s in %s LINE# %d (%s)\n"), text.c_str(), source, function, line, file);
 }
 
 void __CFRequiredTypeOfBody(const char* tag, CFTypeRef object, CFTypeID expected, const char* file,

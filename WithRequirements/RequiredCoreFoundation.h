@@ -10,8 +10,7 @@
 
 void __CFRequiredBody(const char* file, const char* function, int line, const char* source);
 void __OSStatusRequiredBody(OSStatus status, const char* function, const char* file, int line, const char* source);
-void __CFRequiredNotCFNullBody(
-    const void* value, const char* file, const char* function, int line, const char* source);
+void __CFRequiredNotCFNullBody(const void* value, const char* file, const char* function, int line, const char* source);
 void __CFRequiredTypeOfBody(const char* tag, CFTypeRef object, CFTypeID expected, const char* file,
     const char* function, int line, const char* source);
 /// The tag is never printed: the word in the line is fixed.

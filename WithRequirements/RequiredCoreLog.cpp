@@ -1,7 +1,7 @@
 #include "WithRequirements/RequiredCoreLog.h"
 
-#include "Platform/Foundation/NSLog.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSLog.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -123,7 +123,7 @@ void __CFLogSetLogStringFnPtr(CFLogStringFn function)
 void __CFLogDrain()
 {
     if (const auto queue = outputQueue())
-        dispatch_sync(queue, [] { });
+        dispatch_sync(queue, [] {});
 }
 
 void RequiredCoreLogTypeRefConstructor()

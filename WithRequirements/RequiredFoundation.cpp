@@ -34,8 +34,7 @@ Ref<CFType> delegateOf(CFTypeRef object)
 
 }
 
-void __NSRequiredNSErrorNilBody(
-    CFTypeRef error, const char* file, const char* function, int line, const char* source)
+void __NSRequiredNSErrorNilBody(CFTypeRef error, const char* file, const char* function, int line, const char* source)
 {
     const RequiredSourceSite site { file, function, line, source };
     __CFLogError(&site, CFSTR("REQUIRED_NSERROR_NIL %@"), error);

@@ -10,8 +10,7 @@ void NSRequiredNotNSNullCachedValueConstructor();
 
 /// The bodies of the requirement checks on objects with messages. Each writes one line and returns.
 
-void __NSRequiredNSErrorNilBody(
-    CFTypeRef error, const char* file, const char* function, int line, const char* source);
+void __NSRequiredNSErrorNilBody(CFTypeRef error, const char* file, const char* function, int line, const char* source);
 void __NSRequiredNotNilBody(CFTypeRef object, const char* file, const char* function, int line, const char* source);
 void __NSRequiredKindOfClassBody(const char* tag, CFTypeRef object, Class required, const char* file,
     const char* function, int line, const char* source);

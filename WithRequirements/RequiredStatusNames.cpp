@@ -84,8 +84,8 @@ void __GLRequiredBody(std::int32_t error, const char* file, const char* function
     __CFLogError(&site, CFSTR("REQUIRED_OPENGL: %s (%d)"), StatusNames::openGL(error), error);
 }
 
-void __CoreMediaCMTimeLogMessage(const char* path, const char* function, int line, const CMTime& time,
-    const char* /*ignored*/, const char* label)
+void __CoreMediaCMTimeLogMessage(
+    const char* path, const char* function, int line, const CMTime& time, const char* /*ignored*/, const char* label)
 {
     const auto description = CMTimeCopyDescription(kCFAllocatorDefault, time);
     if (!isPresent(description.get()) || CFGetTypeID(description.get()) != CFStringGetTypeID() || !path)

@@ -22,5 +22,5 @@ void __CGLErrorRequiredBody(OSStatus status, const char* function, const char* f
 void __GLRequiredBody(std::int32_t error, const char* file, const char* function, int line);
 
 /// A trace of one time value, no requirement. \p ignored is not used.
-void __CoreMediaCMTimeLogMessage(const char* path, const char* function, int line, const CMTime& time,
-    const char* ignored, const char* label);
+void __CoreMediaCMTimeLogMessage(
+    const char* path, const char* function, int line, const CMTime& time, const char* ignored, const char* label);

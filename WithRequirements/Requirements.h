@@ -22,11 +22,23 @@
 
 namespace requiredCpp {
 
-inline CFTypeRef objectOf(CFType* object) noexcept { return object; }
-template <class T> CFTypeRef objectOf(const Ref<T>& object) noexcept { return object.get(); }
+inline CFTypeRef objectOf(CFType* object) noexcept
+{
+    return object;
+}
+template <class T> CFTypeRef objectOf(const Ref<T>& object) noexcept
+{
+    return object.get();
+}
 
-inline const void* addressOf(const void* value) noexcept { return value; }
-inline const void* addressOf(const CFType* object) noexcept { return object; }
+inline const void* addressOf(const void* value) noexcept
+{
+    return value;
+}
+inline const void* addressOf(const CFType* object) noexcept
+{
+    return object;
+}
 template <class T> const void* addressOf(const Ref<T>& object) noexcept
 {
     return static_cast<const CFType*>(object.get());
@@ -126,8 +138,7 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
     REQUIRED_STATUS_IN(__CoreVideoRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CGErrorRequired(value, ...) CGErrorRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CGErrorRequiredIn(name, value, ...)                                                                            \
-    REQUIRED_STATUS_IN(                                                                                                \
-        __CoreGraphicsCGErrorRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
+    REQUIRED_STATUS_IN(__CoreGraphicsCGErrorRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
 #define CGLErrorRequired(value, ...) CGLErrorRequiredIn(__func__, value __VA_OPT__(, ) __VA_ARGS__)
 #define CGLErrorRequiredIn(name, value, ...)                                                                           \
     REQUIRED_STATUS_IN(__CGLErrorRequiredBody, name, value, REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))

@@ -60,8 +60,7 @@ std::uint32_t ZVOperatingSystemVersion_GetCoreFoundation(NSOperatingSystemVersio
     if (!CFRequiredTypeOf(propertyListRef, CFDictionaryGetTypeID(), "propertyListRef"))
         return 0;
     CFShow(propertyListRef);
-    auto* const versionString
-        = CFDictionaryGetValue(kindOf<CFDictionary>(propertyListRef), CFSTR("ProductVersion"));
+    auto* const versionString = CFDictionaryGetValue(kindOf<CFDictionary>(propertyListRef), CFSTR("ProductVersion"));
     if (!CFRequiredTypeOf(versionString, CFStringGetTypeID(), "versionString"))
         return 0;
     // Owned by the dictionary, and released here all the same: what a property list owns outlives it.

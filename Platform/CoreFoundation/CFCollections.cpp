@@ -89,9 +89,9 @@ CFTypeID CFArray::typeID() const noexcept
 bool CFArray::isEqual(CFType* other)
 {
     const auto* const array = dynamic_cast<CFArray*>(other);
-    return array
-        && std::ranges::equal(
-            values(), array->values(), [](const auto& a, const auto& b) { return CFEqual(a.get(), b.get()); });
+    return array && std::ranges::equal(values(), array->values(), [](const auto& a, const auto& b) {
+        return CFEqual(a.get(), b.get());
+    });
 }
 
 std::string CFArray::description()
@@ -128,7 +128,8 @@ std::size_t CFDictionary::count() const
 
 std::size_t CFDictionary::indexOf(CFType* key) const
 {
-    const auto found = std::ranges::find_if(mEntries, [key](const Entry& entry) { return CFEqual(entry.first.get(), key); });
+    const auto found
+        = std::ranges::find_if(mEntries, [key](const Entry& entry) { return CFEqual(entry.first.get(), key); });
     return static_cast<std::size_t>(found - mEntries.begin());
 }
 

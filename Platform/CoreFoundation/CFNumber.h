@@ -13,7 +13,7 @@ public:
     {
     }
     template <class T>
-        requires std::is_arithmetic_v<T>
+    requires std::is_arithmetic_v<T>
     static Ref<CFNumber> create(T value)
     {
         if constexpr (std::is_floating_point_v<T>)

@@ -110,8 +110,8 @@ std::string asText(const CFFormatArgument::Value& value)
     return {};
 }
 
-/// Arguments narrower than 64 bits arrive widened; unsigned conversions of negative ones print their low 32 bits, as the
-/// C library does for an `int`.
+/// Arguments narrower than 64 bits arrive widened; unsigned conversions of negative ones print their low 32 bits, as
+/// the C library does for an `int`.
 std::string formatted(const Conversion& conversion, bool isLong, const CFFormatArgument::Value& value)
 {
     const std::string start = "%" + conversion.flags;
@@ -123,7 +123,8 @@ std::string formatted(const Conversion& conversion, bool isLong, const CFFormatA
     case 'd':
     case 'i':
         return printed(start + "lld",
-            isLong ? static_cast<long long>(asInteger(value)) : static_cast<long long>(static_cast<int>(asInteger(value))));
+            isLong ? static_cast<long long>(asInteger(value))
+                   : static_cast<long long>(static_cast<int>(asInteger(value))));
     case 'c':
         return printed(start + 'c', static_cast<int>(asInteger(value)));
     case 'p':

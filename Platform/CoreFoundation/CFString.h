@@ -65,8 +65,7 @@ public:
     {
     }
     template <class T>
-        requires std::is_integral_v<T> || std::is_enum_v<T>
-    CFFormatArgument(T number)
+    requires std::is_integral_v<T> || std::is_enum_v<T> CFFormatArgument(T number)
     {
         if constexpr (std::is_unsigned_v<T>)
             mValue = static_cast<std::uint64_t>(number);

@@ -77,14 +77,14 @@ public:
     {
     }
     template <class U>
-        requires std::is_convertible_v<U*, T*>
-    Ref(const Ref<U>& other) noexcept
+    requires std::is_convertible_v<U*, T*> Ref(const Ref<U>& other)
+    noexcept
         : Ref(other.get())
     {
     }
     template <class U>
-        requires std::is_convertible_v<U*, T*>
-    Ref(Ref<U>&& other) noexcept
+    requires std::is_convertible_v<U*, T*> Ref(Ref<U>&& other)
+    noexcept
         : mObject(other.leak())
     {
     }
@@ -118,10 +118,7 @@ public:
 
     friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.mObject == b.mObject; }
     // A template, so that no conversion of the reference to a pointer competes with it.
-    template <class U> friend bool operator==(const Ref& a, U* b) noexcept
-    {
-        return a.mObject == b;
-    }
+    template <class U> friend bool operator==(const Ref& a, U* b) noexcept { return a.mObject == b; }
     friend bool operator==(const Ref& a, std::nullptr_t) noexcept { return a.mObject == nullptr; }
 
 private:

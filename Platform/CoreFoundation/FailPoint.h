@@ -22,8 +22,8 @@ std::optional<std::int32_t> check(std::string_view name);
 /// Arms a point for the length of a scope.
 class Scope {
 public:
-    explicit Scope(std::string_view name, std::int32_t status = -1, std::uint64_t skip = 0,
-        std::uint64_t count = UINT64_MAX)
+    explicit Scope(
+        std::string_view name, std::int32_t status = -1, std::uint64_t skip = 0, std::uint64_t count = UINT64_MAX)
         : mName(name)
     {
         arm(name, status, skip, count);

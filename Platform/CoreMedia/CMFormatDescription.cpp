@@ -112,7 +112,8 @@ const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescrip
     return description && description->mediaType() == kCMMediaType_Audio ? &description->audio() : nullptr;
 }
 
-const AudioChannelLayout* CMAudioFormatDescriptionGetChannelLayout(CMFormatDescriptionRef description, std::size_t* size)
+const AudioChannelLayout* CMAudioFormatDescriptionGetChannelLayout(
+    CMFormatDescriptionRef description, std::size_t* size)
 {
     if (size)
         *size = 0;

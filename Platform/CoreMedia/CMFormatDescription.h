@@ -66,8 +66,8 @@ using CMAudioFormatDescriptionRef = CMFormatDescription*;
 
 CFTypeID CMFormatDescriptionGetTypeID();
 /// Fail point "CMVideoFormatDescriptionCreate".
-OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef allocator, OSType codec, std::int32_t width,
-    std::int32_t height, CFDictionary* extensions, Ref<CMFormatDescription>* result);
+OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef allocator, OSType codec, std::int32_t width, std::int32_t height,
+    CFDictionary* extensions, Ref<CMFormatDescription>* result);
 /// Fail point "CMVideoFormatDescriptionCreateForImageBuffer".
 OSStatus CMVideoFormatDescriptionCreateForImageBuffer(
     CFAllocatorRef allocator, CVImageBufferRef imageBuffer, Ref<CMFormatDescription>* result);
@@ -77,7 +77,8 @@ CMVideoDimensions CMVideoFormatDescriptionGetDimensions(CMFormatDescriptionRef d
 CMMediaType CMFormatDescriptionGetMediaType(CMFormatDescriptionRef description);
 FourCharCode CMFormatDescriptionGetMediaSubType(CMFormatDescriptionRef description);
 /// Null for null and for video.
-const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMFormatDescriptionRef description);
+const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(
+    CMFormatDescriptionRef description);
 /// Null for null and for video, also at the fail point "CMAudioFormatDescriptionGetChannelLayout".
 const AudioChannelLayout* CMAudioFormatDescriptionGetChannelLayout(
     CMFormatDescriptionRef description, std::size_t* size);

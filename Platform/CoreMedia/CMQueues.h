@@ -39,8 +39,8 @@ using CMBufferQueueRef = CMBufferQueue*;
 
 CFTypeID CMBufferQueueGetTypeID();
 /// Fail point "CMBufferQueueCreate".
-OSStatus CMBufferQueueCreate(CFAllocatorRef allocator, CFIndex capacity, const CMBufferCallbacksStruct* callbacks,
-    Ref<CMBufferQueue>* result);
+OSStatus CMBufferQueueCreate(
+    CFAllocatorRef allocator, CFIndex capacity, const CMBufferCallbacksStruct* callbacks, Ref<CMBufferQueue>* result);
 /// Adds \p sampleBuffer to the end of the queue and takes a reference to it.
 /// \return 0; kCMBufferQueueError_QueueIsFull when `capacity` samples wait already, and then nothing is held;
 /// kCMBufferQueueError_RequiredParameterMissing for a null queue or sample. Fail point "CMBufferQueueEnqueue".
@@ -62,8 +62,8 @@ public:
     std::size_t capacity() const noexcept { return mCapacity; }
     CFTypeID typeID() const noexcept override;
 
-    /// Has \p added called after each element was added, on the thread that added it, with the queue unlocked. To be set
-    /// before the queue is given to anybody.
+    /// Has \p added called after each element was added, on the thread that added it, with the queue unlocked. To be
+    /// set before the queue is given to anybody.
     void setEnqueueHandler(std::function<void(CMSimpleQueue&, CFType* element)> added) { mAdded = std::move(added); }
 
 private:

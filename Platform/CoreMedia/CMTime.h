@@ -13,7 +13,10 @@ struct CMTime {
 inline constexpr CMTime kCMTimeInvalid {};
 inline constexpr CMTime kCMTimeZero { 0, 1, 1, 0 };
 
-inline constexpr bool CMTIME_IS_VALID(const CMTime& time) { return (time.flags & 1) != 0; }
+inline constexpr bool CMTIME_IS_VALID(const CMTime& time)
+{
+    return (time.flags & 1) != 0;
+}
 
 CMTime CMTimeMake(std::int64_t value, std::int32_t timescale);
 CMTime CMTimeMakeWithSeconds(double seconds, std::int32_t timescale);

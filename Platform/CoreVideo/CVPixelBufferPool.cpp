@@ -90,8 +90,8 @@ CVReturn CVPixelBufferPool::createPixelBuffer(std::size_t threshold, Ref<CVPixel
         }
     }
     if (!surface)
-        surface = IOSurface::create(
-            mShelf->width, mShelf->height, mShelf->pixelFormat, 4, mShelf->surfaceProperties.get());
+        surface
+            = IOSurface::create(mShelf->width, mShelf->height, mShelf->pixelFormat, 4, mShelf->surfaceProperties.get());
     if (!surface) {
         const std::lock_guard guard(mShelf->lock);
         --mShelf->inUse;

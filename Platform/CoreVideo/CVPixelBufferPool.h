@@ -27,7 +27,8 @@ private:
 using CVPixelBufferPoolRef = CVPixelBufferPool*;
 
 CFTypeID CVPixelBufferPoolGetTypeID();
-/// Fail point "CVPixelBufferPoolCreate". Reads format, width, height and surface properties of \p pixelBufferAttributes.
+/// Fail point "CVPixelBufferPoolCreate". Reads format, width, height and surface properties of \p
+/// pixelBufferAttributes.
 CVReturn CVPixelBufferPoolCreate(CFAllocatorRef allocator, CFDictionary* poolAttributes,
     CFDictionary* pixelBufferAttributes, Ref<CVPixelBufferPool>* result);
 /// Fail point "CVPixelBufferPoolCreatePixelBuffer".

@@ -12,10 +12,14 @@
 /// How values of C++ types and objects become one another in key-value access.
 namespace NSKeyValueCoding {
 
-template <class> struct IsRef : std::false_type { };
-template <class T> struct IsRef<Ref<T>> : std::true_type { };
-template <class> struct IsWeakRef : std::false_type { };
-template <class T> struct IsWeakRef<WeakRef<T>> : std::true_type { };
+template <class> struct IsRef : std::false_type {
+};
+template <class T> struct IsRef<Ref<T>> : std::true_type {
+};
+template <class> struct IsWeakRef : std::false_type {
+};
+template <class T> struct IsWeakRef<WeakRef<T>> : std::true_type {
+};
 /// What a reference refers to.
 template <class> struct Pointee;
 template <class T> struct Pointee<Ref<T>> {
@@ -27,8 +31,9 @@ template <class T> struct Pointee<WeakRef<T>> {
 
 /// The types whose values key-value access knows; a message that returns another one gives null when sent by name.
 template <class V>
-concept Boxable = std::is_arithmetic_v<V> || std::is_enum_v<V> || IsRef<V>::value || IsWeakRef<V>::value
-    || std::is_convertible_v<V, CFType*> || std::is_convertible_v<V, std::string_view>;
+concept Boxable
+    = std::is_arithmetic_v<V> || std::is_enum_v<V> || IsRef<V>::value || IsWeakRef<V>::value || std::is_convertible_v<V,
+        CFType*> || std::is_convertible_v<V, std::string_view>;
 
 template <Boxable V> Ref<CFType> box(const V& value)
 {
@@ -179,8 +184,7 @@ public:
 
     /// A value by key, read and written through its getter and setter.
     template <class G> void key(std::string_view name, G getter) { addKey(name, getter); }
-    template <class G, class Owner, class R, class V>
-    void key(std::string_view name, G getter, R (Owner::*setter)(V))
+    template <class G, class Owner, class R, class V> void key(std::string_view name, G getter, R (Owner::*setter)(V))
     {
         addKey(name, getter).set = [setter](NSObject& object, CFType* value) {
             (static_cast<C&>(object).*setter)(NSKeyValueCoding::unbox<std::remove_cvref_t<V>>(value));
@@ -201,11 +205,12 @@ public:
                 [field](NSObject& object, NSObject* target) {
                     static_cast<C&>(object).*field = NSKeyValueCoding::unbox<F>(target);
                 },
-                [field](NSObject& object) { return Ref<NSObject>(kindOf<NSObject>(NSKeyValueCoding::box(static_cast<C&>(object).*field))); } });
+                [field](NSObject& object) {
+                    return Ref<NSObject>(kindOf<NSObject>(NSKeyValueCoding::box(static_cast<C&>(object).*field)));
+                } });
     }
     /// An outlet with a setter of its own, such as a delegate.
-    template <class G, class Owner, class T>
-    void outlet(std::string_view name, G getter, void (Owner::*setter)(T*))
+    template <class G, class Owner, class T> void outlet(std::string_view name, G getter, void (Owner::*setter)(T*))
     {
         mType->mOutlets.emplace(std::string(name),
             NSClass::Outlet { targetClass<Ref<T>>,
@@ -288,7 +293,10 @@ Ref<CFString> NSStringFromClass(Class type);
 #define NS_OBJECT(Type)                                                                                                \
 public:                                                                                                                \
     static Class classObject();                                                                                        \
-    Class isa() const override { return classObject(); }                                                               \
+    Class isa() const override                                                                                         \
+    {                                                                                                                  \
+        return classObject();                                                                                          \
+    }                                                                                                                  \
                                                                                                                        \
 private:                                                                                                               \
     static void registerMembers(NSClassBuilder<Type>& type);
@@ -300,8 +308,7 @@ private:                                                                        
     }                                                                                                                  \
     Class Type::classObject()                                                                                          \
     {                                                                                                                  \
-        static const Class object                                                                                      \
-            = NSClassBuilder<Type>::build(#Type, Super::classObject(), &Type::registerMembers);                        \
+        static const Class object = NSClassBuilder<Type>::build(#Type, Super::classObject(), &Type::registerMembers);  \
         return object;                                                                                                 \
     }                                                                                                                  \
     void Type::registerMembers([[maybe_unused]] NSClassBuilder<Type>& type)

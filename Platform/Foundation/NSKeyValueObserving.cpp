@@ -91,7 +91,8 @@ private:
             change->set(NSKeyValueChangeOldKey, old);
         if (!isPrior && (mOptions & NSKeyValueObservingOptionNew))
             change->set(NSKeyValueChangeNewKey, orNull(root->valueForKeyPath(mKeyPath)));
-        observer->observeValueForKeyPath_ofObject_change_context(CFString::create(mKeyPath).get(), root, change, mContext);
+        observer->observeValueForKeyPath_ofObject_change_context(
+            CFString::create(mKeyPath).get(), root, change, mContext);
     }
 
     WeakRef<NSObject> mRoot;
@@ -149,9 +150,9 @@ void NSObject::removeObserver_forKeyPath(NSObject* observer, std::string_view ke
     {
         const std::lock_guard guard(mObservationsLock);
         auto* const list = mObservations ? &mObservations->observations : nullptr;
-        const auto matches
-            = [&](const auto& entry) { return entry.identity == observer && entry.keyPath == keyPath; };
-        const auto found = list ? std::ranges::find_if(*list, matches) : std::vector<NSKeyValueObservations::Observation>::iterator();
+        const auto matches = [&](const auto& entry) { return entry.identity == observer && entry.keyPath == keyPath; };
+        const auto found = list ? std::ranges::find_if(*list, matches)
+                                : std::vector<NSKeyValueObservations::Observation>::iterator();
         if (!list || found == list->end())
             throw NSException("NSRangeException",
                 "cannot remove an observer for the key path \"" + std::string(keyPath) + "\" because it is not one");
@@ -216,7 +217,8 @@ void NSObject::willChangeValueForKey(std::string_view key)
         if (observing.empty())
             continue;
         Ref<CFType> old;
-        if (std::ranges::any_of(observing, [](const auto& entry) { return entry.options & NSKeyValueObservingOptionOld; }))
+        if (std::ranges::any_of(
+                observing, [](const auto& entry) { return entry.options & NSKeyValueObservingOptionOld; }))
             old = orNull(valueForKey(affected));
         {
             const std::lock_guard guard(mObservationsLock);

@@ -1,7 +1,7 @@
 #include "Platform/Foundation/NSNotification.h"
 
-#include "Platform/Foundation/NSOperationQueue.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSOperationQueue.h"
 
 #include <algorithm>
 #include <iterator>

@@ -24,8 +24,9 @@ std::filesystem::path settingsFile()
 {
     const char* const configured = std::getenv("XDG_CONFIG_HOME");
     const char* const home = std::getenv("HOME");
-    const std::filesystem::path folder = configured && *configured == '/' ? std::filesystem::path(configured)
-                                                                          : std::filesystem::path(home ? home : "/") / ".config";
+    const std::filesystem::path folder = configured && *configured == '/'
+        ? std::filesystem::path(configured)
+        : std::filesystem::path(home ? home : "/") / ".config";
     return folder / "tovrin" / "defaults.json";
 }
 

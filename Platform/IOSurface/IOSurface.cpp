@@ -38,8 +38,8 @@ CFTypeID IOSurfaceGetTypeID()
     return identifier;
 }
 
-Ref<IOSurface> IOSurface::create(std::size_t width, std::size_t height, OSType pixelFormat,
-    std::size_t bytesPerElement, CFDictionary* properties)
+Ref<IOSurface> IOSurface::create(
+    std::size_t width, std::size_t height, OSType pixelFormat, std::size_t bytesPerElement, CFDictionary* properties)
 {
     if (width == 0 || height == 0 || width > largestSide || height > largestSide || FAIL_POINT("IOSurfaceCreate"))
         return nullptr;
@@ -67,7 +67,7 @@ Ref<IOSurface> IOSurface::adopt(int descriptor, IOSurfaceID identifier, std::siz
     OSType pixelFormat, std::size_t bytesPerRow)
 {
     constexpr int sizeSeals = F_SEAL_SHRINK | F_SEAL_GROW;
-    struct stat status {};
+    struct stat status { };
     const bool sane = width > 0 && height > 0 && width <= largestSide && height <= largestSide
         && bytesPerRow >= width * 4 && bytesPerRow <= largestSide * 16;
     const int seals = ::fcntl(descriptor, F_GET_SEALS);
@@ -80,8 +80,7 @@ Ref<IOSurface> IOSurface::adopt(int descriptor, IOSurfaceID identifier, std::siz
             ::close(descriptor);
         return nullptr;
     }
-    return make<IOSurface>(
-        descriptor, base, bytesPerRow * height, identifier, width, height, pixelFormat, bytesPerRow);
+    return make<IOSurface>(descriptor, base, bytesPerRow * height, identifier, width, height, pixelFormat, bytesPerRow);
 }
 
 IOSurface::IOSurface(int descriptor, std::byte* base, std::size_t length, IOSurfaceID identifier, std::size_t width,

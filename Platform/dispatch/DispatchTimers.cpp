@@ -92,7 +92,9 @@ void Timers::runThread()
         const std::int64_t now = HostClock::nanoseconds();
         const std::int64_t wait = mEntries.begin()->first - now;
         if (wait > 0) {
-            mChanged.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::nanoseconds(std::min(wait, clamped(3600 * NSEC_PER_SEC))));
+            mChanged.wait_until(lock,
+                std::chrono::steady_clock::now()
+                    + std::chrono::nanoseconds(std::min(wait, clamped(3600 * NSEC_PER_SEC))));
             continue;
         }
         lock.unlock();

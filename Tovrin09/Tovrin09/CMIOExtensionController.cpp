@@ -38,6 +38,4 @@ void CMIOExtensionController::applicationDidFinishLaunching(NSNotification* noti
         content->applicationDidFinishLaunching(notification);
 }
 
-void CMIOExtensionController::applicationWillTerminate(NSNotification* /*notification*/)
-{
-}
+void CMIOExtensionController::applicationWillTerminate(NSNotification* /*notification*/) { }

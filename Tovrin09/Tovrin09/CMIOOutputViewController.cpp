@@ -1,7 +1,7 @@
 #include "Tovrin09/Tovrin09/CMIOOutputViewController.h"
 
-#include "Platform/Foundation/NSError.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSError.h"
 #include "WithRequirements/Requirements.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOClientDeviceList.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
@@ -33,8 +33,8 @@ NS_IMPLEMENTATION(CMIOOutputViewController, NSViewController)
     type.message("applicationWillFinishLaunching:", &CMIOOutputViewController::applicationWillFinishLaunching);
     type.message("applicationDidFinishLaunching:", &CMIOOutputViewController::applicationDidFinishLaunching);
     type.message("numberOfRowsInTableView:", &CMIOOutputViewController::numberOfRowsInTableView);
-    type.message("tableView:objectValueForTableColumn:row:",
-        &CMIOOutputViewController::tableView_objectValueForTableColumn_row);
+    type.message(
+        "tableView:objectValueForTableColumn:row:", &CMIOOutputViewController::tableView_objectValueForTableColumn_row);
 }
 
 void CMIOOutputViewController::initialize()

@@ -10,8 +10,8 @@
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOSystemExtensionControllerDelegate.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOPixelBufferRenderer.h"
 
-/// Where finished frames and the virtual camera meet: keeps the latest frame, shows it in the output window, gives it to
-/// the camera when asked, and keeps the window's status table.
+/// Where finished frames and the virtual camera meet: keeps the latest frame, shows it in the output window, gives it
+/// to the camera when asked, and keeps the window's status table.
 class CMIOOutputViewController : public NSViewController,
                                  public ZVCMIOClientDeviceControllerDelegate,
                                  public ZVCMIODeviceConnectionControllerDelegate,

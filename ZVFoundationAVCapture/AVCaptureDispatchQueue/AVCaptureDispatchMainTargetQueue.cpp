@@ -9,7 +9,8 @@ NS_IMPLEMENTATION(AVCaptureDispatchMainTargetQueue, NSObject)
 
 dispatch_queue_t AVCaptureDispatchMainTargetQueue::targetQueue()
 {
-    static dispatch_queue_t const sAVCaptureDispatchMainTargetQueue
-        = avcapture_dispatch_queue_create_with_target("sAVCaptureDispatchMainTargetQueue", nullptr, dispatch_get_main_queue()).leak();
+    static dispatch_queue_t const sAVCaptureDispatchMainTargetQueue = avcapture_dispatch_queue_create_with_target(
+        "sAVCaptureDispatchMainTargetQueue", nullptr, dispatch_get_main_queue())
+                                                                          .leak();
     return sAVCaptureDispatchMainTargetQueue;
 }

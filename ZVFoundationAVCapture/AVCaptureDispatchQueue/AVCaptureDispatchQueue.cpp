@@ -94,7 +94,7 @@ dispatch_queue_t AVCaptureDispatchQueue::targetQueue() const
 void AVCaptureDispatchQueue::waitUntilQueueEmpty()
 {
     if (_queue)
-        dispatch_sync(_queue, [] { });
+        dispatch_sync(_queue, [] {});
 }
 
 void AVCaptureDispatchQueue::sync(const dispatch_block_t& block)

@@ -7,6 +7,7 @@ NS_IMPLEMENTATION(AVCaptureDispatchSerialTargetQueue, NSObject)
 
 dispatch_queue_t AVCaptureDispatchSerialTargetQueue::targetQueue()
 {
-    static dispatch_queue_t const sAVCaptureDispatchSerialTargetQueue = dispatch_queue_create("sAVCaptureDispatchSerialTargetQueue", nullptr).leak();
+    static dispatch_queue_t const sAVCaptureDispatchSerialTargetQueue
+        = dispatch_queue_create("sAVCaptureDispatchSerialTargetQueue", nullptr).leak();
     return sAVCaptureDispatchSerialTargetQueue;
 }

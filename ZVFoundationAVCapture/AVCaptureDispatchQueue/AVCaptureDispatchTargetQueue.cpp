@@ -7,6 +7,7 @@ NS_IMPLEMENTATION(AVCaptureDispatchTargetQueue, NSObject)
 
 dispatch_queue_t AVCaptureDispatchTargetQueue::targetQueue()
 {
-    static dispatch_queue_t const sAVCaptureDispatchTargetQueue = dispatch_queue_create("sAVCaptureDispatchTargetQueue", nullptr).leak();
+    static dispatch_queue_t const sAVCaptureDispatchTargetQueue
+        = dispatch_queue_create("sAVCaptureDispatchTargetQueue", nullptr).leak();
     return sAVCaptureDispatchTargetQueue;
 }

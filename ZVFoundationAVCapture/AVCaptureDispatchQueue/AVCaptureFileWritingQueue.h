@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDiskIOTargetQueue.h"
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
 
 /// A queue that writes files.
 class AVCaptureFileWritingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureFileWritingQueue> {

@@ -7,6 +7,7 @@ NS_IMPLEMENTATION(AVCaptureRenderingTargetQueue, NSObject)
 
 dispatch_queue_t AVCaptureRenderingTargetQueue::targetQueue()
 {
-    static dispatch_queue_t const sAVCaptureRenderingTargetQueue = dispatch_queue_create("sAVCaptureRenderingTargetQueue", nullptr).leak();
+    static dispatch_queue_t const sAVCaptureRenderingTargetQueue
+        = dispatch_queue_create("sAVCaptureRenderingTargetQueue", nullptr).leak();
     return sAVCaptureRenderingTargetQueue;
 }

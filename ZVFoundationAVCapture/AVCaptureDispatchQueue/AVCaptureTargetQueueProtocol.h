@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Foundation/NSObject.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSObject.h"
 
 /// What a target-queue class offers: one process-wide queue, made on first use and never released, into which the named
 /// queues of a family are funnelled. The classes register `targetQueue` as a message of the class.

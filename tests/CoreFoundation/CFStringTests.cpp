@@ -1,7 +1,7 @@
 #include "Platform/CoreFoundation/CFString.h"
 
-#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/CFNumber.h"
+#include "Platform/CoreFoundation/FailPoint.h"
 
 #include <gtest/gtest.h>
 

@@ -14,8 +14,8 @@ Ref<CMSampleBuffer> sample()
 Ref<CMBufferQueue> bufferQueue(CFIndex capacity)
 {
     Ref<CMBufferQueue> queue;
-    EXPECT_EQ(CMBufferQueueCreate(
-                  kCFAllocatorDefault, capacity, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), &queue),
+    EXPECT_EQ(
+        CMBufferQueueCreate(kCFAllocatorDefault, capacity, CMBufferQueueGetCallbacksForUnsortedSampleBuffers(), &queue),
         0);
     return queue;
 }

@@ -101,7 +101,8 @@ TEST(CVPixelBufferPool, MayBeSharedByThreads)
 TEST(CVPixelBufferPool, CreationReportsWhatIsWrong)
 {
     Ref<CVPixelBufferPool> result;
-    EXPECT_EQ(CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes(0, 5).get(), &result), kCVReturnInvalidSize);
+    EXPECT_EQ(
+        CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes(0, 5).get(), &result), kCVReturnInvalidSize);
     EXPECT_EQ(CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, nullptr, &result), kCVReturnInvalidSize);
     const FailPoint::Scope armed("CVPixelBufferPoolCreate", -6660);
     EXPECT_EQ(CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes(5, 5).get(), &result), -6660);

@@ -26,7 +26,8 @@ TEST(CVPixelBuffer, RefusesSizesAndFormatsWithTheirCodes)
     Ref<CVPixelBuffer> buffer;
     EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, 0, 10, kCVPixelFormatType_32BGRA, nullptr, &buffer),
         kCVReturnInvalidSize);
-    EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, 10, 10, 0x61626364, nullptr, &buffer), kCVReturnInvalidPixelFormat);
+    EXPECT_EQ(
+        CVPixelBufferCreate(kCFAllocatorDefault, 10, 10, 0x61626364, nullptr, &buffer), kCVReturnInvalidPixelFormat);
     const FailPoint::Scope armed("CVPixelBufferCreate", -42);
     EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, 10, 10, kCVPixelFormatType_32BGRA, nullptr, &buffer), -42);
     EXPECT_FALSE(buffer);

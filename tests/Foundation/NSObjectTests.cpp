@@ -225,8 +225,8 @@ TEST(NSObject, FollowsAKeyPathWhenTheObjectOnItsWayChanges)
     first->setName("first");
     second->setName("second");
     const auto recorder = make<Recorder>();
-    person->addObserver_forKeyPath_options_context(recorder, "partner.name",
-        NSKeyValueObservingOptionNew | NSKeyValueObservingOptionInitial, nullptr);
+    person->addObserver_forKeyPath_options_context(
+        recorder, "partner.name", NSKeyValueObservingOptionNew | NSKeyValueObservingOptionInitial, nullptr);
     person->setPartner(first);
     first->setName("FIRST");
     person->setPartner(second);

@@ -55,8 +55,7 @@ TEST(IOSurface, RefusesMemoryThatCouldShrinkOrIsTooSmall)
 TEST(IOSurface, KeepsValuesByKey)
 {
     const AutoreleasePool pool;
-    const auto surface
-        = IOSurface::create(1, 1, bgra, 4, CFDictionary::create({ { CFSTR("a"), CFSTR("1") } }).get());
+    const auto surface = IOSurface::create(1, 1, bgra, 4, CFDictionary::create({ { CFSTR("a"), CFSTR("1") } }).get());
     IOSurfaceSetValues(surface, CFDictionary::create({ { CFSTR("b"), CFSTR("2") } }).get());
     const auto values = IOSurfaceCopyAllValues(surface);
     EXPECT_EQ(values->objectForKey("a"), CFSTR("1"));

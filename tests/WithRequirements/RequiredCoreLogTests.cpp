@@ -1,9 +1,9 @@
 #include "WithRequirements/RequiredCoreLog.h"
 
 #include "Platform/dispatch/dispatch.h"
+#include "tests/WithRequirements/StandardErrorCapture.h"
 #include "WithRequirements/LoadTimeInitialisers.h"
 #include "WithRequirements/Requirements.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -64,7 +64,8 @@ TEST(RequiredCoreLog, FormatsThatAreNoStringsWriteNothing)
     StandardErrorCapture capture;
     const RequiredSourceSite site { "File.cpp", "function", 12, "x" };
     const auto object = make<NamedObject>();
-    for (CFTypeRef format : { static_cast<CFTypeRef>(nullptr), static_cast<CFTypeRef>(kCFNull), static_cast<CFTypeRef>(object) }) {
+    for (CFTypeRef format :
+        { static_cast<CFTypeRef>(nullptr), static_cast<CFTypeRef>(kCFNull), static_cast<CFTypeRef>(object) }) {
         __CFLogError(&site, format);
         __CFLogPrintf(format);
         __CFNSLog(format);

@@ -1,7 +1,7 @@
 #include "WithRequirements/RequiredStatusNames.h"
 
-#include "WithRequirements/StatusNames.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
+#include "WithRequirements/StatusNames.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-
 #define A_NULL_POINTER ((void*)0)
 
 namespace {
@@ -62,16 +61,18 @@ TEST(Requirements, FailedConditionShowsItsTextFileLineAndFunction)
     int captureFrameRateFPS = 0;
     EXPECT_FALSE(CFRequired(captureFrameRateFPS > 0, "captureFrameRateFPS>0"));
     const int line = __LINE__ - 1;
-    EXPECT_EQ(capture.text(), format("REQUIREMENT - SRC>>captureFrameRateFPS>0 in RequirementsTests.cpp:%d (TestBody)\n", line));
+    EXPECT_EQ(capture.text(),
+        format("REQUIREMENT - SRC>>captureFrameRateFPS>0 in RequirementsTests.cpp:%d (TestBody)\n", line));
 }
 
 TEST(Requirements, TextIsTheExpressionAfterPreprocessing)
 {
     StandardErrorCapture capture;
     void* volatile pointer = nullptr;
-    EXPECT_FALSE(CFRequiredIn("function", pointer!=A_NULL_POINTER));
+    EXPECT_FALSE(CFRequiredIn("function", pointer != A_NULL_POINTER));
     const int line = __LINE__ - 1;
-    EXPECT_EQ(capture.text(), format("REQUIREMENT - SRC>>pointer!=((void*)0) in RequirementsTests.cpp:%d (function)\n", line));
+    EXPECT_EQ(capture.text(),
+        format("REQUIREMENT - SRC>>pointer!=((void*)0) in RequirementsTests.cpp:%d (function)\n", line));
 }
 
 TEST(Requirements, FailedStatusShowsTheFunctionInTheFilesPlace)
@@ -81,7 +82,8 @@ TEST(Requirements, FailedStatusShowsTheFunctionInTheFilesPlace)
     const int line = __LINE__ - 1;
     EXPECT_EQ(capture.text(),
         format("REQUIRED_OSSTATUS(-50) paramErr-'an argument is wrong' - SRC>>call(1, 2) in function:%d "
-               "(RequirementsTests.cpp)\n", line));
+               "(RequirementsTests.cpp)\n",
+            line));
 }
 
 TEST(Requirements, StatusIsWidenedWithItsSignAndUnknownOnesHaveWordsToo)
@@ -144,7 +146,8 @@ TEST(Requirements, NullObjectWhereATypeIsRequiredIsShownLongWithTheNameOfItsType
     EXPECT_EQ(capture.text(),
         format("REQUIRED_CFTYPEOF [value ((%@)0x%08lx) != CFStringGetTypeID() (%08lx!=%08lx)] FAILED : in function "
                "LINE# %d (RequirementsTests.cpp)\n\n",
-            CFCopyTypeIDDescription(CFNullGetTypeID()), numberOf(kCFNull), CFNullGetTypeID(), CFStringGetTypeID(), line));
+            CFCopyTypeIDDescription(CFNullGetTypeID()), numberOf(kCFNull), CFNullGetTypeID(), CFStringGetTypeID(),
+            line));
 }
 
 TEST(Requirements, ObjectWithoutATypePrintsAQuestionMark)
@@ -154,7 +157,8 @@ TEST(Requirements, ObjectWithoutATypePrintsAQuestionMark)
     __CFRequiredTypeOfBody("TAG", object, CFStringGetTypeID(), "File.cpp", "function", 9, "object");
     EXPECT_EQ(capture.text(),
         format("TAG [object ((?)0x%08lx) != CFStringGetTypeID() (00000000!=%08lx)] FAILED : in function LINE# 9 "
-               "(File.cpp)\n\n", numberOf(object.get()), CFStringGetTypeID()));
+               "(File.cpp)\n\n",
+            numberOf(object.get()), CFStringGetTypeID()));
 }
 
 TEST(Requirements, FailedDispatchObjectPrintsTheFixedWordAndNeverTheTag)
@@ -165,7 +169,8 @@ TEST(Requirements, FailedDispatchObjectPrintsTheFixedWordAndNeverTheTag)
     const int line = __LINE__ - 1;
     EXPECT_EQ(capture.text(),
         format("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - sTimerQueue in RequirementsTests.cpp:%d "
-               "(create_async_dispatch_timer)\n", line));
+               "(create_async_dispatch_timer)\n",
+            line));
 }
 
 TEST(Requirements, NullBlockPrintsItsTag)

@@ -113,10 +113,9 @@ TEST_F(ZVOperatingSystemVersionFile, EachStepFailsWithItsLine)
 {
     expectStartsAndNames(failureAt("CFURLCreateWithFileSystemPath"), "REQUIRED_CFTYPEOF url==NULL : in ");
     expectStartsAndNames(failureAt("CFReadStreamCreateWithFile"), "REQUIRED_CFTYPEOF readStream==NULL : in ");
-    expectStartsAndNames(
-        failureAt("CFReadStreamOpen"), "REQUIREMENT - SRC>>CFReadStreamOpen(readStream) in ZVOperatingSystemVersion.cpp:");
-    expectStartsAndNames(
-        failureAt("CFPropertyListCreateWithStream"), "REQUIRED_CFTYPEOF propertyListRef==NULL : in ");
+    expectStartsAndNames(failureAt("CFReadStreamOpen"),
+        "REQUIREMENT - SRC>>CFReadStreamOpen(readStream) in ZVOperatingSystemVersion.cpp:");
+    expectStartsAndNames(failureAt("CFPropertyListCreateWithStream"), "REQUIRED_CFTYPEOF propertyListRef==NULL : in ");
 }
 
 TEST_F(ZVOperatingSystemVersionFile, MissingOrDamagedFileFails)

@@ -75,7 +75,8 @@ TEST(ZVSingleton, AskingForTheSharedObjectDoesNotInitialiseItAgain)
 TEST(ZVSingleton, EachClassHasItsOwnObject)
 {
     const AutoreleasePool pool;
-    EXPECT_NE(static_cast<ZVSingleton*>(ZVSingletonTestsBase::sharedInstance()), ZVSingletonTestsDerived::sharedInstance());
+    EXPECT_NE(
+        static_cast<ZVSingleton*>(ZVSingletonTestsBase::sharedInstance()), ZVSingletonTestsDerived::sharedInstance());
     EXPECT_NE(ZVSingleton::sharedInstance(), ZVSingletonTestsBase::sharedInstance());
     EXPECT_EQ(ZVSingletonTestsBase::sharedInstance()->isa(), ZVSingletonTestsBase::classObject());
     EXPECT_EQ(ZVSingletonTestsDerived::sharedInstance()->isa(), ZVSingletonTestsDerived::classObject());

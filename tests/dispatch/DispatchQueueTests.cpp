@@ -15,7 +15,7 @@ namespace {
 
 void waitFor(dispatch_queue_t queue)
 {
-    dispatch_sync(queue, [] { });
+    dispatch_sync(queue, [] {});
 }
 
 }
@@ -70,7 +70,10 @@ TEST(DispatchQueue, SyncReturnsAfterWhatWasPostedBefore)
     const auto queue = dispatch_queue_create("sync");
     int value = 0;
     dispatch_async(queue, [&] { value = 1; });
-    dispatch_sync(queue, [&] { EXPECT_EQ(value, 1); value = 2; });
+    dispatch_sync(queue, [&] {
+        EXPECT_EQ(value, 1);
+        value = 2;
+    });
     EXPECT_EQ(value, 2);
 }
 
@@ -151,8 +154,8 @@ TEST(DispatchQueue, TheMainQueueWakesItsLoopWhenWorkComes)
     std::atomic<int> wakes { 0 };
     DispatchMain::setWakeUp([&] { ++wakes; });
     std::thread([&] {
-        dispatch_async(dispatch_get_main_queue(), [] { });
-        dispatch_async(dispatch_get_main_queue(), [] { });
+        dispatch_async(dispatch_get_main_queue(), [] {});
+        dispatch_async(dispatch_get_main_queue(), [] {});
     }).join();
     EXPECT_EQ(wakes, 1);
     DispatchMain::drain();
@@ -176,10 +179,10 @@ TEST(DispatchQueueDeathTest, WaitingForOnesOwnQueueIsDiagnosed)
             const auto b = dispatch_queue_create("b");
             dispatch_set_target_queue(a, target);
             dispatch_set_target_queue(b, target);
-            dispatch_sync(a, [&] { dispatch_sync(b, [] { }); });
+            dispatch_sync(a, [&] { dispatch_sync(b, [] {}); });
         },
         "waits for its own queue \"b\"");
-    EXPECT_DEATH(dispatch_sync(dispatch_get_main_queue(), [] { }), "waits for its own queue");
+    EXPECT_DEATH(dispatch_sync(dispatch_get_main_queue(), [] {}), "waits for its own queue");
     EXPECT_DEATH(assertOnQueue(dispatch_queue_create("other").get()), "outside its queue \"other\"");
 }
 #endif

@@ -16,8 +16,8 @@ class LayerNode;
 /// the software renderer the picture is not copied when it fits the item pixel for pixel, and scaled once otherwise;
 /// under a graphics processor it is uploaded once. Only the item's own area is repainted.
 ///
-/// Where the contents are a layer, the item shows whatever that one shows from then on: the way for pictures that change all
-/// the time, since the engine frees values late.
+/// Where the contents are a layer, the item shows whatever that one shows from then on: the way for pictures that
+/// change all the time, since the engine frees values late.
 class LayerItem : public QQuickItem, private CALayerHost {
     Q_OBJECT
     Q_PROPERTY(QVariant contents READ contents WRITE setContents NOTIFY contentsChanged)

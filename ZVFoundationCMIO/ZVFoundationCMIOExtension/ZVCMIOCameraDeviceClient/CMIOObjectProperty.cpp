@@ -102,8 +102,7 @@ bool CMIOObjectSetPropertyGlobalMaster(CMIOObjectID object, CMIOObjectPropertySe
         "CMIOObjectSetPropertyData(object, &opa, 0, ((void*)0), propertyDataSize, propertyValue)");
 }
 
-Ref<CFType> CMIOObjectGetCFTypeRefPropertyGlobalMaster(
-    CMIOObjectID object, CMIOObjectPropertySelector propertySelector)
+Ref<CFType> CMIOObjectGetCFTypeRefPropertyGlobalMaster(CMIOObjectID object, CMIOObjectPropertySelector propertySelector)
 {
     std::uint32_t propertyDataSize = referenceSize;
     CFTypeRef propertyValue = nullptr;
@@ -133,7 +132,7 @@ bool CMIOObjectSetCFTypeRefPropertyGlobalMaster(
 {
     // What is there has the type that it has, so only presence and a living count are asked for.
     const bool lives = isPresent(propertyValue) && CFGetRetainCount(propertyValue) > 0;
-    CFRequiredTypeRef(lives ? propertyValue : nullptr, CFGetTypeID(propertyValue ? propertyValue : kCFNull),
-        "propertyValue");
+    CFRequiredTypeRef(
+        lives ? propertyValue : nullptr, CFGetTypeID(propertyValue ? propertyValue : kCFNull), "propertyValue");
     return CMIOObjectSetPropertyGlobalMaster(object, propertySelector, referenceSize, &propertyValue);
 }

@@ -102,12 +102,12 @@ bool ZVCMIOClientDevice::deviceHas_dord_Property()
 
 std::size_t ZVCMIOClientDevice::deviceInputStreamCount()
 {
-    return enumerateInputStreamsWithBlock([](std::size_t, CMIOStreamID) { });
+    return enumerateInputStreamsWithBlock([](std::size_t, CMIOStreamID) {});
 }
 
 std::size_t ZVCMIOClientDevice::deviceOutputStreamCount()
 {
-    return enumerateOutputStreamsWithBlock([](std::size_t, CMIOStreamID) { });
+    return enumerateOutputStreamsWithBlock([](std::size_t, CMIOStreamID) {});
 }
 
 std::string ZVCMIOClientDevice::longDescription(CFString* indent)
@@ -155,8 +155,7 @@ NSString* ZVCMIOClientDevice::describeCMIOObject(bool useShortDescription)
 
 bool ZVCMIOClientDevice::startStreamWithID(CMIOStreamID streamID)
 {
-    return OSStatusRequired(
-        CMIODeviceStartStream(object(), streamID), "CMIODeviceStartStream(self.object, streamID)");
+    return OSStatusRequired(CMIODeviceStartStream(object(), streamID), "CMIODeviceStartStream(self.object, streamID)");
 }
 
 bool ZVCMIOClientDevice::stopStreamWithID(CMIOStreamID streamID)

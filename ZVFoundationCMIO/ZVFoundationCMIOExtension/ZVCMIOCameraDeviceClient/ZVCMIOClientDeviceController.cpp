@@ -22,11 +22,11 @@ CMIOStreamID firstStreamOf(CFArray* streams)
 NS_IMPLEMENTATION(ZVCMIOClientDeviceController, NSObject)
 {
     type.outlet("delegate", &ZVCMIOClientDeviceController::delegate, &ZVCMIOClientDeviceController::setDelegate);
-    type.message("publishFrameBufferToCameraExtension",
-        &ZVCMIOClientDeviceController::publishFrameBufferToCameraExtension);
+    type.message(
+        "publishFrameBufferToCameraExtension", &ZVCMIOClientDeviceController::publishFrameBufferToCameraExtension);
     type.message("queryDeviceNeedsToStream", &ZVCMIOClientDeviceController::queryDeviceNeedsToStream);
-    type.message("connectToCameraExtensionWithDeviceUID:",
-        &ZVCMIOClientDeviceController::connectToCameraExtensionWithDeviceUID);
+    type.message(
+        "connectToCameraExtensionWithDeviceUID:", &ZVCMIOClientDeviceController::connectToCameraExtensionWithDeviceUID);
     type.key("needToStream", &ZVCMIOClientDeviceController::needToStream);
     type.key("deviceConnected", &ZVCMIOClientDeviceController::deviceConnected);
     type.key("cameraDeviceName", &ZVCMIOClientDeviceController::cameraDeviceName);
@@ -138,8 +138,8 @@ bool ZVCMIOClientDeviceController::queryDeviceNeedsToStream()
         return needToStream();
     if (!CFRequired(_sourceStreamID != 0, "_sourceStreamID!=0"))
         return needToStream();
-    CFRequired(ZVCMIOClientObjectSetPropertyString(
-                   _sourceStreamID, kZVCMIOClientDeviceStreamingPropertyCode, CFSTR("random")),
+    CFRequired(
+        ZVCMIOClientObjectSetPropertyString(_sourceStreamID, kZVCMIOClientDeviceStreamingPropertyCode, CFSTR("random")),
         "ZVCMIOClientObjectSetPropertyString(_sourceStreamID,kZVCMIOClientDeviceStreamingPropertyCode,((CFStringRef) "
         "__builtin___CFStringMakeConstantString (\"\" \"random\" \"\")))");
     const auto just_property
@@ -174,8 +174,7 @@ void ZVCMIOClientDeviceController::publishFrameBufferToCameraExtension()
     const auto queue = sinkQueueRetainedCopy();
     if (!CFRequiredTypeOf(queue, CMSimpleQueueGetTypeID(), "self.sinkQueue"))
         return;
-    if (!CFRequired(
-            CMSimpleQueueGetCount(queue) < mostWaitingBuffers, "CMSimpleQueueGetCount(self.sinkQueue)<3"))
+    if (!CFRequired(CMSimpleQueueGetCount(queue) < mostWaitingBuffers, "CMSimpleQueueGetCount(self.sinkQueue)<3"))
         return;
     const CMTime presentationTime = CMClockGetTime(CMClockGetHostTimeClock());
     // Before the frame is fetched, so that a buffer given back meanwhile is not overlooked.
@@ -265,8 +264,7 @@ bool ZVCMIOClientDeviceController::deviceSetPropertyWithFourCharCode_stringValue
     if (!CFRequired(_cameraDeviceID != 0, "_cameraDeviceID!=0"))
         return false;
     auto* const testStringValue = CFSTR("CMIOObjectSetCFStringRefPropertyGlobalMaster");
-    return CFRequired(
-        CMIOObjectSetCFStringRefPropertyGlobalMaster(_cameraDeviceID, propertyCode, testStringValue),
+    return CFRequired(CMIOObjectSetCFStringRefPropertyGlobalMaster(_cameraDeviceID, propertyCode, testStringValue),
         "CMIOObjectSetCFStringRefPropertyGlobalMaster(_cameraDeviceID, propertyCode, testStringValue)");
 }
 

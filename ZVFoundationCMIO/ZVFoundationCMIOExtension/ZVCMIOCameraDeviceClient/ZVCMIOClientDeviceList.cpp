@@ -14,7 +14,8 @@ std::unique_ptr<CMIODeviceID[]> allocated(std::uint32_t size)
 {
     if (FAIL_POINT("ZVCMIOClientDeviceList.malloc"))
         return nullptr;
-    return std::unique_ptr<CMIODeviceID[]>(new (std::nothrow) CMIODeviceID[(size + sizeof(CMIODeviceID) - 1) / sizeof(CMIODeviceID)]());
+    return std::unique_ptr<CMIODeviceID[]>(
+        new (std::nothrow) CMIODeviceID[(size + sizeof(CMIODeviceID) - 1) / sizeof(CMIODeviceID)]());
 }
 
 }
@@ -115,7 +116,8 @@ ZVCMIOClientDevice* ZVCMIOClientDeviceList::deviceWithUID(CFType* deviceUID) con
         return nullptr;
     const auto normalized = CMIOObjectNormalizedUID(deviceUID);
     for (std::size_t index = 0; index < deviceCount(); ++index) {
-        auto* const device = kindOf<ZVCMIOClientDevice>(ZVCMIOClientDevice::objectWithObjectID(deviceIDWithIndex(index)));
+        auto* const device
+            = kindOf<ZVCMIOClientDevice>(ZVCMIOClientDevice::objectWithObjectID(deviceIDWithIndex(index)));
         if (device && CFEqual(device->deviceUID(), normalized))
             return device;
     }
@@ -125,9 +127,8 @@ ZVCMIOClientDevice* ZVCMIOClientDeviceList::deviceWithUID(CFType* deviceUID) con
 NSArray* ZVCMIOClientDeviceList::allDevices() const
 {
     auto devices = CFArray::create();
-    enumerateDeviceIDsWithBlock([&](std::size_t, CMIODeviceID deviceID) {
-        devices->append(ZVCMIOClientDevice::objectWithObjectID(deviceID));
-    });
+    enumerateDeviceIDsWithBlock(
+        [&](std::size_t, CMIODeviceID deviceID) { devices->append(ZVCMIOClientDevice::objectWithObjectID(deviceID)); });
     return autorelease(std::move(devices));
 }
 

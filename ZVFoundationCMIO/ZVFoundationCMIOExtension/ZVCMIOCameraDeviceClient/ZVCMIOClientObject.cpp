@@ -44,8 +44,8 @@ bool ZVCMIOClientObject::object_propertyHasSelector(CMIOObjectID object, CMIOObj
     return object_propertyHasAddress(object, &opa);
 }
 
-bool ZVCMIOClientObject::object_propertyDataWithSelector_propertyDataSize_propertyValue(CMIOObjectID object,
-    CMIOObjectPropertySelector selector, std::uint32_t* propertyDataSize, void* propertyValue)
+bool ZVCMIOClientObject::object_propertyDataWithSelector_propertyDataSize_propertyValue(
+    CMIOObjectID object, CMIOObjectPropertySelector selector, std::uint32_t* propertyDataSize, void* propertyValue)
 {
     const auto opa = CMIOObjectPropertyGlobalMaster(selector);
     if (!CMIOObjectHasProperty(object, &opa))
@@ -60,19 +60,16 @@ std::uint32_t ZVCMIOClientObject::object_propertyUInt32WithSelector(
 {
     std::uint32_t propertyValue = 0;
     std::uint32_t propertyDataSize = sizeof propertyValue;
-    object_propertyDataWithSelector_propertyDataSize_propertyValue(
-        object, selector, &propertyDataSize, &propertyValue);
+    object_propertyDataWithSelector_propertyDataSize_propertyValue(object, selector, &propertyDataSize, &propertyValue);
     CFRequired(propertyDataSize == sizeof propertyValue, "propertyDataSize==sizeof(UInt32)");
     return propertyValue;
 }
 
-double ZVCMIOClientObject::object_propertyFloat64WithSelector(
-    CMIOObjectID object, CMIOObjectPropertySelector selector)
+double ZVCMIOClientObject::object_propertyFloat64WithSelector(CMIOObjectID object, CMIOObjectPropertySelector selector)
 {
     double propertyValue = 0;
     std::uint32_t propertyDataSize = sizeof propertyValue;
-    object_propertyDataWithSelector_propertyDataSize_propertyValue(
-        object, selector, &propertyDataSize, &propertyValue);
+    object_propertyDataWithSelector_propertyDataSize_propertyValue(object, selector, &propertyDataSize, &propertyValue);
     CFRequired(propertyDataSize == sizeof propertyValue, "propertyDataSize==sizeof(Float64)");
     return propertyValue;
 }
@@ -81,8 +78,7 @@ bool ZVCMIOClientObject::object_propertyBooleanWithSelector(CMIOObjectID object,
 {
     std::uint8_t propertyValue = 0;
     std::uint32_t propertyDataSize = sizeof propertyValue;
-    object_propertyDataWithSelector_propertyDataSize_propertyValue(
-        object, selector, &propertyDataSize, &propertyValue);
+    object_propertyDataWithSelector_propertyDataSize_propertyValue(object, selector, &propertyDataSize, &propertyValue);
     CFRequired(propertyDataSize == sizeof propertyValue, "propertyDataSize==sizeof(Boolean)");
     return propertyValue != 0;
 }
@@ -92,8 +88,7 @@ CFType* ZVCMIOClientObject::object_propertyCFTypeRefWithSelector(
 {
     CFTypeRef propertyValue = nullptr;
     std::uint32_t propertyDataSize = sizeof propertyValue;
-    object_propertyDataWithSelector_propertyDataSize_propertyValue(
-        object, selector, &propertyDataSize, &propertyValue);
+    object_propertyDataWithSelector_propertyDataSize_propertyValue(object, selector, &propertyDataSize, &propertyValue);
     return autorelease(Ref<CFType>::adopt(propertyValue));
 }
 
@@ -111,8 +106,8 @@ CMIOClassID ZVCMIOClientObject::objectClassID(CMIOObjectID object)
 
 CFString* ZVCMIOClientObject::objectDescription(CMIOObjectID object)
 {
-    return autorelease(CFStringCreateWithFormat(
-        CFSTR("%@ %@"), stringForClassID(objectClassID(object)), objectPropertyName(object)));
+    return autorelease(
+        CFStringCreateWithFormat(CFSTR("%@ %@"), stringForClassID(objectClassID(object)), objectPropertyName(object)));
 }
 
 ZVCMIOClientObject* ZVCMIOClientObject::objectWithObjectID(CMIOObjectID objectID)
@@ -228,12 +223,12 @@ NSArray* ZVCMIOClientObject::propertyUInt32ArrayWithAddress(const CMIOObjectProp
 {
     const auto numbers = CFArray::create();
     std::uint32_t propertyDataSize = 0;
-    if (!OSStatusRequired(
-            CMIOObjectGetPropertyDataSize(object(), propertyAddress, 0, nullptr, &propertyDataSize),
+    if (!OSStatusRequired(CMIOObjectGetPropertyDataSize(object(), propertyAddress, 0, nullptr, &propertyDataSize),
             "CMIOObjectGetPropertyDataSize(self.object, propertyAddress, 0, ((void*)0), &propertyDataSize)")
         || propertyDataSize == 0)
         return autorelease(numbers);
-    std::vector<std::uint32_t> propertyArrayData((propertyDataSize + sizeof(std::uint32_t) - 1) / sizeof(std::uint32_t));
+    std::vector<std::uint32_t> propertyArrayData(
+        (propertyDataSize + sizeof(std::uint32_t) - 1) / sizeof(std::uint32_t));
     if (!OSStatusRequired(CMIOObjectGetPropertyData(object(), propertyAddress, 0, nullptr, propertyDataSize,
                               &propertyDataSize, propertyArrayData.data()),
             "CMIOObjectGetPropertyData(self.object, propertyAddress, 0, ((void*)0), propertyDataSize, "
@@ -312,7 +307,8 @@ NSString* ZVCMIOClientObject::describeCMIOObject(bool useShortDescription)
 {
     std::string prefix;
     if (useShortDescription)
-        prefix = CFStringCreateWithFormat(CFSTR("ZVCMIOClientObject propertyClassName:%@\r"), propertyClassName())->string();
+        prefix = CFStringCreateWithFormat(CFSTR("ZVCMIOClientObject propertyClassName:%@\r"), propertyClassName())
+                     ->string();
     CMIOObjectShow(object());
     return autorelease(
         CFString::create(prefix.append(textOf(_describeCMIOObject_useShortDescription(0, useShortDescription)))));

@@ -22,8 +22,8 @@ public:
     static CFString* stringForClassID(CMIOClassID classID);
     static bool object_propertyHasAddress(CMIOObjectID object, const CMIOObjectPropertyAddress* propertyAddress);
     static bool object_propertyHasSelector(CMIOObjectID object, CMIOObjectPropertySelector selector);
-    static bool object_propertyDataWithSelector_propertyDataSize_propertyValue(CMIOObjectID object,
-        CMIOObjectPropertySelector selector, std::uint32_t* propertyDataSize, void* propertyValue);
+    static bool object_propertyDataWithSelector_propertyDataSize_propertyValue(
+        CMIOObjectID object, CMIOObjectPropertySelector selector, std::uint32_t* propertyDataSize, void* propertyValue);
     static std::uint32_t object_propertyUInt32WithSelector(CMIOObjectID object, CMIOObjectPropertySelector selector);
     static double object_propertyFloat64WithSelector(CMIOObjectID object, CMIOObjectPropertySelector selector);
     static bool object_propertyBooleanWithSelector(CMIOObjectID object, CMIOObjectPropertySelector selector);

@@ -7,8 +7,8 @@
 
 NS_IMPLEMENTATION(ZVCMIODeviceConnectionController, NSObject)
 {
-    type.outlet("delegate", &ZVCMIODeviceConnectionController::delegate,
-        &ZVCMIODeviceConnectionController::setDelegate);
+    type.outlet(
+        "delegate", &ZVCMIODeviceConnectionController::delegate, &ZVCMIODeviceConnectionController::setDelegate);
     type.outlet("cameraDevice", &ZVCMIODeviceConnectionController::cameraDevice,
         &ZVCMIODeviceConnectionController::setCameraDevice);
     type.key("CMIOCameraDeviceUUID", &ZVCMIODeviceConnectionController::CMIOCameraDeviceUUID,
@@ -104,9 +104,8 @@ void ZVCMIODeviceConnectionController::awakeFromNib()
 {
     auto* const center = NSNotificationCenter::defaultCenter();
     // Arrival and departure take one road, and any camera counts. The blocks hold the controller: it lives to the end.
-    const auto update = [self = Ref(this)](NSNotification* notification) {
-        self->actionUpdateConnectedDevices(notification);
-    };
+    const auto update
+        = [self = Ref(this)](NSNotification* notification) { self->actionUpdateConnectedDevices(notification); };
     _connected = center->addObserverForName_object_queue_usingBlock(
         AVCaptureDeviceWasConnectedNotification, nullptr, NSOperationQueue::mainQueue(), update);
     _disconnected = center->addObserverForName_object_queue_usingBlock(

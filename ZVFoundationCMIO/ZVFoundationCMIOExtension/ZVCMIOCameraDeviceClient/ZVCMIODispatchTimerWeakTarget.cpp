@@ -77,9 +77,7 @@ void ZVCMIODispatchTimerWeakTarget::stopTimer()
     _timerDispatch = nullptr;
 }
 
-void ZVCMIODispatchTimerWeakTarget::startTimerWithBlock(const Block& /*timerBlock*/)
-{
-}
+void ZVCMIODispatchTimerWeakTarget::startTimerWithBlock(const Block& /*timerBlock*/) { }
 
 void ZVCMIODispatchTimerWeakTarget::_dispatchTimer()
 {

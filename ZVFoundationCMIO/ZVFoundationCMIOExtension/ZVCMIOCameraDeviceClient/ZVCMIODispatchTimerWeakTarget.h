@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Foundation/NSObject.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSObject.h"
 
 #include <mutex>
 

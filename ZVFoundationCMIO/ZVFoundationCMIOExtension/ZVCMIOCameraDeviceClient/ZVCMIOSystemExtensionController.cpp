@@ -6,8 +6,7 @@
 
 NS_IMPLEMENTATION(ZVCMIOSystemExtensionController, NSObject)
 {
-    type.outlet(
-        "delegate", &ZVCMIOSystemExtensionController::delegate, &ZVCMIOSystemExtensionController::setDelegate);
+    type.outlet("delegate", &ZVCMIOSystemExtensionController::delegate, &ZVCMIOSystemExtensionController::setDelegate);
     type.key("extensionBundleIdentifier", &ZVCMIOSystemExtensionController::extensionBundleIdentifier,
         &ZVCMIOSystemExtensionController::setExtensionBundleIdentifier);
     type.message("delegate", &ZVCMIOSystemExtensionController::delegate);
@@ -38,8 +37,7 @@ void ZVCMIOSystemExtensionController::submit(OSSystemExtensionRequest* request)
     OSSystemExtensionManager::sharedManager()->submitRequest(request);
 }
 
-OSSystemExtensionReplacementAction
-ZVCMIOSystemExtensionController::request_actionForReplacingExtension_withExtension(
+OSSystemExtensionReplacementAction ZVCMIOSystemExtensionController::request_actionForReplacingExtension_withExtension(
     OSSystemExtensionRequest* /*request*/, OSSystemExtensionProperties* /*existing*/,
     OSSystemExtensionProperties* /*replacement*/)
 {
@@ -47,9 +45,7 @@ ZVCMIOSystemExtensionController::request_actionForReplacingExtension_withExtensi
     return OSSystemExtensionReplacementActionReplace;
 }
 
-void ZVCMIOSystemExtensionController::requestNeedsUserApproval(OSSystemExtensionRequest* /*request*/)
-{
-}
+void ZVCMIOSystemExtensionController::requestNeedsUserApproval(OSSystemExtensionRequest* /*request*/) { }
 
 void ZVCMIOSystemExtensionController::request_didFinishWithResult(
     OSSystemExtensionRequest* /*request*/, OSSystemExtensionRequestResult result)

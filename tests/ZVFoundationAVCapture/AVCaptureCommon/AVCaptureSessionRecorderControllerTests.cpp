@@ -28,10 +28,7 @@ NS_IMPLEMENTATION(KeyObserver, NSObject) { }
 
 class RecorderController : public CaptureFixture {
 protected:
-    void SetUp() override
-    {
-        AVCameraSessionController_NoCameraDeviceNameConstructor();
-    }
+    void SetUp() override { AVCameraSessionController_NoCameraDeviceNameConstructor(); }
     void TearDown() override
     {
         if (recorder->session())

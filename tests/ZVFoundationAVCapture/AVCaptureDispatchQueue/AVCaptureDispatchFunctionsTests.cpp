@@ -47,7 +47,8 @@ TEST(AVCaptureDispatchFunctions, AsyncIfDispatchRunsInlineOnTheMainThreadOnly)
     int runs = 0;
     AVCaptureDispatchMainQueue_AsyncIfDispatch([&] { ++runs; });
     EXPECT_EQ(runs, 1);
-    elsewhere([&] { AVCaptureDispatchMainQueue_AsyncIfDispatch([&] { runs += DispatchMain::isMainThread() ? 1 : 100; }); });
+    elsewhere(
+        [&] { AVCaptureDispatchMainQueue_AsyncIfDispatch([&] { runs += DispatchMain::isMainThread() ? 1 : 100; }); });
     ASSERT_TRUE(DispatchMain::runUntil([&] { return runs > 1; }, 10));
     EXPECT_EQ(runs, 2);
     AVCaptureDispatchMainQueue_AsyncIfDispatch(nullptr);
@@ -76,8 +77,10 @@ TEST(AVCaptureDispatchFunctions, StrongHopKeepsSelfAndObjectUntilItRan)
     const WeakRef weakObject(object.get());
     std::optional<Call> call;
     elsewhere([&] {
-        avcapture_dispatch_main_strong_self(self.get(), object.get(),
-            [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) { call = { gotSelf, gotObject, synchronous }; });
+        avcapture_dispatch_main_strong_self(
+            self.get(), object.get(), [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) {
+                call = { gotSelf, gotObject, synchronous };
+            });
     });
     auto* const selfAddress = self.get();
     auto* const objectAddress = object.get();
@@ -99,8 +102,10 @@ TEST(AVCaptureDispatchFunctions, WeakHopLosesADeadSelfAndKeepsTheObject)
     auto* const objectAddress = object.get();
     std::optional<Call> call;
     elsewhere([&] {
-        avcapture_dispatch_main_weak_self(self.get(), object.get(),
-            [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) { call = { gotSelf, gotObject, synchronous }; });
+        avcapture_dispatch_main_weak_self(
+            self.get(), object.get(), [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) {
+                call = { gotSelf, gotObject, synchronous };
+            });
     });
     self = nullptr;
     object = nullptr;
@@ -115,8 +120,10 @@ TEST(AVCaptureDispatchFunctions, WeakHopReachesALivingSelf)
     const auto self = make<NSObject>();
     std::optional<Call> call;
     elsewhere([&] {
-        avcapture_dispatch_main_weak_self(self.get(), static_cast<NSObject*>(nullptr),
-            [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) { call = { gotSelf, gotObject, synchronous }; });
+        avcapture_dispatch_main_weak_self(
+            self.get(), static_cast<NSObject*>(nullptr), [&](NSObject* gotSelf, NSObject* gotObject, bool synchronous) {
+                call = { gotSelf, gotObject, synchronous };
+            });
     });
     ASSERT_TRUE(DispatchMain::runUntil([&] { return call.has_value(); }, 10));
     EXPECT_EQ(call->self, self.get());

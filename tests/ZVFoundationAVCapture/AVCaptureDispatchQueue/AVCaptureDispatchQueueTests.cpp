@@ -35,11 +35,15 @@ void expectQueue(AVCaptureDispatchQueue* queue, Class targetClass, const char* l
 
 TEST(AVCaptureTargetQueues, AreOneForEachClassAndLabelled)
 {
-    EXPECT_STREQ(dispatch_queue_get_label(AVCaptureDispatchTargetQueue::targetQueue()), "sAVCaptureDispatchTargetQueue");
-    EXPECT_STREQ(dispatch_queue_get_label(AVCaptureDispatchSerialTargetQueue::targetQueue()), "sAVCaptureDispatchSerialTargetQueue");
-    EXPECT_STREQ(dispatch_queue_get_label(AVCaptureDispatchMainTargetQueue::targetQueue()), "sAVCaptureDispatchMainTargetQueue");
+    EXPECT_STREQ(
+        dispatch_queue_get_label(AVCaptureDispatchTargetQueue::targetQueue()), "sAVCaptureDispatchTargetQueue");
+    EXPECT_STREQ(dispatch_queue_get_label(AVCaptureDispatchSerialTargetQueue::targetQueue()),
+        "sAVCaptureDispatchSerialTargetQueue");
+    EXPECT_STREQ(
+        dispatch_queue_get_label(AVCaptureDispatchMainTargetQueue::targetQueue()), "sAVCaptureDispatchMainTargetQueue");
     EXPECT_STREQ(dispatch_queue_get_label(AVCaptureDiskIOTargetQueue::targetQueue()), "sAVDiskIOTargetQueue");
-    EXPECT_STREQ(dispatch_queue_get_label(AVCaptureRenderingTargetQueue::targetQueue()), "sAVCaptureRenderingTargetQueue");
+    EXPECT_STREQ(
+        dispatch_queue_get_label(AVCaptureRenderingTargetQueue::targetQueue()), "sAVCaptureRenderingTargetQueue");
     EXPECT_EQ(AVCaptureRenderingTargetQueue::targetQueue(), AVCaptureRenderingTargetQueue::targetQueue());
     EXPECT_EQ(AVCaptureTargetQueueProtocol::targetQueueOfClass(AVCaptureDiskIOTargetQueue::classObject()),
         AVCaptureDiskIOTargetQueue::targetQueue());
@@ -50,12 +54,17 @@ TEST(AVCaptureDispatchQueue, ClassesDifferInTargetAndWaiting)
 {
     const AutoreleasePool pool;
     auto* const name = CFSTR("a name");
-    expectQueue(AVCaptureDispatchQueue::queueWithName(name), AVCaptureDispatchSerialTargetQueue::classObject(), "a name", true);
+    expectQueue(
+        AVCaptureDispatchQueue::queueWithName(name), AVCaptureDispatchSerialTargetQueue::classObject(), "a name", true);
     expectQueue(AVCapturingQueue::queueWithName(name), AVCaptureDispatchTargetQueue::classObject(), "a name", true);
-    expectQueue(AVCaptureFileReadingQueue::queueWithName(name), AVCaptureDiskIOTargetQueue::classObject(), "a name", true);
-    expectQueue(AVCaptureFileWritingQueue::queueWithName(name), AVCaptureDiskIOTargetQueue::classObject(), "a name", true);
-    expectQueue(AVCaptureRenderingQueue::queueWithName(name), AVCaptureRenderingTargetQueue::classObject(), "a name", true);
-    expectQueue(AVCaptureDispatchMainQueue::queueWithName(name), AVCaptureDispatchMainTargetQueue::classObject(), "a name", false);
+    expectQueue(
+        AVCaptureFileReadingQueue::queueWithName(name), AVCaptureDiskIOTargetQueue::classObject(), "a name", true);
+    expectQueue(
+        AVCaptureFileWritingQueue::queueWithName(name), AVCaptureDiskIOTargetQueue::classObject(), "a name", true);
+    expectQueue(
+        AVCaptureRenderingQueue::queueWithName(name), AVCaptureRenderingTargetQueue::classObject(), "a name", true);
+    expectQueue(AVCaptureDispatchMainQueue::queueWithName(name), AVCaptureDispatchMainTargetQueue::classObject(),
+        "a name", false);
 }
 
 TEST(AVCaptureDispatchQueue, FactoriesChooseTargetNameAndWaiting)
@@ -84,7 +93,8 @@ TEST(AVCaptureDispatchQueue, QueueOfASubclassIsOnTheSerialTarget)
 
 TEST(AVCaptureDispatchQueue, NameThatIsNoStringGivesNoQueueAndOneLineAtTheEnd)
 {
-    for (CFTypeRef name : { static_cast<CFTypeRef>(nullptr), static_cast<CFTypeRef>(kCFNull), static_cast<CFTypeRef>(kCFBooleanTrue) }) {
+    for (CFTypeRef name :
+        { static_cast<CFTypeRef>(nullptr), static_cast<CFTypeRef>(kCFNull), static_cast<CFTypeRef>(kCFBooleanTrue) }) {
         StandardErrorCapture capture;
         bool ran = false;
         {
@@ -96,7 +106,9 @@ TEST(AVCaptureDispatchQueue, NameThatIsNoStringGivesNoQueueAndOneLineAtTheEnd)
         }
         const auto text = capture.text();
         EXPECT_FALSE(ran);
-        EXPECT_TRUE(text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - _queue in AVCaptureDispatchQueue.cpp:")) << text;
+        EXPECT_TRUE(
+            text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - _queue in AVCaptureDispatchQueue.cpp:"))
+            << text;
         EXPECT_TRUE(text.ends_with(" (dealloc)\n")) << text;
         EXPECT_EQ(std::ranges::count(text, '\n'), 1) << text;
     }
@@ -106,13 +118,15 @@ TEST(AVCaptureDispatchQueue, ClassWithoutATargetIsReported)
 {
     StandardErrorCapture capture;
     {
-        const auto queue = make<AVCaptureDispatchQueue>(
-            AVCaptureDispatchQueueTestsNoTarget::classObject(), CFSTR("n"), true);
+        const auto queue
+            = make<AVCaptureDispatchQueue>(AVCaptureDispatchQueueTestsNoTarget::classObject(), CFSTR("n"), true);
         EXPECT_EQ(queue->queue(), nullptr);
         EXPECT_EQ(queue->targetQueue(), nullptr);
     }
     const auto text = capture.text();
-    EXPECT_TRUE(text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - target_queue in AVCaptureDispatchQueue.cpp:")) << text;
+    EXPECT_TRUE(
+        text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - target_queue in AVCaptureDispatchQueue.cpp:"))
+        << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 2) << text;
 }
 

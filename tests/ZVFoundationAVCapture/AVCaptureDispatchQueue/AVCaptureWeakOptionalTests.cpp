@@ -46,9 +46,9 @@ TEST(AVCaptureWeakOptional, PostedClosureHoldsTheObject)
         object = nullptr;
         EXPECT_TRUE(reference.strongReferenceOrNil());
     });
-    dispatch_sync(queue, [] { });
+    dispatch_sync(queue, [] {});
     EXPECT_EQ(got, address);
-    dispatch_sync(queue, [] { });
+    dispatch_sync(queue, [] {});
     EXPECT_FALSE(reference.strongReferenceOrNil());
 }
 
@@ -58,7 +58,7 @@ TEST(AVCaptureWeakOptional, DeadReferenceStillRunsTheClosureWithNull)
     const WeakOptional reference(make<NSObject>().get());
     std::optional<NSObject*> got;
     EXPECT_FALSE(reference.async_dispatch(queue, [&](NSObject* given) { got = given; }));
-    dispatch_sync(queue, [] { });
+    dispatch_sync(queue, [] {});
     ASSERT_TRUE(got.has_value());
     EXPECT_EQ(*got, nullptr);
 }

@@ -23,9 +23,8 @@ TEST(CMIOObjectProperty, AnAbsentPropertyIsReportedTwiceAndRefused)
 {
     std::uint32_t size = 4;
     std::uint32_t value = 7;
-    const auto lines = loggedLines([&] {
-        EXPECT_FALSE(CMIOObjectGetPropertyGlobalMaster(kCMIOObjectSystemObject, absent, &size, &value));
-    });
+    const auto lines = loggedLines(
+        [&] { EXPECT_FALSE(CMIOObjectGetPropertyGlobalMaster(kCMIOObjectSystemObject, absent, &size, &value)); });
     EXPECT_EQ(lines,
         "REQUIREMENT - SRC>>CMIOObjectHasProperty(object,&opa) in CMIOObjectProperty.cpp:# "
         "(CMIOObjectGetPropertyGlobalMaster)\n"
@@ -41,8 +40,7 @@ TEST(CMIOObjectProperty, SelectorZeroHasAnotherTextInEachDirection)
     EXPECT_NE(read.find("NO==CMIOObjectGetPropertyGlobalMaster::CMIOObjectHasProperty(5,0000)\n"), std::string::npos)
         << read;
     const auto written = loggedLines([&] { CMIOObjectSetPropertyGlobalMaster(5, 0, size, &value); });
-    EXPECT_NE(
-        written.find("NO==CMIOObjectSetPropertyGlobalMaster::CMIOObjectHasProperty(5,0x00)\n"), std::string::npos)
+    EXPECT_NE(written.find("NO==CMIOObjectSetPropertyGlobalMaster::CMIOObjectHasProperty(5,0x00)\n"), std::string::npos)
         << written;
 }
 
@@ -52,8 +50,8 @@ TEST(CMIOObjectProperty, ASizeThatIsNotTheCallersIsRefusedBeforeTheRead)
     std::uint32_t size = sizeof value;
     const FailPoint::Scope read("CMIOObjectGetPropertyData", -1);
     const auto lines = loggedLines([&] {
-        EXPECT_FALSE(CMIOObjectGetPropertyGlobalMaster(
-            kCMIOObjectSystemObject, kCMIOObjectPropertyClass, &size, &value));
+        EXPECT_FALSE(
+            CMIOObjectGetPropertyGlobalMaster(kCMIOObjectSystemObject, kCMIOObjectPropertyClass, &size, &value));
     });
     EXPECT_EQ(lines,
         "REQUIREMENT - SRC>>checkPropertyDataSize==*propertyDataSize in CMIOObjectProperty.cpp:# "
@@ -66,8 +64,8 @@ TEST(CMIOObjectProperty, ReadsAValueOfTheRightSize)
     std::uint32_t value = 0;
     std::uint32_t size = sizeof value;
     EXPECT_EQ(loggedLines([&] {
-        EXPECT_TRUE(CMIOObjectGetPropertyGlobalMaster(
-            kCMIOObjectSystemObject, kCMIOObjectPropertyClass, &size, &value));
+        EXPECT_TRUE(
+            CMIOObjectGetPropertyGlobalMaster(kCMIOObjectSystemObject, kCMIOObjectPropertyClass, &size, &value));
     }),
         "");
     EXPECT_EQ(value, kCMIOSystemObjectClassID);
@@ -79,8 +77,8 @@ TEST(CMIOObjectProperty, APropertyThatCannotBeSetIsSaidToBeAbsentToo)
 {
     const std::uint32_t value = 1;
     const auto lines = loggedLines([&] {
-        EXPECT_FALSE(CMIOObjectSetPropertyGlobalMaster(
-            kCMIOObjectSystemObject, kCMIOObjectPropertyClass, sizeof value, &value));
+        EXPECT_FALSE(
+            CMIOObjectSetPropertyGlobalMaster(kCMIOObjectSystemObject, kCMIOObjectPropertyClass, sizeof value, &value));
     });
     EXPECT_EQ(lines,
         "REQUIREMENT - SRC>>isPropertySettable in CMIOObjectProperty.cpp:# (CMIOObjectSetPropertyGlobalMaster)\n"
@@ -103,13 +101,11 @@ TEST(CMIOObjectProperty, AStringReadGivesOneReferenceToTheCaller)
 
 TEST(CMIOObjectProperty, ANullStringIsReportedAndStillHandedOn)
 {
-    const auto lines = loggedLines([&] {
-        EXPECT_FALSE(CMIOObjectSetCFStringRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent, nullptr));
-    });
+    const auto lines = loggedLines(
+        [&] { EXPECT_FALSE(CMIOObjectSetCFStringRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent, nullptr)); });
     EXPECT_EQ(lines.find("REQUIRED_CFTYPEOF propertyValue==NULL : in "), 0U) << lines;
     EXPECT_NE(lines.find("CMIOObjectHasProperty(1,'nope')"), std::string::npos) << lines;
-    const auto others = loggedLines([&] {
-        EXPECT_FALSE(CMIOObjectSetCFTypeRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent, nullptr));
-    });
+    const auto others = loggedLines(
+        [&] { EXPECT_FALSE(CMIOObjectSetCFTypeRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent, nullptr)); });
     EXPECT_EQ(others.find("REQUIRED_CFTYPEREF propertyValue==NULL : in "), 0U) << others;
 }

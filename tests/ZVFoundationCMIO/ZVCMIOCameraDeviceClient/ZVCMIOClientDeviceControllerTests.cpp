@@ -1,9 +1,9 @@
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOClientDeviceController.h"
 
 #include "Platform/CoreFoundation/FailPoint.h"
-#include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
 #include "tests/CameraExtension/ExtensionProcess.h"
 #include "tests/ZVFoundationCMIO/ZVCMIOCameraDeviceClient/LoggedLines.h"
+#include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
 
 #include <gtest/gtest.h>
 
@@ -177,7 +177,8 @@ TEST_F(DeviceController, WithoutAQueueReportsIt)
 {
     mController->setSinkQueue(nullptr);
     const auto lines = loggedLines([&] { mController->publishFrameBufferToCameraExtension(); });
-    EXPECT_EQ(lines.find("REQUIRED_CFTYPEOF self.sinkQueue==NULL : in publishFrameBufferToCameraExtension"), 0U) << lines;
+    EXPECT_EQ(lines.find("REQUIRED_CFTYPEOF self.sinkQueue==NULL : in publishFrameBufferToCameraExtension"), 0U)
+        << lines;
     EXPECT_EQ(mSource->asked, 0);
 }
 

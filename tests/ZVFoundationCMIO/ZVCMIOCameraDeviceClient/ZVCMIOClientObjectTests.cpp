@@ -1,17 +1,18 @@
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOClientObject.h"
 
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/CameraExtension/ExtensionProcess.h"
+#include "tests/ZVFoundationCMIO/ZVCMIOCameraDeviceClient/LoggedLines.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOClientDeviceList.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOClientDeviceStream.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
-#include "tests/CameraExtension/ExtensionProcess.h"
-#include "tests/ZVFoundationCMIO/ZVCMIOCameraDeviceClient/LoggedLines.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-/// The camera's client looks into the runtime folder from its first use on, so that must be the tests' own from the start.
+/// The camera's client looks into the runtime folder from its first use on, so that must be the tests' own from the
+/// start.
 [[maybe_unused]] const RuntimeFolder& runtimeFolder = RuntimeFolder::shared();
 
 ZVCMIOClientDevice* camera()
@@ -54,8 +55,7 @@ TEST(ZVCMIOClientObject, AnAbsentScalarIsZero)
 {
     EXPECT_EQ(ZVCMIOClientObject::object_propertyUInt32WithSelector(4711, kCMIOStreamPropertyTerminalType), 0U);
     EXPECT_EQ(ZVCMIOClientObject::object_propertyFloat64WithSelector(4711, kCMIOStreamPropertyFrameRate), 0.0);
-    EXPECT_FALSE(
-        ZVCMIOClientObject::object_propertyBooleanWithSelector(4711, kCMIODevicePropertyCanProcessAVCCommand));
+    EXPECT_FALSE(ZVCMIOClientObject::object_propertyBooleanWithSelector(4711, kCMIODevicePropertyCanProcessAVCCommand));
 }
 
 TEST(ZVCMIOClientObject, AnObjectThatIsNotThereIsDescribedWithoutChildren)
@@ -99,8 +99,9 @@ TEST(ZVCMIOClientDeviceList, AFailedSizeEndsTheReadAndAChangedOneRepeatsIt)
         const FailPoint::Scope armed("CMIOObjectGetPropertyDataSize", kCMIOHardwareUnspecifiedError);
         const auto lines = loggedLines([] { EXPECT_EQ(make<ZVCMIOClientDeviceList>()->deviceCount(), 0U); });
         EXPECT_EQ(FailPoint::passes("CMIOObjectGetPropertyDataSize"), 1U);
-        EXPECT_NE(lines.find("SRC>>result = CMIOObjectGetPropertyDataSize(kCMIOObjectSystemObject, &opa, 0, ((void*)0), "
-                             "&propertyDataSize)"),
+        EXPECT_NE(
+            lines.find("SRC>>result = CMIOObjectGetPropertyDataSize(kCMIOObjectSystemObject, &opa, 0, ((void*)0), "
+                       "&propertyDataSize)"),
             std::string::npos)
             << lines;
     }
@@ -134,7 +135,8 @@ TEST_F(ZVCMIOClientDeviceListWithExtension, AFailedAllocationIsReported)
 {
     const FailPoint::Scope armed("ZVCMIOClientDeviceList.malloc");
     const auto lines = loggedLines([] { EXPECT_EQ(make<ZVCMIOClientDeviceList>()->deviceCount(), 0U); });
-    EXPECT_EQ(lines.find("REQUIRED_NOT_NULL 0x00000000==NULL : _deviceList = malloc(propertyDataSize) in "), 0U) << lines;
+    EXPECT_EQ(lines.find("REQUIRED_NOT_NULL 0x00000000==NULL : _deviceList = malloc(propertyDataSize) in "), 0U)
+        << lines;
 }
 
 TEST_F(ZVCMIOClientDeviceWithExtension, HasOneStreamInEachDirection)
@@ -167,7 +169,7 @@ TEST_F(ZVCMIOClientDeviceWithExtension, AScopeWithoutStreamsIsReported)
     auto* const device = camera();
     ASSERT_NE(device, nullptr);
     const auto lines = loggedLines(
-        [&] { EXPECT_EQ(device->enumerateStreams_withBlock(0x78787878, [](std::size_t, CMIOObjectID) { }), 0U); });
+        [&] { EXPECT_EQ(device->enumerateStreams_withBlock(0x78787878, [](std::size_t, CMIOObjectID) {}), 0U); });
     EXPECT_EQ(lines,
         "REQUIREMENT - SRC>>[self propertyHasAddress:&opa] in ZVCMIOClientDevice.cpp:# (enumerateStreams_withBlock)\n");
 }
@@ -177,8 +179,8 @@ TEST_F(ZVCMIOClientDeviceStreamWithExtension, AnswersTheSameForBothDirections)
     auto* const device = camera();
     ASSERT_NE(device, nullptr);
     const auto stream = [](CFArray* streams) {
-        return kindOf<ZVCMIOClientDeviceStream>(ZVCMIOClientObject::objectWithObjectID(
-            NSKeyValueCoding::unbox<CMIOStreamID>(streams->objectAtIndex(0))));
+        return kindOf<ZVCMIOClientDeviceStream>(
+            ZVCMIOClientObject::objectWithObjectID(NSKeyValueCoding::unbox<CMIOStreamID>(streams->objectAtIndex(0))));
     };
     auto* const source = stream(device->propertyInputStreams());
     auto* const sink = stream(device->propertyOutputStreams());

@@ -41,7 +41,7 @@ protected:
     static void advance(std::int64_t nanoseconds)
     {
         HostClock::advance(nanoseconds);
-        dispatch_sync(ZVCMIODispatchTimerWeakTarget::sTimerQueue(), [] { });
+        dispatch_sync(ZVCMIODispatchTimerWeakTarget::sTimerQueue(), [] {});
     }
     AutoreleasePool mPool;
     Ref<ZVCMIOClientDeviceController> mDevice = make<ZVCMIOClientDeviceController>();

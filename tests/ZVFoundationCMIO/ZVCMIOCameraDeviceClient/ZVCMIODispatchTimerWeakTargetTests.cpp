@@ -16,7 +16,7 @@ protected:
     static void advance(std::int64_t nanoseconds)
     {
         HostClock::advance(nanoseconds);
-        dispatch_sync(ZVCMIODispatchTimerWeakTarget::sTimerQueue(), [] { });
+        dispatch_sync(ZVCMIODispatchTimerWeakTarget::sTimerQueue(), [] {});
     }
     Ref<ZVCMIODispatchTimerWeakTarget> timer(NSObject* target)
     {
@@ -82,9 +82,8 @@ TEST_F(WeakTargetTimer, AMissingCallbackIsReportedAtOnceAndAtEachTick)
 {
     const auto target = make<NSObject>();
     Ref<ZVCMIODispatchTimerWeakTarget> silent;
-    const auto made = loggedLines([&] {
-        silent = ZVCMIODispatchTimerWeakTarget::timerWithTarget_interval_block(target, 1, nullptr);
-    });
+    const auto made = loggedLines(
+        [&] { silent = ZVCMIODispatchTimerWeakTarget::timerWithTarget_interval_block(target, 1, nullptr); });
     EXPECT_NE(made.find("SRC>>timerBlock!=((void*)0)"), std::string::npos) << made;
     const auto ticked = loggedLines([&] { silent->_dispatchTimer(); });
     EXPECT_NE(ticked.find("SRC>>self.timerBlock!=((void *)0)"), std::string::npos) << ticked;
