@@ -33,6 +33,10 @@ void printFigure(const BenchRequest& request, const FigureName& figure, double v
 const std::vector<FigureName>& writerFigures();
 void measureWriter(const BenchRequest& request);
 
+/// The compositions, each alone in this process.
+const std::vector<FigureName>& filterFigures();
+void measureFilters(const BenchRequest& request);
+
 /// The program, and the plain pipeline that does the same, in a session with a camera.
 const std::vector<FigureName>& programFigures();
 void measurePrograms(const BenchRequest& request);

@@ -1,4 +1,6 @@
+#include "DrawnPictures.h"
 #include "Figures.h"
+#include "ProcessorTime.h"
 #include "TestPictures.h"
 
 #include "Platform/AVFoundation/AVAssetWriter.h"
@@ -8,9 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <filesystem>
-#include <libyuv/convert_argb.h>
 #include <stdexcept>
 #include <thread>
 
@@ -25,35 +25,9 @@ constexpr FigureName writerAppend { "writer-append", "ms",
 constexpr FigureName writerFinish { "writer-finish", "ms", "movie writer: time to finish the movie" };
 constexpr FigureName writerLost { "writer-lost", "frames", "movie writer: pictures it was not ready for" };
 
-double processorMilliseconds()
-{
-    timespec time {};
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
-
 double milliseconds(std::chrono::steady_clock::duration duration)
 {
     return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-std::vector<Ref<CVPixelBuffer>> drawnPictures()
-{
-    TestPictures pictures;
-    std::vector<Ref<CVPixelBuffer>> result;
-    for (std::uint32_t number = 0; number < 30; ++number) {
-        constexpr int width = TestPictures::width;
-        constexpr int height = TestPictures::height;
-        const auto* const y = pictures.picture(number).data();
-        const auto* const u = y + width * height;
-        Ref<CVPixelBuffer> buffer;
-        CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &buffer);
-        libyuv::I420ToARGB(y, width, u, width / 2, u + width * height / 4, width / 2,
-            reinterpret_cast<std::uint8_t*>(buffer->baseAddress()), static_cast<int>(buffer->bytesPerRow()), width,
-            height);
-        result.push_back(buffer);
-    }
-    return result;
 }
 
 Ref<CFDictionary> pictureSettings()

@@ -14,6 +14,7 @@ namespace {
 std::vector<FigureName> allFigures()
 {
     auto figures = writerFigures();
+    figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
     return figures;
 }
@@ -83,6 +84,8 @@ int main(int count, char** arguments)
     try {
         if (request.wantsAny(writerFigures()))
             measureWriter(request);
+        if (request.wantsAny(filterFigures()))
+            measureFilters(request);
         if (request.wantsAny(programFigures()))
             measurePrograms(request);
     } catch (const std::exception& exception) {

@@ -3,14 +3,22 @@
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/AVFoundation/GStreamerAudioSource.h"
 #include "Platform/AVFoundation/GStreamerVideoSource.h"
+#include "Platform/Foundation/NSBundle.h"
 
 #include <algorithm>
 #include <set>
 
 namespace {
 
-/// How the node of this system's own camera begins its name. It is an output and no camera of the machine.
-constexpr std::string_view ownCameraPrefix = "org.tovrin.tovrin.09.CMIOExtension";
+/// Whether it is the camera that the program itself offers to others: an output, and no camera of the machine. Its
+/// node's name begins with the identifier that the program's bundle gives for its camera extension.
+bool isOwnCamera(std::string_view nodeName)
+{
+    const auto* const identifier
+        = NSBundle::mainBundle()->infoDictionary()->get<CFString>(CFSTR("CMIOExtensionIdentifier"));
+    return identifier && nodeName.starts_with(identifier->string());
+}
+
 constexpr CMVideoDimensions usualDimensions { 1280, 720 };
 constexpr std::size_t mostFormats = 64;
 
@@ -151,7 +159,7 @@ Ref<AVCaptureDevice> GStreamerDeviceMonitor::makeDevice(GstDevice* device)
 {
     const bool isVideo = gst_device_has_classes(device, "Video/Source");
     const Facts facts(device);
-    if (facts.first({ "node.name" }).starts_with(ownCameraPrefix) || (!isVideo && isMonitor(facts)))
+    if (isOwnCamera(facts.first({ "node.name" })) || (!isVideo && isMonitor(facts)))
         return nullptr;
     const GTextOwner name(gst_device_get_display_name(device));
     AVCaptureDevice::Properties properties;

@@ -21,7 +21,7 @@ std::int64_t CFNumber::integerValue() const noexcept
 {
     if (const auto* const integer = std::get_if<std::int64_t>(&mValue))
         return *integer;
-    const double number = std::get<double>(mValue);
+    const double number = *std::get_if<double>(&mValue);
     constexpr double limit = 9223372036854775808.0; // 2 to the 63rd
     if (std::isnan(number))
         return 0;
@@ -36,7 +36,7 @@ double CFNumber::doubleValue() const noexcept
 {
     if (const auto* const integer = std::get_if<std::int64_t>(&mValue))
         return static_cast<double>(*integer);
-    return std::get<double>(mValue);
+    return *std::get_if<double>(&mValue);
 }
 
 CFTypeID CFNumber::typeID() const noexcept

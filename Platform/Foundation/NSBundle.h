@@ -8,8 +8,8 @@
 
 /// What a program brings with it: facts about itself, and files that are compiled in.
 ///
-/// The information dictionary has "CFBundleIdentifier", "CFBundleName" and "CFBundleIconFile" where the program gave
-/// them. Any thread may use it.
+/// The information dictionary has "CFBundleIdentifier", "CFBundleName", "CFBundleIconFile" and, with the identifier of
+/// the camera extension that it brings, "CMIOExtensionIdentifier" where the program gave them. Any thread may use it.
 class NSBundle : public NSObject {
     NS_OBJECT(NSBundle)
 public:

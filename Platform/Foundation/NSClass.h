@@ -254,10 +254,7 @@ private:
         auto& entry = mType->mMessages[std::string(selector)];
         if constexpr (sizeof...(A) == 0) {
             entry = [member](NSObject& object, CFType*) -> Ref<CFType> {
-                if constexpr (std::is_void_v<R>) {
-                    (static_cast<C&>(object).*member)();
-                    return nullptr;
-                } else if constexpr (requires { NSKeyValueCoding::box<R>(std::declval<R>()); }) {
+                if constexpr (requires { NSKeyValueCoding::box<R>(std::declval<R>()); }) {
                     return NSKeyValueCoding::box<R>((static_cast<C&>(object).*member)());
                 } else {
                     (static_cast<C&>(object).*member)();

@@ -1,4 +1,5 @@
 #include "Platform/Foundation/NSBundle.h"
+#include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
 
 extern const unsigned char tovrinIcon[];
 extern const unsigned long tovrinIconSize;
@@ -15,6 +16,7 @@ struct TovrinBundle {
         bundle->setInfo("CFBundleName", "Tovrin");
         bundle->setInfo("CFBundleShortVersionString", "0.9.0");
         bundle->setInfo("CFBundleIconFile", "org.tovrin.Tovrin");
+        bundle->setInfo("CMIOExtensionIdentifier", CMIOOutputViewController_CMIOExtension_BundleIdentifier->string());
         bundle->addResource("org.tovrin.Tovrin.png", std::as_bytes(std::span(tovrinIcon, tovrinIconSize)));
     }
 } const tovrinBundle;

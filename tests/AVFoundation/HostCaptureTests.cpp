@@ -2,6 +2,7 @@
 
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/HostClock.h"
+#include "Platform/Foundation/NSBundle.h"
 #include "Platform/Foundation/NSNotification.h"
 #include "tests/AVFoundation/CaptureRecorder.h"
 
@@ -161,6 +162,7 @@ TEST_F(HostCapture, AMicrophoneDeliversContiguousSoundOnTheHostClock)
 TEST_F(HostCapture, TheVirtualCameraIsNoCameraAndASlowOnePassesAtItsRate)
 {
     // The second camera begins when the node of the virtual one is there, so the list has seen both.
+    NSBundle::mainBundle()->setInfo("CMIOExtensionIdentifier", "org.tovrin.tovrin.09.CMIOExtension");
     const Process extension(CAMERA_EXTENSION);
     const Process slow(
         "sh -c 'until pw-cli ls Node | grep -q CMIOExtension; do sleep 0.1; done; "

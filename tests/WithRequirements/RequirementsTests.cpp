@@ -72,7 +72,7 @@ TEST(Requirements, TextIsTheExpressionAfterPreprocessing)
     EXPECT_FALSE(CFRequiredIn("function", pointer != A_NULL_POINTER));
     const int line = __LINE__ - 1;
     EXPECT_EQ(capture.text(),
-        format("REQUIREMENT - SRC>>pointer!=((void*)0) in RequirementsTests.cpp:%d (function)\n", line));
+        format("REQUIREMENT - SRC>>pointer != ((void*)0) in RequirementsTests.cpp:%d (function)\n", line));
 }
 
 TEST(Requirements, FailedStatusShowsTheFunctionInTheFilesPlace)

@@ -10,6 +10,7 @@
 #include <QSGTexture>
 
 #include <cmath>
+#include <memory>
 
 /// The background, then the picture.
 class LayerNode : public QSGNode {
@@ -170,7 +171,7 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
     const AutoreleasePool pool;
     auto* node = static_cast<LayerNode*>(oldNode);
     if (!mLayer || mLayer->isHidden() || width() < 1 || height() < 1) {
-        delete node;
+        const std::unique_ptr<LayerNode> gone(node);
         return nullptr;
     }
     if (!node) {
