@@ -37,6 +37,10 @@ void measureWriter(const BenchRequest& request);
 const std::vector<FigureName>& filterFigures();
 void measureFilters(const BenchRequest& request);
 
+/// The serial queues, and plain ones that do the same work, in this process.
+const std::vector<FigureName>& dispatchFigures();
+void measureDispatch(const BenchRequest& request);
+
 /// The program, and the plain pipeline that does the same, in a session with a camera.
 const std::vector<FigureName>& programFigures();
 void measurePrograms(const BenchRequest& request);

@@ -13,7 +13,8 @@ namespace {
 
 std::vector<FigureName> allFigures()
 {
-    auto figures = writerFigures();
+    auto figures = dispatchFigures();
+    figures.insert(figures.end(), writerFigures().begin(), writerFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
     return figures;
@@ -82,6 +83,8 @@ int main(int count, char** arguments)
         return 1;
     }
     try {
+        if (request.wantsAny(dispatchFigures()))
+            measureDispatch(request);
         if (request.wantsAny(writerFigures()))
             measureWriter(request);
         if (request.wantsAny(filterFigures()))

@@ -11,6 +11,9 @@
 
 namespace {
 
+/// The most items for which a queue keeps memory while it has none.
+constexpr std::size_t mostKeptCapacity = 4096;
+
 CFTypeID queueTypeID()
 {
     static const CFTypeID identifier = CFRegisterType("OS_dispatch_queue");
@@ -81,40 +84,46 @@ void DispatchQueue::post(dispatch_block_t block)
 
 void DispatchQueue::schedule()
 {
-    if (mTarget)
-        mTarget->post([self = Ref<DispatchQueue>(this)] { self->drain(); });
-    else if (isMain())
+    if (mTarget) {
+        // The closure owns this reference. It captures nothing else, so that it needs no memory of its own.
+        retain();
+        mTarget->post([this] { Ref<DispatchQueue>::adopt(this)->drain(); });
+    } else if (isMain()) {
         MainQueueGate::shared().workCame();
-    else
+    } else {
         WorkerPool::shared().schedule(Ref<DispatchQueue>(this));
+    }
 }
 
 bool DispatchQueue::runBatch()
 {
-    std::vector<dispatch_block_t> batch;
     {
         const std::lock_guard guard(mLock);
         if (mItems.empty()) {
             mScheduled = false;
             return false;
         }
-        batch.swap(mItems);
+        mBatch.swap(mItems);
     }
-    Frame frame { this, Frame::innermost() };
-    Frame::innermost() = &frame;
-    for (auto& item : batch) {
-        if (WorkerPool::shared().isStopping() && !DispatchMain::isMainThread())
-            break;
+    const auto& workers = WorkerPool::shared();
+    const bool isWorker = !DispatchMain::isMainThread();
+    const Frame frame(this);
+    for (auto& item : mBatch) {
+        // The rest is kept and never runs.
+        if (isWorker && workers.isStopping())
+            return true;
         const AutoreleasePool pool;
         item();
         // What the closure held goes now, on this queue, and not with the batch.
         item = nullptr;
     }
-    Frame::innermost() = frame.outer;
+    mBatch.clear();
+    if (mBatch.capacity() > mostKeptCapacity)
+        mBatch = {};
     return true;
 }
 
-void DispatchQueue::drain()
+void DispatchQueue::drain() noexcept
 {
     if (!mTarget && !isMain()) {
         while (runBatch()) {

@@ -24,17 +24,27 @@ public:
 
     void post(dispatch_block_t block);
     /// Runs what waits. A queue on the pool goes on until it is empty; one with a target runs what it finds and then
-    /// lines up again behind its siblings.
-    void drain();
+    /// lines up again behind its siblings. An exception that leaves an item ends the program.
+    void drain() noexcept;
 
     CFTypeID typeID() const noexcept override;
     std::string description() override;
 
     /// The queue that runs an item on this thread, and those that this one runs in.
-    struct Frame {
-        DispatchQueue* queue;
-        Frame* outer;
+    class Frame {
+    public:
+        explicit Frame(DispatchQueue* runs)
+            : queue(runs)
+            , outer(std::exchange(innermost(), this))
+        {
+        }
+        ~Frame() { innermost() = outer; }
+        Frame(const Frame&) = delete;
+        Frame& operator=(const Frame&) = delete;
+
         static Frame*& innermost();
+        DispatchQueue* const queue;
+        Frame* const outer;
     };
 
 private:
@@ -48,6 +58,9 @@ private:
     std::mutex mLock;
     std::vector<dispatch_block_t> mItems;
     bool mScheduled = false;
+    /// What the present drain runs; nobody else looks at it. Empty between drains and kept for its memory, which the
+    /// two lists hand to each other, so that a queue in steady use asks for none.
+    std::vector<dispatch_block_t> mBatch;
 };
 
 /// The inside of a queue; every queue is one of these.

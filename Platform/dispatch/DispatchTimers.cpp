@@ -130,11 +130,12 @@ public:
     {
     }
 
-    void setTimer(std::int64_t start, std::int64_t interval)
+    void setTimer(std::int64_t start, std::int64_t interval, std::uint64_t leeway)
     {
         const std::lock_guard guard(mLock);
         mNext = start;
         mInterval = interval;
+        mLeeway = leeway;
         ++mGeneration;
         if (mResumed && !mCancelled)
             lineUp();
@@ -161,6 +162,13 @@ public:
         ++mGeneration;
     }
     CFTypeID typeID() const noexcept override { return sourceTypeID(); }
+    std::string description() override
+    {
+        const std::lock_guard guard(mLock);
+        return "<OS_dispatch_source: timer on \"" + std::string(dispatch_queue_get_label(mQueue)) + "\", interval "
+            + (mInterval == never ? "none" : std::to_string(mInterval) + " ns") + ", leeway " + std::to_string(mLeeway)
+            + " ns>";
+    }
 
 private:
     void lineUp()
@@ -175,7 +183,8 @@ private:
         const std::lock_guard guard(mLock);
         if (generation != mGeneration)
             return;
-        if (mInterval == never || mInterval <= 0) {
+        // An interval that reaches beyond the end of time counts as none, and so does one of nothing.
+        if (mInterval <= 0 || mInterval >= never - now) {
             mNext = never;
         } else {
             // Counted from the start and not from now, so that lateness does not add up.
@@ -209,6 +218,7 @@ private:
     std::shared_ptr<dispatch_block_t> mHandler;
     std::int64_t mNext = never;
     std::int64_t mInterval = never;
+    std::uint64_t mLeeway = 0;
     std::uint64_t mGeneration = 0;
     bool mResumed = false;
     bool mCancelled = false;
@@ -245,10 +255,10 @@ Ref<dispatch_source> dispatch_source_create_timer(dispatch_queue_t queue)
 }
 
 void dispatch_source_set_timer(
-    dispatch_source_t source, dispatch_time_t start, std::uint64_t interval, std::uint64_t /*leeway*/)
+    dispatch_source_t source, dispatch_time_t start, std::uint64_t interval, std::uint64_t leeway)
 {
     if (source)
-        static_cast<DispatchSource*>(source)->setTimer(clamped(dispatch_time(start, 0)), clamped(interval));
+        static_cast<DispatchSource*>(source)->setTimer(clamped(dispatch_time(start, 0)), clamped(interval), leeway);
 }
 
 void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler)
@@ -273,7 +283,8 @@ void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block
 {
     connectToClock();
     Timers::shared().add(clamped(dispatch_time(when, 0)),
-        [queue = Ref<dispatch_queue>(queue), block = std::move(block)](std::int64_t) { dispatch_async(queue, block); });
+        [queue = Ref<dispatch_queue>(queue), block = std::move(block)](
+            std::int64_t) mutable { dispatch_async(queue, std::move(block)); });
 }
 
 void DispatchMain::stopThreads()

@@ -10,7 +10,7 @@
 /// Every queue made here is serial: its work items run one at a time, in the order in which they were posted, each in
 /// an autorelease pool of its own. A queue with a target runs its items as part of the target, so two queues with one
 /// target never overlap. Queues without a target run on a pool of threads. Closures are destroyed on the queue right
-/// after they ran.
+/// after they ran. One that lets an exception out ends the program.
 ///
 /// The two types show only that they are counted objects; what they are made of derives from them inside.
 class dispatch_queue : public CFType {
@@ -54,8 +54,9 @@ dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta);
 /// A timer source on \p queue, suspended. Its last reference stops it.
 /// \return null where the platform fails ("dispatch_source_create")
 Ref<dispatch_source> dispatch_source_create_timer(dispatch_queue_t queue);
-/// First event at \p start, then every \p interval nanoseconds from it without drift (DISPATCH_TIME_FOREVER: one
-/// event). Events missed while one waits to run count as one. The leeway is permission to be late; none is taken.
+/// First event at \p start, then every \p interval nanoseconds from it without drift (0 or DISPATCH_TIME_FOREVER: one
+/// event). Events missed while one waits to run count as one. The leeway is permission to be late; none is taken, but
+/// the source's description tells it.
 void dispatch_source_set_timer(
     dispatch_source_t source, dispatch_time_t start, std::uint64_t interval, std::uint64_t leeway);
 void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler);

@@ -72,6 +72,26 @@ TEST_F(HandDrivenTimer, ForeverMeansOneEvent)
     EXPECT_EQ(mTicks, 1);
 }
 
+TEST_F(HandDrivenTimer, AnIntervalOfNothingOrBeyondTheEndOfTimeMeansOneEventToo)
+{
+    for (const std::uint64_t interval : { std::uint64_t { 0 }, static_cast<std::uint64_t>(INT64_MAX - 5) }) {
+        mTicks = 0;
+        const auto source = timer(10, interval);
+        dispatch_resume(source);
+        advance(10);
+        advance(1'000'000);
+        EXPECT_EQ(mTicks, 1);
+    }
+}
+
+TEST_F(HandDrivenTimer, DescribesItself)
+{
+    const auto source = timer(10, 25);
+    EXPECT_EQ(source->description(), "<OS_dispatch_source: timer on \"main-thread\", interval 25 ns, leeway 0 ns>");
+    dispatch_source_set_timer(source, DISPATCH_TIME_NOW, DISPATCH_TIME_FOREVER, 7);
+    EXPECT_EQ(source->description(), "<OS_dispatch_source: timer on \"main-thread\", interval none, leeway 7 ns>");
+}
+
 TEST_F(HandDrivenTimer, EndsWithItsLastReferenceOrCancellation)
 {
     auto source = timer(10, 10);
@@ -107,6 +127,27 @@ TEST_F(HandDrivenTimer, AfterPostsOnceWhenItsTimeHasCome)
     EXPECT_EQ(ran, 0);
     advance(1);
     EXPECT_EQ(ran, 1);
+}
+
+TEST_F(HandDrivenTimer, WhatIsPostedAfterATimeEndsOnItsQueue)
+{
+    const auto queue = dispatch_queue_create("queue");
+    struct Ending {
+        explicit Ending(dispatch_queue_t on, bool& wasThere)
+            : queue(on)
+            , endedThere(wasThere)
+        {
+        }
+        ~Ending() { endedThere = isRunningOnQueue(queue); }
+        dispatch_queue_t queue;
+        bool& endedThere;
+    };
+    bool endedThere = false;
+    dispatch_after(
+        dispatch_time(DISPATCH_TIME_NOW, 30), queue, [held = std::make_shared<Ending>(queue, endedThere)] {});
+    advance(30);
+    dispatch_sync(queue, [] {});
+    EXPECT_TRUE(endedThere);
 }
 
 TEST(DispatchTimer, FollowsTheMachinesClockWithoutDrift)
