@@ -4,8 +4,7 @@
 
 NS_IMPLEMENTATION(AVCaptureDispatchMainQueue, AVCaptureDispatchQueue)
 {
-    type.classMessage("targetQueueClass", &AVCaptureDispatchMainQueue::targetQueueClass);
-    type.classMessage("defaultWaitsUntilEmpty", &AVCaptureDispatchMainQueue::defaultWaitsUntilEmpty);
+    registerClassMessages(type);
     type.message("asyncIfNotOnMainThread:", &AVCaptureDispatchMainQueue::asyncIfNotOnMainThread);
 }
 

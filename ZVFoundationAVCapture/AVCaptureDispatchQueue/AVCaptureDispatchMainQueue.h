@@ -5,10 +5,10 @@
 
 /// Work for the main thread. These queues do not drain at their end, since the main thread may be the one that ends
 /// them.
-class AVCaptureDispatchMainQueue : public AVCaptureDispatchQueueSubclass<AVCaptureDispatchMainQueue> {
+class AVCaptureDispatchMainQueue
+    : public AVCaptureDispatchQueueClassMessages<AVCaptureDispatchMainQueue, AVCaptureDispatchQueue> {
     NS_OBJECT(AVCaptureDispatchMainQueue)
 public:
-    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
     static Class targetQueueClass() { return AVCaptureDispatchMainTargetQueue::classObject(); }
     static bool defaultWaitsUntilEmpty() { return false; }
 

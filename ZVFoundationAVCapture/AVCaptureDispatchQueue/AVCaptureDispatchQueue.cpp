@@ -5,8 +5,9 @@
 
 NS_IMPLEMENTATION(AVCaptureDispatchQueue, NSObject)
 {
-    type.classMessage("targetQueueClass", &AVCaptureDispatchQueue::targetQueueClass);
-    type.classMessage("defaultWaitsUntilEmpty", &AVCaptureDispatchQueue::defaultWaitsUntilEmpty);
+    registerClassMessages(type);
+    type.message("initWithTargetClass:queueName:waitUntilEmpty:",
+        &AVCaptureDispatchQueue::initWithTargetClass_queueName_waitUntilEmpty);
     type.message("waitUntilQueueEmpty", &AVCaptureDispatchQueue::waitUntilQueueEmpty);
     type.message("targetQueue", &AVCaptureDispatchQueue::targetQueue);
     type.message("sync:", &AVCaptureDispatchQueue::sync);
@@ -17,18 +18,20 @@ NS_IMPLEMENTATION(AVCaptureDispatchQueue, NSObject)
         &AVCaptureDispatchQueue::setWaitsUntilEmptyBeforeRelease);
 }
 
-AVCaptureDispatchQueue::AVCaptureDispatchQueue(Class targetClass, CFTypeRef queueName, bool waitUntilEmpty)
-    : _targetClass(targetClass)
-    , _waitsUntilEmptyBeforeRelease(waitUntilEmpty)
+AVCaptureDispatchQueue* AVCaptureDispatchQueue::initWithTargetClass_queueName_waitUntilEmpty(
+    Class targetClass, CFTypeRef queueName, bool waitUntilEmpty)
 {
+    _waitsUntilEmptyBeforeRelease = waitUntilEmpty;
+    _targetClass = targetClass;
     auto* const target = targetQueue();
-    if (!DispatchRequiredIn("initWithTargetClass", target, "target_queue"))
-        return;
-    auto* const name = kindOf<CFString>(queueName);
+    if (!DispatchRequired(target, "target_queue"))
+        return this;
+    const auto* const name = kindOf<CFString>(queueName);
     if (!name)
-        return;
+        return this;
     _queue = avcapture_dispatch_queue_create_serial_with_target(name->string().c_str(), target);
-    DispatchRequiredIn("initWithTargetClass", _queue, "_queue");
+    DispatchRequired(_queue, "_queue");
+    return this;
 }
 
 AVCaptureDispatchQueue::~AVCaptureDispatchQueue()
@@ -50,40 +53,10 @@ bool AVCaptureDispatchQueue::defaultWaitsUntilEmpty()
     return true;
 }
 
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueOfClass()
+void AVCaptureDispatchQueue::setWaitsUntilEmptyBeforeRelease(bool value)
 {
-    return queueWithTargetClass(AVCaptureDispatchSerialTargetQueue::classObject());
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithNameThatDoesNotWaitUntilEmpty(CFTypeRef queueName)
-{
-    return queueWithName_waitUntilEmpty(queueName, false);
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithName(CFTypeRef queueName)
-{
-    return queueWithName_waitUntilEmpty(queueName, defaultWaitsUntilEmpty());
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithName_waitUntilEmpty(CFTypeRef queueName, bool waitUntilEmpty)
-{
-    return queueWithTargetClass_queueName_waitUntilEmpty(targetQueueClass(), queueName, waitUntilEmpty);
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithTargetClass(Class targetClass)
-{
-    return queueWithTargetClass_queueName(targetClass, NSStringFromClass(classObject()).get());
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithTargetClass_queueName(Class targetClass, CFTypeRef queueName)
-{
-    return queueWithTargetClass_queueName_waitUntilEmpty(targetClass, queueName, defaultWaitsUntilEmpty());
-}
-
-AVCaptureDispatchQueue* AVCaptureDispatchQueue::queueWithTargetClass_queueName_waitUntilEmpty(
-    Class targetClass, CFTypeRef queueName, bool waitUntilEmpty)
-{
-    return autorelease(make<AVCaptureDispatchQueue>(targetClass, queueName, waitUntilEmpty));
+    const NSKeyValueChange change(this, "waitsUntilEmptyBeforeRelease");
+    _waitsUntilEmptyBeforeRelease = value;
 }
 
 dispatch_queue_t AVCaptureDispatchQueue::targetQueue() const

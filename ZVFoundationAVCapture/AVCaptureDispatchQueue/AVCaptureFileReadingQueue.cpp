@@ -2,5 +2,5 @@
 
 NS_IMPLEMENTATION(AVCaptureFileReadingQueue, AVCaptureDispatchQueue)
 {
-    type.classMessage("targetQueueClass", &AVCaptureFileReadingQueue::targetQueueClass);
+    registerClassMessages(type);
 }

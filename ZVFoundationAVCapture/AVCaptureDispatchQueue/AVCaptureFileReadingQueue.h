@@ -4,9 +4,9 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
 
 /// A queue that reads files.
-class AVCaptureFileReadingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureFileReadingQueue> {
+class AVCaptureFileReadingQueue
+    : public AVCaptureDispatchQueueClassMessages<AVCaptureFileReadingQueue, AVCaptureDispatchQueue> {
     NS_OBJECT(AVCaptureFileReadingQueue)
 public:
-    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
     static Class targetQueueClass() { return AVCaptureDiskIOTargetQueue::classObject(); }
 };

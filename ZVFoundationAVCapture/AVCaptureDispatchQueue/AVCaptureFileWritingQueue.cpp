@@ -2,5 +2,5 @@
 
 NS_IMPLEMENTATION(AVCaptureFileWritingQueue, AVCaptureDispatchQueue)
 {
-    type.classMessage("targetQueueClass", &AVCaptureFileWritingQueue::targetQueueClass);
+    registerClassMessages(type);
 }

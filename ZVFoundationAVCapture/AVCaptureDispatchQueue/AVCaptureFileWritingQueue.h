@@ -4,9 +4,9 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchQueue.h"
 
 /// A queue that writes files.
-class AVCaptureFileWritingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureFileWritingQueue> {
+class AVCaptureFileWritingQueue
+    : public AVCaptureDispatchQueueClassMessages<AVCaptureFileWritingQueue, AVCaptureDispatchQueue> {
     NS_OBJECT(AVCaptureFileWritingQueue)
 public:
-    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
     static Class targetQueueClass() { return AVCaptureDiskIOTargetQueue::classObject(); }
 };

@@ -2,5 +2,5 @@
 
 NS_IMPLEMENTATION(AVCaptureRenderingQueue, AVCaptureDispatchQueue)
 {
-    type.classMessage("targetQueueClass", &AVCaptureRenderingQueue::targetQueueClass);
+    registerClassMessages(type);
 }

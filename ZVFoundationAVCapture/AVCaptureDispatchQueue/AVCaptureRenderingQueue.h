@@ -4,9 +4,9 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureRenderingTargetQueue.h"
 
 /// A queue that renders.
-class AVCaptureRenderingQueue : public AVCaptureDispatchQueueSubclass<AVCaptureRenderingQueue> {
+class AVCaptureRenderingQueue
+    : public AVCaptureDispatchQueueClassMessages<AVCaptureRenderingQueue, AVCaptureDispatchQueue> {
     NS_OBJECT(AVCaptureRenderingQueue)
 public:
-    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
     static Class targetQueueClass() { return AVCaptureRenderingTargetQueue::classObject(); }
 };

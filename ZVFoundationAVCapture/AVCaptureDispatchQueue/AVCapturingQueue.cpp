@@ -2,5 +2,5 @@
 
 NS_IMPLEMENTATION(AVCapturingQueue, AVCaptureDispatchQueue)
 {
-    type.classMessage("targetQueueClass", &AVCapturingQueue::targetQueueClass);
+    registerClassMessages(type);
 }

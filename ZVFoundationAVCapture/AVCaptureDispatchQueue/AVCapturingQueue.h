@@ -4,9 +4,8 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchTargetQueue.h"
 
 /// A queue of capture work.
-class AVCapturingQueue : public AVCaptureDispatchQueueSubclass<AVCapturingQueue> {
+class AVCapturingQueue : public AVCaptureDispatchQueueClassMessages<AVCapturingQueue, AVCaptureDispatchQueue> {
     NS_OBJECT(AVCapturingQueue)
 public:
-    using AVCaptureDispatchQueueSubclass::AVCaptureDispatchQueueSubclass;
     static Class targetQueueClass() { return AVCaptureDispatchTargetQueue::classObject(); }
 };

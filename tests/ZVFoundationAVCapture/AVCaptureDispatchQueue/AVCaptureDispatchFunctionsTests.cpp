@@ -23,6 +23,21 @@ struct Call {
     bool synchronous;
 };
 
+/// Notes its end.
+class Departing : public NSObject {
+public:
+    Departing(std::vector<std::string>& gone, std::string name)
+        : mGone(gone)
+        , mName(std::move(name))
+    {
+    }
+    ~Departing() override { mGone.push_back(mName); }
+
+private:
+    std::vector<std::string>& mGone;
+    const std::string mName;
+};
+
 }
 
 TEST(AVCaptureDispatchFunctions, QueueRunsAsPartOfItsTarget)
@@ -93,6 +108,73 @@ TEST(AVCaptureDispatchFunctions, StrongHopKeepsSelfAndObjectUntilItRan)
     EXPECT_FALSE(call->synchronous);
     EXPECT_FALSE(weakSelf.strongReference());
     EXPECT_FALSE(weakObject.strongReference());
+}
+
+TEST(AVCaptureDispatchFunctions, AfterTheCallTheObjectGoesFirstThenSelfThenTheClosure)
+{
+    std::vector<std::string> gone;
+    for (const bool weakly : { false, true }) {
+        SCOPED_TRACE(weakly);
+        gone.clear();
+        elsewhere([&] {
+            auto self = make<Departing>(gone, "self");
+            auto object = make<Departing>(gone, "object");
+            // It holds self to the end where nothing else does.
+            const auto keeper = std::make_shared<Ref<Departing>>(weakly ? self : nullptr);
+            const auto block = [keeper, last = make<Departing>(gone, "closure")](
+                                   Departing*, Departing*, bool) { *keeper = nullptr; };
+            if (weakly)
+                avcapture_dispatch_main_weak_self<Departing, Departing>(self, object, block);
+            else
+                avcapture_dispatch_main_strong_self<Departing, Departing>(self, object, block);
+        });
+        EXPECT_TRUE(gone.empty());
+        ASSERT_TRUE(DispatchMain::runUntil([&] { return gone.size() == 3; }, 10));
+        EXPECT_EQ(gone, (std::vector<std::string> { "object", "self", "closure" }));
+    }
+}
+
+TEST(AVCaptureDispatchFunctions, WithoutAClosureBothHopsDoNothing)
+{
+    const auto self = make<NSObject>();
+    const auto hop = [&] {
+        avcapture_dispatch_main_strong_self(self.get(), self.get(), nullptr);
+        avcapture_dispatch_main_weak_self(self.get(), self.get(), nullptr);
+    };
+    hop();
+    elsewhere(hop);
+    EXPECT_EQ(self->retainCount(), 1);
+    DispatchMain::drain();
+}
+
+TEST(AVCaptureDispatchFunctions, HopsMayRaceWithTheEndOfSelf)
+{
+    constexpr int hops = 300;
+    int ran = 0;
+    int found = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([&] {
+            for (int time = 0; time < hops; ++time) {
+                auto self = make<NSObject>();
+                const auto object = make<NSObject>();
+                avcapture_dispatch_main_weak_self<NSObject, NSObject>(
+                    self, object, [&](NSObject* alive, NSObject*, bool) {
+                        ++ran;
+                        found += alive && alive->respondsToSelector("no such message") ? 0 : 1;
+                    });
+                avcapture_dispatch_main_strong_self<NSObject, NSObject>(
+                    self, object, [&](NSObject* alive, NSObject*, bool) {
+                        ++ran;
+                        EXPECT_TRUE(alive);
+                    });
+            }
+        });
+    }
+    EXPECT_TRUE(DispatchMain::runUntil([&] { return ran == 3 * 2 * hops; }, 60));
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(found, 3 * hops);
 }
 
 TEST(AVCaptureDispatchFunctions, WeakHopLosesADeadSelfAndKeepsTheObject)

@@ -1,10 +1,12 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureQueues.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
+#include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchFunctions.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <future>
 #include <thread>
 
@@ -21,6 +23,22 @@ class AVCaptureDispatchQueueTestsNoTarget : public NSObject {
 };
 
 NS_IMPLEMENTATION(AVCaptureDispatchQueueTestsNoTarget, NSObject) { }
+
+/// The whole line of a missing dispatch object; only the line's number stays open.
+std::string missingLine(const std::string& what, const std::string& function)
+{
+    return "REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - " + what + " in AVCaptureDispatchQueue\\.cpp:[0-9]+ \\("
+        + function + "\\)\n";
+}
+
+const std::string initialiser = "initWithTargetClass_queueName_waitUntilEmpty";
+
+template <class Queue> Ref<Queue> queueNamed(CFTypeRef name, bool waits = true)
+{
+    auto queue = make<Queue>();
+    queue->initWithTargetClass_queueName_waitUntilEmpty(Queue::targetQueueClass(), name, waits);
+    return queue;
+}
 
 void expectQueue(AVCaptureDispatchQueue* queue, Class targetClass, const char* label, bool waits)
 {
@@ -91,6 +109,34 @@ TEST(AVCaptureDispatchQueue, QueueOfASubclassIsOnTheSerialTarget)
         "AVCaptureDispatchMainQueue", false);
 }
 
+TEST(AVCaptureDispatchQueue, ClassObjectsMakeTheSameQueues)
+{
+    const AutoreleasePool pool;
+    using Queue = AVCaptureDispatchQueue;
+    auto* const type = NSClassFromString(CFSTR("AVCaptureDispatchMainQueue"));
+    auto* const main = AVCaptureDispatchMainTargetQueue::classObject();
+    auto* const disk = AVCaptureDiskIOTargetQueue::classObject();
+    auto* const n = CFSTR("n");
+    EXPECT_EQ(type->classMessage<Class()>("targetQueueClass")(), main);
+    EXPECT_FALSE(type->classMessage<bool()>("defaultWaitsUntilEmpty")());
+    expectQueue(type->classMessage<Queue*()>("queue")(), AVCaptureDispatchSerialTargetQueue::classObject(),
+        "AVCaptureDispatchMainQueue", false);
+    expectQueue(type->classMessage<Queue*(CFTypeRef)>("queueWithNameThatDoesNotWaitUntilEmpty:")(n), main, "n", false);
+    auto* const waiting = type->classMessage<Queue*(CFTypeRef, bool)>("queueWithName:waitUntilEmpty:")(n, true);
+    expectQueue(waiting, main, "n", true);
+    // It ends here, on the main thread, and would wait for itself.
+    waiting->setWaitsUntilEmptyBeforeRelease(false);
+    expectQueue(type->classMessage<Queue*(CFTypeRef)>("queueWithName:")(n), main, "n", false);
+    expectQueue(
+        type->classMessage<Queue*(Class)>("queueWithTargetClass:")(disk), disk, "AVCaptureDispatchMainQueue", false);
+    expectQueue(
+        type->classMessage<Queue*(Class, CFTypeRef)>("queueWithTargetClass:queueName:")(disk, n), disk, "n", false);
+    auto* const made = type->classMessage<Queue*(Class, CFTypeRef, bool)>(
+        "queueWithTargetClass:queueName:waitUntilEmpty:")(disk, n, true);
+    expectQueue(made, disk, "n", true);
+    EXPECT_EQ(made->isa(), type);
+}
+
 TEST(AVCaptureDispatchQueue, NameThatIsNoStringGivesNoQueueAndOneLineAtTheEnd)
 {
     for (CFTypeRef name :
@@ -98,44 +144,86 @@ TEST(AVCaptureDispatchQueue, NameThatIsNoStringGivesNoQueueAndOneLineAtTheEnd)
         StandardErrorCapture capture;
         bool ran = false;
         {
-            const auto queue = make<AVCaptureRenderingQueue>(AVCaptureRenderingTargetQueue::classObject(), name, true);
+            const auto queue = queueNamed<AVCaptureRenderingQueue>(name);
             EXPECT_EQ(queue->queue(), nullptr);
+            EXPECT_EQ(queue->targetClass(), AVCaptureRenderingTargetQueue::classObject());
+            EXPECT_EQ(queue->targetQueue(), AVCaptureRenderingTargetQueue::targetQueue());
             queue->sync([&] { ran = true; });
             queue->async([&] { ran = true; });
             queue->waitUntilQueueEmpty();
         }
-        const auto text = capture.text();
+        EXPECT_THAT(capture.text(), testing::MatchesRegex(missingLine("_queue", "dealloc")));
         EXPECT_FALSE(ran);
-        EXPECT_TRUE(
-            text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - _queue in AVCaptureDispatchQueue.cpp:"))
-            << text;
-        EXPECT_TRUE(text.ends_with(" (dealloc)\n")) << text;
-        EXPECT_EQ(std::ranges::count(text, '\n'), 1) << text;
     }
 }
 
-TEST(AVCaptureDispatchQueue, ClassWithoutATargetIsReported)
+TEST(AVCaptureDispatchQueue, AClassWithoutATargetIsReported)
+{
+    for (Class target : { static_cast<Class>(nullptr), AVCaptureDispatchQueueTestsNoTarget::classObject() }) {
+        StandardErrorCapture capture;
+        {
+            const AutoreleasePool pool;
+            auto* const queue = AVCaptureDispatchQueue::queueWithTargetClass_queueName(target, CFSTR("n"));
+            EXPECT_EQ(queue->queue(), nullptr);
+            EXPECT_EQ(queue->targetQueue(), nullptr);
+            EXPECT_EQ(queue->targetClass(), target);
+        }
+        EXPECT_THAT(capture.text(),
+            testing::MatchesRegex(missingLine("target_queue", initialiser) + missingLine("_queue", "dealloc")));
+    }
+}
+
+TEST(AVCaptureDispatchQueue, AQueueThatCouldNotBeMadeIsReported)
+{
+    ASSERT_TRUE(AVCaptureRenderingTargetQueue::targetQueue());
+    StandardErrorCapture capture;
+    {
+        const FailPoint::Scope failing("dispatch_queue_create");
+        EXPECT_EQ(queueNamed<AVCaptureRenderingQueue>(CFSTR("n"))->queue(), nullptr);
+    }
+    EXPECT_THAT(
+        capture.text(), testing::MatchesRegex(missingLine("_queue", initialiser) + missingLine("_queue", "dealloc")));
+}
+
+TEST(AVCaptureDispatchQueue, AnObjectThatWasNeverInitialisedHasNothingAndSaysSoAtItsEnd)
 {
     StandardErrorCapture capture;
     {
-        const auto queue
-            = make<AVCaptureDispatchQueue>(AVCaptureDispatchQueueTestsNoTarget::classObject(), CFSTR("n"), true);
+        const auto queue = make<AVCaptureDispatchQueue>();
         EXPECT_EQ(queue->queue(), nullptr);
+        EXPECT_EQ(queue->targetClass(), nullptr);
         EXPECT_EQ(queue->targetQueue(), nullptr);
+        EXPECT_FALSE(queue->waitsUntilEmptyBeforeRelease());
     }
-    const auto text = capture.text();
-    EXPECT_TRUE(
-        text.starts_with("REQUIRED_DISPATCH_QUEUE 0x00000000==NULL - target_queue in AVCaptureDispatchQueue.cpp:"))
-        << text;
-    EXPECT_EQ(std::ranges::count(text, '\n'), 2) << text;
+    EXPECT_THAT(capture.text(), testing::MatchesRegex(missingLine("_queue", "dealloc")));
+}
+
+TEST(AVCaptureDispatchQueue, AQueueThatEndsWellSaysNothing)
+{
+    StandardErrorCapture capture;
+    queueNamed<AVCaptureRenderingQueue>(CFSTR("n"));
+    EXPECT_EQ(capture.text(), "");
 }
 
 TEST(AVCaptureDispatchQueue, NullClosuresDoNothing)
 {
-    const auto queue = make<AVCaptureRenderingQueue>(AVCaptureRenderingTargetQueue::classObject(), CFSTR("n"), true);
+    const auto queue = queueNamed<AVCaptureRenderingQueue>(CFSTR("n"));
     queue->sync(nullptr);
     queue->async(nullptr);
     queue->waitUntilQueueEmpty();
+}
+
+TEST(AVCaptureDispatchQueue, WaitingIsABarrier)
+{
+    const auto queue = queueNamed<AVCaptureFileReadingQueue>(CFSTR("n"));
+    int ran = 0;
+    for (int time = 0; time < 100; ++time)
+        queue->async([&ran] { ++ran; });
+    queue->waitUntilQueueEmpty();
+    EXPECT_EQ(ran, 100);
+    queue->async([&ran] { ++ran; });
+    queue->sync([&ran] { ran *= 2; });
+    EXPECT_EQ(ran, 202);
 }
 
 TEST(AVCaptureDispatchQueue, QueuesOfOneFamilyExcludeEachOther)
@@ -157,7 +245,7 @@ TEST(AVCaptureDispatchQueue, EndWaitsForWhatWasPosted)
 {
     std::promise<void> mayRun;
     std::atomic<bool> ran = false;
-    auto queue = make<AVCaptureRenderingQueue>(AVCaptureRenderingTargetQueue::classObject(), CFSTR("n"), true);
+    auto queue = queueNamed<AVCaptureRenderingQueue>(CFSTR("n"));
     queue->async([&, wait = std::make_shared<std::future<void>>(mayRun.get_future())] {
         wait->wait();
         ran = true;
@@ -176,7 +264,7 @@ TEST(AVCaptureDispatchQueue, EndDoesNotWaitWhenToldNotTo)
 {
     std::promise<void> mayRun;
     std::promise<void> ran;
-    auto queue = make<AVCaptureRenderingQueue>(AVCaptureRenderingTargetQueue::classObject(), CFSTR("n"), true);
+    auto queue = queueNamed<AVCaptureRenderingQueue>(CFSTR("n"));
     queue->setWaitsUntilEmptyBeforeRelease(false);
     queue->async([&, wait = std::make_shared<std::future<void>>(mayRun.get_future())] {
         wait->wait();
@@ -185,6 +273,37 @@ TEST(AVCaptureDispatchQueue, EndDoesNotWaitWhenToldNotTo)
     queue = nullptr;
     mayRun.set_value();
     EXPECT_EQ(ran.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+TEST(AVCaptureDispatchMainQueue, DoesNotDrainAtItsEnd)
+{
+    bool ran = false;
+    {
+        const AutoreleasePool pool;
+        auto* const queue = AVCaptureDispatchMainQueue::queueWithName(CFSTR("main"));
+        EXPECT_FALSE(queue->waitsUntilEmptyBeforeRelease());
+        queue->async([&] { ran = true; });
+    }
+    // The object went on the main thread, which would have waited for itself.
+    EXPECT_FALSE(ran);
+    EXPECT_TRUE(DispatchMain::runUntil([&] { return ran; }, 10));
+}
+
+TEST(AVCaptureDispatchMainQueue, ReachesTheMainThreadThroughItsOwnTarget)
+{
+    const AutoreleasePool pool;
+    const Ref queue(AVCaptureDispatchMainQueue::queueWithName(CFSTR("main")));
+    std::vector<std::pair<int, bool>> calls;
+    const auto note = [&](int number) {
+        calls.emplace_back(number, isRunningOnQueue(AVCaptureDispatchMainTargetQueue::targetQueue()));
+    };
+    elsewhere([&] {
+        queue->asyncIfNotOnMainThread([&] { note(1); });
+        AVCaptureDispatchMainQueue_AsyncIfDispatch([&] { note(2); });
+        dispatch_async(dispatch_get_main_queue(), [&] { note(3); });
+    });
+    ASSERT_TRUE(DispatchMain::runUntil([&] { return calls.size() == 3; }, 10));
+    EXPECT_THAT(calls, testing::UnorderedElementsAre(std::pair(1, true), std::pair(2, true), std::pair(3, false)));
 }
 
 TEST(AVCaptureDispatchMainQueue, RunsAtOnceOnTheMainThreadAheadOfWhatWaits)

@@ -21,6 +21,23 @@ TEST(AVCaptureWeakOptional, GivesTheObjectWhileItLives)
     EXPECT_EQ(reference.retainedAndAutoreleasedOrNil(), nullptr);
 }
 
+TEST(AVCaptureWeakOptional, OfNullGivesNull)
+{
+    WeakOptional reference(static_cast<NSObject*>(nullptr));
+    EXPECT_FALSE(reference.strongReferenceOrNil());
+    EXPECT_EQ(reference.retainedAndAutoreleasedOrNil(), nullptr);
+    const auto object = make<NSObject>();
+    reference = object.get();
+    EXPECT_EQ(object->retainCount(), 1);
+    {
+        const auto strong = reference.strongReferenceOrNil();
+        EXPECT_EQ(object->retainCount(), 2);
+    }
+    reference = static_cast<NSObject*>(nullptr);
+    EXPECT_FALSE(reference.strongReferenceOrNil());
+    static_assert(std::is_nothrow_destructible_v<WeakOptional>);
+}
+
 TEST(AVCaptureWeakOptional, PoolKeepsWhatWasHandedOut)
 {
     auto object = make<NSObject>();
