@@ -17,6 +17,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr FigureName startTime { "start", "ms",
+    "program: from its start to the first picture on the screen, median of five" };
+constexpr FigureName startTimeFirst { "start-first", "ms", "the same when the driver has kept no compiled filters" };
 constexpr FigureName viewCPU { "view-cpu", "ms/frame", "program: filter and view" };
 constexpr FigureName viewDropped { "view-dropped", "frames", "program: camera pictures that the window did not show" };
 constexpr FigureName recordCPU { "record-cpu", "ms/frame", "program: the same with recording" };
@@ -37,6 +40,7 @@ constexpr FigureName viewRatio { "view-ratio", "", "view-cpu / plain-view-cpu" }
 constexpr FigureName recordRatio { "record-ratio", "", "record-cpu / plain-record-cpu" };
 constexpr FigureName cameraRatio { "camera-ratio", "", "camera-cpu / plain-camera-cpu" };
 
+const std::vector<FigureName> starts { startTime, startTimeFirst };
 const std::vector<FigureName> programOnly { viewCPU, viewDropped, recordCPU, recordDropped, cameraCPU, cameraDropped,
     cameraRate, cameraLatency, cameraLatency95, programMemory };
 const std::vector<FigureName> plainOnly { plainViewCPU, plainRecordCPU, plainCameraCPU, plainCameraDropped };
@@ -174,6 +178,41 @@ void measureLatency(
     printFigure(request, cameraLatency95, delays[delays.size() * 95 / 100]);
 }
 
+/// From the start of the program until its window shows a picture of the camera.
+double startMilliseconds(ScreenWatcher& screen)
+{
+    require(waitUntil([&] { return screen.takeNumbers().empty(); }, 10s), "an ended program's picture stays");
+    const auto start = std::chrono::steady_clock::now();
+    ChildProcess program({ PROGRAM_FOLDER "/tovrin" }, scratch("tovrin.log"));
+    require(waitUntil([&] { return !screen.takeNumbers().empty(); }, 30s), "the program showed no picture");
+    const auto shown = std::chrono::steady_clock::now();
+    program.send(SIGTERM);
+    require(program.waitForEnd(20s), "the program did not quit");
+    return std::chrono::duration<double, std::milli>(shown - start).count();
+}
+
+void measureStart(const BenchRequest& request)
+{
+    CameraFeed feed(scratch("camera.log"));
+    // The first run shows where on the screen the pictures come.
+    auto program = std::make_optional<ChildProcess>(
+        std::vector<std::string> { PROGRAM_FOLDER "/tovrin" }, scratch("tovrin.log"));
+    ScreenWatcher screen;
+    program.reset();
+    const auto median = [&](const std::function<void()>& prepare) {
+        std::vector<double> times;
+        for (int run = 0; run < 5; ++run) {
+            prepare();
+            times.push_back(startMilliseconds(screen));
+        }
+        std::sort(times.begin(), times.end());
+        return times[times.size() / 2];
+    };
+    printFigure(request, startTime, median([] {}));
+    printFigure(request, startTimeFirst,
+        median([] { std::filesystem::remove_all(std::filesystem::path(std::getenv("HOME")) / ".cache"); }));
+}
+
 struct StageCosts {
     double view = 0, record = 0, camera = 0;
 };
@@ -300,6 +339,8 @@ Stage measurePlain(const BenchRequest& request, bool withRecording, bool withCon
 
 void measureAndCompare(const BenchRequest& request)
 {
+    if (request.wantsAny(starts))
+        measureStart(request);
     StageCosts costs;
     if (request.wantsAny(programOnly) || request.wantsAny(ratios))
         costs = measureProgram(request);
@@ -337,7 +378,8 @@ void showLogs()
 const std::vector<FigureName>& programFigures()
 {
     static const std::vector<FigureName> figures = [] {
-        auto all = programOnly;
+        auto all = starts;
+        all.insert(all.end(), programOnly.begin(), programOnly.end());
         all.insert(all.end(), plainOnly.begin(), plainOnly.end());
         all.insert(all.end(), ratios.begin(), ratios.end());
         return all;
