@@ -99,6 +99,21 @@ def processes_named(name):
     return [pid for pid, program in processes_of_session().items() if program == name]
 
 
+class Background:
+    """Processes that nobody here started directly, and that must stay: they come with the first use of what they do."""
+
+    def __init__(self, name, *programs):
+        self.name = name
+        self.pids = [pid for program in programs for pid in processes_named(program)]
+        if not self.pids:
+            raise Failed(f"{name} does not run")
+
+    def check(self):
+        for pid in self.pids:
+            if not pathlib.Path(f"/proc/{pid}/exe").exists():
+                raise Failed(f"{self.name} has ended")
+
+
 def resident_memory(pid):
     """Resident memory in MiB."""
     for line in pathlib.Path(f"/proc/{pid}/status").read_text().splitlines():
