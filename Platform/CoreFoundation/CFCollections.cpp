@@ -1,18 +1,8 @@
 #include "Platform/CoreFoundation/CFCollections.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+
 #include <algorithm>
-
-CFTypeID CFArrayGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFArray");
-    return identifier;
-}
-
-CFTypeID CFDictionaryGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFDictionary");
-    return identifier;
-}
 
 namespace {
 
@@ -184,6 +174,13 @@ std::string CFDictionary::description()
     for (const auto& [key, value] : entries())
         text += "    " + indented(key->description()) + " = " + indented(value->description()) + ";\n";
     return text + "}";
+}
+
+Ref<CFDictionary> CFDictionaryCreateMutable(CFAllocatorRef /*allocator*/)
+{
+    if (FAIL_POINT("CFDictionaryCreateMutable"))
+        return nullptr;
+    return CFDictionary::create();
 }
 
 CFType* CFDictionaryGetValue(CFDictionary* dictionary, CFType* key)

@@ -79,6 +79,16 @@ using NSMutableArray = CFArray;
 using NSDictionary = CFDictionary;
 using NSMutableDictionary = CFDictionary;
 
-CFTypeID CFArrayGetTypeID();
-CFTypeID CFDictionaryGetTypeID();
+inline CFTypeID CFArrayGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFArray" };
+    return identifier.value();
+}
+inline CFTypeID CFDictionaryGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFDictionary" };
+    return identifier.value();
+}
+/// An empty dictionary; null where the platform fails ("CFDictionaryCreateMutable").
+Ref<CFDictionary> CFDictionaryCreateMutable(CFAllocatorRef allocator);
 CFType* CFDictionaryGetValue(CFDictionary* dictionary, CFType* key);

@@ -1,11 +1,5 @@
 #include "Platform/CoreFoundation/CFData.h"
 
-CFTypeID CFDataGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFData");
-    return identifier;
-}
-
 CFTypeID CFData::typeID() const noexcept
 {
     return CFDataGetTypeID();

@@ -23,4 +23,8 @@ private:
 using CFDataRef = CFData*;
 using NSData = CFData;
 
-CFTypeID CFDataGetTypeID();
+inline CFTypeID CFDataGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFData" };
+    return identifier.value();
+}

@@ -5,18 +5,6 @@
 #include <iterator>
 #include <limits>
 
-CFTypeID CFNumberGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFNumber");
-    return identifier;
-}
-
-CFTypeID CFBooleanGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFBoolean");
-    return identifier;
-}
-
 std::int64_t CFNumber::integerValue() const noexcept
 {
     if (const auto* const integer = std::get_if<std::int64_t>(&mValue))

@@ -51,8 +51,16 @@ using CFNumberRef = CFNumber*;
 using CFBooleanRef = CFBoolean*;
 using NSNumber = CFNumber;
 
-CFTypeID CFNumberGetTypeID();
-CFTypeID CFBooleanGetTypeID();
+inline CFTypeID CFNumberGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFNumber" };
+    return identifier.value();
+}
+inline CFTypeID CFBooleanGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFBoolean" };
+    return identifier.value();
+}
 
 inline CFBoolean* const kCFBooleanTrue = CFBoolean::of(true);
 inline CFBoolean* const kCFBooleanFalse = CFBoolean::of(false);

@@ -19,7 +19,11 @@ private:
 
 enum CFURLPathStyle : CFIndex { kCFURLPOSIXPathStyle = 0 };
 
-CFTypeID CFURLGetTypeID();
+inline CFTypeID CFURLGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFURL" };
+    return identifier.value();
+}
 /// \return null for a null path or where the platform fails ("CFURLCreateWithFileSystemPath")
 Ref<CFURL> CFURLCreateWithFileSystemPath(
     CFAllocatorRef allocator, CFString* path, CFURLPathStyle style, bool isDirectory);
@@ -42,7 +46,11 @@ private:
     std::string mContents;
 };
 
-CFTypeID CFReadStreamGetTypeID();
+inline CFTypeID CFReadStreamGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFReadStream" };
+    return identifier.value();
+}
 /// \return null for a null address or where the platform fails ("CFReadStreamCreateWithFile")
 Ref<CFReadStream> CFReadStreamCreateWithFile(CFAllocatorRef allocator, CFURL* url);
 /// \return whether the stream can be read; fails for a null stream, without the file, and at "CFReadStreamOpen"

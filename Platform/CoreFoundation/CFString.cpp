@@ -1,17 +1,12 @@
 #include "Platform/CoreFoundation/CFString.h"
 
+#include "Platform/CoreFoundation/CFStringEncoding.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 
 #include <cstdio>
 #include <mutex>
 #include <optional>
 #include <unordered_map>
-
-CFTypeID CFStringGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFString");
-    return identifier;
-}
 
 CFTypeID CFString::typeID() const noexcept
 {
@@ -27,6 +22,13 @@ bool CFString::isEqual(CFType* other)
 CFHashCode CFString::hash()
 {
     return std::hash<std::string>()(mText);
+}
+
+CFString* CFString::stringWithUTF8String(const char* text)
+{
+    if (FAIL_POINT("stringWithUTF8String"))
+        return nullptr;
+    return autorelease(CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingUTF8));
 }
 
 CFString* CFSTR(std::string_view text)

@@ -15,6 +15,9 @@ public:
     {
     }
     static Ref<CFString> create(std::string_view text) { return make<CFString>(std::string(text)); }
+    /// The text of a C string, kept by the innermost pool. Null for null, for bytes that are not UTF-8, and where the
+    /// platform fails ("stringWithUTF8String").
+    static CFString* stringWithUTF8String(const char* text);
 
     const std::string& string() const noexcept { return mText; }
     CFTypeID typeID() const noexcept override;
@@ -29,7 +32,11 @@ private:
 using CFStringRef = CFString*;
 using NSString = CFString;
 
-CFTypeID CFStringGetTypeID();
+inline CFTypeID CFStringGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFString" };
+    return identifier.value();
+}
 
 /// The constant string of this text: the same immortal object every time.
 CFString* CFSTR(std::string_view text);

@@ -13,6 +13,13 @@ struct CFRange {
     CFIndex length = 0;
 };
 
+/// Whether \p bytes are well-formed UTF-8: no stray, missing or overlong bytes, no surrogates, nothing above U+10FFFF.
+bool CFStringIsUTF8(std::string_view bytes);
+
+/// A string of a C string. Null for null, for an encoding that is not known and for bytes that the encoding does not
+/// have.
+Ref<CFString> CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding);
+
 /// The most bytes that \p length characters can take; -1 (kCFNotFound) for an encoding that is not known.
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 

@@ -8,12 +8,12 @@
 #include <thread>
 #include <vector>
 
+#include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 
 namespace {
 
-/// Above any count that references can reach, and half way to overflow: neither retains nor releases bring it to 0.
-constexpr long immortalCount = 1L << 62;
 constexpr long immortalThreshold = 1L << 61;
 
 std::vector<Ref<CFType>>& poolStack()
@@ -73,7 +73,7 @@ long CFType::retainCount() const noexcept
 void CFType::makeImmortal() noexcept
 {
     if (mRetainCount.load(std::memory_order_relaxed) < immortalThreshold)
-        mRetainCount.fetch_add(immortalCount, std::memory_order_relaxed);
+        mRetainCount.fetch_add(sImmortalCount, std::memory_order_relaxed);
 }
 
 CFTypeID CFType::typeID() const noexcept
@@ -171,15 +171,7 @@ void AutoreleasePool::add(Ref<CFType> object)
     poolStack().push_back(std::move(object));
 }
 
-CFNull* CFNull::shared()
-{
-    static CFNull* const null = [] {
-        auto object = make<CFNull>();
-        object->makeImmortal();
-        return object.leak();
-    }();
-    return null;
-}
+constinit CFNullStorage theCFNull;
 
 CFTypeID CFNull::typeID() const noexcept
 {
@@ -199,15 +191,19 @@ CFTypeID CFRegisterType(const char* name)
     return types.names.size() - 1;
 }
 
+CFTypeID CFTypeIdentifier::registered()
+{
+    // Of several threads that ask first, one registers.
+    static std::mutex lock;
+    const std::lock_guard guard(lock);
+    if (!mValue.load(std::memory_order_relaxed))
+        mValue.store(CFRegisterType(mName), std::memory_order_relaxed);
+    return mValue.load(std::memory_order_relaxed);
+}
+
 CFTypeID CFTypeGetTypeID()
 {
     return 1;
-}
-
-CFTypeID CFNullGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFNull");
-    return identifier;
 }
 
 CFTypeRef CFRetain(CFTypeRef object)
@@ -224,11 +220,6 @@ void CFRelease(CFTypeRef object)
 CFIndex CFGetRetainCount(CFTypeRef object)
 {
     return object->retainCount();
-}
-
-CFTypeID CFGetTypeID(CFTypeRef object)
-{
-    return object->typeID();
 }
 
 Ref<CFString> CFCopyTypeIDDescription(CFTypeID identifier)
@@ -254,6 +245,13 @@ void CFShow(CFTypeRef object)
         const ssize_t written = ::write(STDERR_FILENO, rest.data(), rest.size());
         if (written < 0 && errno == EINTR)
             continue;
+        if (written < 0 && errno == EAGAIN) {
+            // Somebody who shares the stream has made it one that does not wait: a line is to arrive whole all the
+            // same.
+            pollfd ready { STDERR_FILENO, POLLOUT, 0 };
+            ::poll(&ready, 1, -1);
+            continue;
+        }
         if (written <= 0)
             return;
         rest.remove_prefix(static_cast<std::size_t>(written));

@@ -47,10 +47,18 @@ public:
 
 protected:
     CFType() = default;
+    /// For objects that are there from the start of the program to its end.
+    enum class Immortal { yes };
+    constexpr explicit CFType(Immortal) noexcept
+        : mRetainCount(sImmortalCount)
+    {
+    }
     virtual ~CFType();
 
 private:
     friend class WeakAnchor;
+    /// Above any count that references can reach, and half way to overflow: neither retains nor releases bring it to 0.
+    static constexpr long sImmortalCount = 1L << 62;
     std::atomic<long> mRetainCount { 1 };
     std::atomic<class WeakAnchor*> mWeakAnchor { nullptr };
 };
@@ -241,31 +249,84 @@ template <class T> T* autorelease(Ref<T> object)
 }
 
 /// The one object that stands for "no object" in collections; also the null object of the object classes.
+///
+/// Its address is fixed when the program is linked, so that a test against it is one comparison.
 class CFNull final : public CFType {
 public:
-    static CFNull* shared();
+    static constexpr CFNull* shared() noexcept;
     CFTypeID typeID() const noexcept override;
     std::string description() override;
+
+private:
+    friend union CFNullStorage;
+    constexpr CFNull() noexcept
+        : CFType(Immortal::yes)
+    {
+    }
 };
 
+/// Where the null object lies; never destroyed.
+union CFNullStorage {
+    constexpr CFNullStorage() noexcept
+        : null()
+    {
+    }
+    ~CFNullStorage() { }
+    CFNull null;
+};
+extern CFNullStorage theCFNull;
+
+constexpr CFNull* CFNull::shared() noexcept
+{
+    return &theCFNull.null;
+}
+
 using NSNull = CFNull;
-inline CFNull* const kCFNull = CFNull::shared();
+inline constexpr CFNull* kCFNull = CFNull::shared();
 
 /// Registers a kind of object under the name that `CFCopyTypeIDDescription` gives and returns its new identifier.
 CFTypeID CFRegisterType(const char* name);
+
+/// The identifier of one kind of object: a constant that registers the kind when it is first asked for. From then on
+/// asking costs a comparison, since every check of an object's type asks. From any thread.
+class CFTypeIdentifier {
+public:
+    constexpr explicit CFTypeIdentifier(const char* name) noexcept
+        : mName(name)
+    {
+    }
+    CFTypeID value() noexcept
+    {
+        const auto known = mValue.load(std::memory_order_relaxed);
+        return known ? known : registered();
+    }
+
+private:
+    CFTypeID registered();
+    const char* const mName;
+    std::atomic<CFTypeID> mValue { 0 };
+};
+
 /// The identifier of objects that have no kind of their own, 1.
 CFTypeID CFTypeGetTypeID();
-CFTypeID CFNullGetTypeID();
+inline CFTypeID CFNullGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CFNull" };
+    return identifier.value();
+}
 
 CFTypeRef CFRetain(CFTypeRef object);
 void CFRelease(CFTypeRef object);
 CFIndex CFGetRetainCount(CFTypeRef object);
 /// \param object  not null
-CFTypeID CFGetTypeID(CFTypeRef object);
+inline CFTypeID CFGetTypeID(CFTypeRef object)
+{
+    return object->typeID();
+}
 /// The registered name, or null for an identifier that nobody registered.
 Ref<CFString> CFCopyTypeIDDescription(CFTypeID identifier);
 bool CFEqual(CFTypeRef a, CFTypeRef b);
-/// Writes the object's description and a line end to standard error, in one write.
+/// Writes the object's description and a line end to standard error, whole, however slowly that is read.
 void CFShow(CFTypeRef object);
 
 /// Whether \p object is there: neither null nor the null object.

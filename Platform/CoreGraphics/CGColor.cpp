@@ -2,12 +2,6 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 
-CFTypeID CGColorSpaceGetTypeID()
-{
-    static const auto identifier = CFRegisterType("CGColorSpace");
-    return identifier;
-}
-
 CFTypeID CGColorSpace::typeID() const noexcept
 {
     return CGColorSpaceGetTypeID();
@@ -18,12 +12,6 @@ Ref<CGColorSpace> CGColorSpaceCreateDeviceRGB()
     if (FAIL_POINT("CGColorSpaceCreateDeviceRGB"))
         return nullptr;
     return make<CGColorSpace>();
-}
-
-CFTypeID CGColorGetTypeID()
-{
-    static const auto identifier = CFRegisterType("CGColor");
-    return identifier;
 }
 
 CFTypeID CGColor::typeID() const noexcept

@@ -13,7 +13,11 @@ public:
 
 using CGColorSpaceRef = CGColorSpace*;
 
-CFTypeID CGColorSpaceGetTypeID();
+inline CFTypeID CGColorSpaceGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CGColorSpace" };
+    return identifier.value();
+}
 /// \return null at the fail point "CGColorSpaceCreateDeviceRGB"
 Ref<CGColorSpace> CGColorSpaceCreateDeviceRGB();
 
@@ -39,7 +43,11 @@ private:
 
 using CGColorRef = CGColor*;
 
-CFTypeID CGColorGetTypeID();
+inline CFTypeID CGColorGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CGColor" };
+    return identifier.value();
+}
 Ref<CGColor> CGColorCreateGenericRGB(CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha);
 
 inline CFString* const kCGColorBlack = CFSTR("kCGColorBlack");

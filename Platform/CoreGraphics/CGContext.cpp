@@ -93,12 +93,6 @@ CGFloat overlap(CGFloat start, CGFloat low, CGFloat high)
 
 }
 
-CFTypeID CGContextGetTypeID()
-{
-    static const auto identifier = CFRegisterType("CGContext");
-    return identifier;
-}
-
 CFTypeID CGContext::typeID() const noexcept
 {
     return CGContextGetTypeID();

@@ -47,7 +47,11 @@ private:
 
 using CGContextRef = CGContext*;
 
-CFTypeID CGContextGetTypeID();
+inline CFTypeID CGContextGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CGContext" };
+    return identifier.value();
+}
 /// \param data  \p height rows at distances of \p bytesPerRow; stays the caller's and must outlive the context
 /// \param bitsPerComponent  8
 /// \param bitmapInfo  kCGBitmapInfoRGBA or kCGBitmapInfoBGRA

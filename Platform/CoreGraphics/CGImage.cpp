@@ -4,12 +4,6 @@
 
 #include <vector>
 
-CFTypeID CGImageGetTypeID()
-{
-    static const auto identifier = CFRegisterType("CGImage");
-    return identifier;
-}
-
 CGImage::CGImage(std::size_t width, std::size_t height, std::size_t bytesPerRow, CGBitmapInfo bitmapInfo,
     std::shared_ptr<const std::byte> pixels)
     : mWidth(width)

@@ -51,7 +51,11 @@ private:
 
 using CGImageRef = CGImage*;
 
-CFTypeID CGImageGetTypeID();
+inline CFTypeID CGImageGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CGImage" };
+    return identifier.value();
+}
 std::size_t CGImageGetWidth(CGImageRef image);
 std::size_t CGImageGetHeight(CGImageRef image);
 /// The buffer's picture without a copy: the image holds the buffer, whose pixels must not change from then on.

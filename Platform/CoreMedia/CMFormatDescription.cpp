@@ -4,12 +4,6 @@
 
 #include <cstring>
 
-CFTypeID CMFormatDescriptionGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CMFormatDescription");
-    return identifier;
-}
-
 CMFormatDescription::CMFormatDescription(OSType mediaSubType, CMVideoDimensions dimensions)
     : mMediaType(kCMMediaType_Video)
     , mMediaSubType(mediaSubType)

@@ -64,7 +64,11 @@ using CMFormatDescriptionRef = CMFormatDescription*;
 using CMVideoFormatDescriptionRef = CMFormatDescription*;
 using CMAudioFormatDescriptionRef = CMFormatDescription*;
 
-CFTypeID CMFormatDescriptionGetTypeID();
+inline CFTypeID CMFormatDescriptionGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CMFormatDescription" };
+    return identifier.value();
+}
 /// Fail point "CMVideoFormatDescriptionCreate".
 OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef allocator, OSType codec, std::int32_t width, std::int32_t height,
     CFDictionary* extensions, Ref<CMFormatDescription>* result);

@@ -8,12 +8,6 @@ const CMBufferCallbacksStruct* CMBufferQueueGetCallbacksForUnsortedSampleBuffers
     return &callbacks;
 }
 
-CFTypeID CMBufferQueueGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CMBufferQueue");
-    return identifier;
-}
-
 CFTypeID CMBufferQueue::typeID() const noexcept
 {
     return CMBufferQueueGetTypeID();
@@ -68,12 +62,6 @@ OSStatus CMBufferQueueEnqueue(CMBufferQueueRef queue, CMSampleBufferRef sampleBu
 Ref<CMSampleBuffer> CMBufferQueueDequeueAndRetain(CMBufferQueueRef queue)
 {
     return queue ? queue->dequeue() : nullptr;
-}
-
-CFTypeID CMSimpleQueueGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CMSimpleQueue");
-    return identifier;
 }
 
 CFTypeID CMSimpleQueue::typeID() const noexcept

@@ -37,7 +37,11 @@ private:
 
 using CMBufferQueueRef = CMBufferQueue*;
 
-CFTypeID CMBufferQueueGetTypeID();
+inline CFTypeID CMBufferQueueGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CMBufferQueue" };
+    return identifier.value();
+}
 /// Fail point "CMBufferQueueCreate".
 OSStatus CMBufferQueueCreate(
     CFAllocatorRef allocator, CFIndex capacity, const CMBufferCallbacksStruct* callbacks, Ref<CMBufferQueue>* result);
@@ -75,7 +79,11 @@ private:
 
 using CMSimpleQueueRef = CMSimpleQueue*;
 
-CFTypeID CMSimpleQueueGetTypeID();
+inline CFTypeID CMSimpleQueueGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CMSimpleQueue" };
+    return identifier.value();
+}
 /// Fail point "CMSimpleQueueCreate".
 OSStatus CMSimpleQueueCreate(CFAllocatorRef allocator, std::int32_t capacity, Ref<CMSimpleQueue>* result);
 /// Fail point "CMSimpleQueueEnqueue".

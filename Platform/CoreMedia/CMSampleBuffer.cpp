@@ -2,12 +2,6 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 
-CFTypeID CMSampleBufferGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CMSampleBuffer");
-    return identifier;
-}
-
 CMSampleBuffer::CMSampleBuffer(
     Ref<CVPixelBuffer> imageBuffer, Ref<CMFormatDescription> format, const CMSampleTimingInfo& timing)
     : mImageBuffer(std::move(imageBuffer))

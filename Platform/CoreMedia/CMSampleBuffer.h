@@ -42,7 +42,11 @@ private:
 
 using CMSampleBufferRef = CMSampleBuffer*;
 
-CFTypeID CMSampleBufferGetTypeID();
+inline CFTypeID CMSampleBufferGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CMSampleBuffer" };
+    return identifier.value();
+}
 /// Fail point "CMSampleBufferCreateForImageBuffer".
 /// \return kCMSampleBufferError_RequiredParameterMissing without buffer, format or timing;
 /// kCMSampleBufferError_InvalidMediaFormat when the format does not match the buffer

@@ -1,5 +1,6 @@
 #include "Platform/CoreMedia/CMTime.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
 
 #include <cmath>
@@ -66,6 +67,8 @@ double CMTimeGetSeconds(const CMTime& time)
 
 Ref<CFString> CMTimeCopyDescription(CFAllocatorRef /*allocator*/, const CMTime& time)
 {
+    if (FAIL_POINT("CMTimeCopyDescription"))
+        return nullptr;
     if (!CMTIME_IS_VALID(time))
         return CFString::create("{INVALID}");
     char text[80];

@@ -25,7 +25,8 @@ CMTime CMTimeSubtract(const CMTime& a, const CMTime& b);
 /// -1, 0 or 1 as \p a is before, at or after \p b; exact for every pair of timescales. An invalid time comes first.
 std::int32_t CMTimeCompare(const CMTime& a, const CMTime& b);
 double CMTimeGetSeconds(const CMTime& time);
-/// "{value/timescale = seconds}" with three decimals, "{INVALID}" for an invalid time.
+/// "{value/timescale = seconds}" with three decimals, "{INVALID}" for an invalid time; null where the platform
+/// fails ("CMTimeCopyDescription").
 Ref<CFString> CMTimeCopyDescription(CFAllocatorRef allocator, const CMTime& time);
 
 /// The clock that stamps samples.

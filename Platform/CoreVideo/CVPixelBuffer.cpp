@@ -8,12 +8,6 @@ constexpr std::size_t largestSide = 16384;
 
 }
 
-CFTypeID CVPixelBufferGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CVPixelBuffer");
-    return identifier;
-}
-
 CVPixelBuffer::CVPixelBuffer(Ref<IOSurface> surface, std::shared_ptr<void> poolTicket)
     : mSurface(std::move(surface))
     , mBase(mSurface->baseAddress())

@@ -62,7 +62,11 @@ private:
 using CVPixelBufferRef = CVPixelBuffer*;
 using CVImageBufferRef = CVPixelBuffer*;
 
-CFTypeID CVPixelBufferGetTypeID();
+inline CFTypeID CVPixelBufferGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CVPixelBuffer" };
+    return identifier.value();
+}
 
 /// A buffer of its own, outside any pool, with undefined pixels. Fail point "CVPixelBufferCreate".
 /// \param width, height  pixels, 1 to 16384

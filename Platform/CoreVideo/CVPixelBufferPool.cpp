@@ -43,12 +43,6 @@ struct Ticket {
 
 }
 
-CFTypeID CVPixelBufferPoolGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CVPixelBufferPool");
-    return identifier;
-}
-
 CVPixelBufferPool::CVPixelBufferPool(
     std::size_t width, std::size_t height, OSType pixelFormat, CFDictionary* attributes)
     : mShelf(std::make_shared<Shelf>())

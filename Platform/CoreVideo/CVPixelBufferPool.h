@@ -26,7 +26,11 @@ private:
 
 using CVPixelBufferPoolRef = CVPixelBufferPool*;
 
-CFTypeID CVPixelBufferPoolGetTypeID();
+inline CFTypeID CVPixelBufferPoolGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CVPixelBufferPool" };
+    return identifier.value();
+}
 /// Fail point "CVPixelBufferPoolCreate". Reads format, width, height and surface properties of \p
 /// pixelBufferAttributes.
 CVReturn CVPixelBufferPoolCreate(CFAllocatorRef allocator, CFDictionary* poolAttributes,

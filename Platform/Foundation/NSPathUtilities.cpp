@@ -81,6 +81,18 @@ Ref<CFArray> NSSearchPathForDirectoriesInDomains(
     return paths;
 }
 
+CFString* lastPathComponent(CFString* path)
+{
+    if (!path)
+        return nullptr;
+    std::string_view text(path->string());
+    while (text.size() > 1 && text.ends_with('/'))
+        text.remove_suffix(1);
+    if (text != "/")
+        text.remove_prefix(text.rfind('/') + 1);
+    return autorelease(CFString::create(text));
+}
+
 Ref<CFString> stringByAppendingPathExtension(CFString* path, CFString* extension)
 {
     return CFString::create(std::string(textOf(path)) + "." + std::string(textOf(extension)));

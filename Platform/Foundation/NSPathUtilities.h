@@ -16,6 +16,9 @@ enum NSSearchPathDomainMask : unsigned long {
 Ref<CFArray> NSSearchPathForDirectoriesInDomains(
     NSSearchPathDirectory directory, NSSearchPathDomainMask domains, bool expandTilde);
 
+/// What stands behind the last "/" of the path, those at its end not counted; "/" for nothing but those, null for null.
+/// Kept by the innermost pool.
+CFString* lastPathComponent(CFString* path);
 /// The path with a dot and the extension behind it.
 Ref<CFString> stringByAppendingPathExtension(CFString* path, CFString* extension);
 /// The path with "~" at its beginning replaced by the user's home folder.

@@ -32,12 +32,6 @@ std::byte* mapped(int descriptor, std::size_t length)
 
 }
 
-CFTypeID IOSurfaceGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("IOSurface");
-    return identifier;
-}
-
 Ref<IOSurface> IOSurface::create(
     std::size_t width, std::size_t height, OSType pixelFormat, std::size_t bytesPerElement, CFDictionary* properties)
 {

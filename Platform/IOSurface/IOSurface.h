@@ -57,7 +57,11 @@ using IOSurfaceRef = IOSurface*;
 
 inline CFString* const kIOSurfaceIsGlobal = CFSTR("IOSurfaceIsGlobal");
 
-CFTypeID IOSurfaceGetTypeID();
+inline CFTypeID IOSurfaceGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "IOSurface" };
+    return identifier.value();
+}
 /// A number that no other surface of this process has while this one lives, never 0.
 IOSurfaceID IOSurfaceGetID(IOSurfaceRef surface);
 Ref<CFDictionary> IOSurfaceCopyAllValues(IOSurfaceRef surface);

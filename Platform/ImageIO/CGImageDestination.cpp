@@ -77,12 +77,6 @@ std::string writePNG(const CGImage& image, std::FILE* file)
 
 }
 
-CFTypeID CGImageDestinationGetTypeID()
-{
-    static const auto identifier = CFRegisterType("CGImageDestination");
-    return identifier;
-}
-
 CFTypeID CGImageDestination::typeID() const noexcept
 {
     return CGImageDestinationGetTypeID();

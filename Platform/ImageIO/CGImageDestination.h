@@ -28,7 +28,11 @@ private:
 
 using CGImageDestinationRef = CGImageDestination*;
 
-CFTypeID CGImageDestinationGetTypeID();
+inline CFTypeID CGImageDestinationGetTypeID()
+{
+    static constinit CFTypeIdentifier identifier { "CGImageDestination" };
+    return identifier.value();
+}
 /// \param type  kUTTypePNG
 /// \param count  1
 /// \param options  not used, may be null

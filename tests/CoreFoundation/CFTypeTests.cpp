@@ -5,7 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fcntl.h>
+#include <future>
+#include <poll.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -156,4 +160,42 @@ TEST(CFType, UnknownTypeIdentifiersHaveNoDescription)
     EXPECT_FALSE(CFCopyTypeIDDescription(0));
     EXPECT_FALSE(CFCopyTypeIDDescription(1'000'000));
     EXPECT_EQ(CFCopyTypeIDDescription(CFTypeGetTypeID())->string(), "CFType");
+}
+
+TEST(CFShow, WritesLinesWholeToAStreamThatDoesNotWait)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+    const int saved = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    ::dup2(ends[1], STDERR_FILENO);
+    ::close(ends[1]);
+    const auto line = CFString::create(std::string(300'000, 'x'));
+    auto reading = std::async(std::launch::async, [end = ends[0]] {
+        std::string text;
+        char piece[4096];
+        for (pollfd ready { end, POLLIN, 0 }; ::poll(&ready, 1, 60'000) == 1;) {
+            const auto size = ::read(end, piece, sizeof piece);
+            if (size <= 0)
+                break;
+            text.append(piece, static_cast<std::size_t>(size));
+        }
+        return text;
+    });
+    CFShow(line);
+    CFShow(nullptr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    EXPECT_TRUE(reading.get() == line->string() + "\n(null)\n");
+    ::close(ends[0]);
+}
+
+TEST(CFNull, IsThereBeforeAnythingRunsAndSurvivesReleases)
+{
+    static_assert(CFNull::shared() == kCFNull);
+    for (int release = 0; release < 10; ++release)
+        CFRelease(kCFNull);
+    EXPECT_EQ(CFGetTypeID(kCFNull), CFNullGetTypeID());
+    EXPECT_EQ(kCFNull->description(), "<null>");
+    EXPECT_EQ(WeakRef<CFNull>(kCFNull).strongReference().get(), kCFNull);
+    EXPECT_FALSE(isPresent(kCFNull));
 }

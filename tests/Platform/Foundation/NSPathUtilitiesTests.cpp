@@ -81,6 +81,19 @@ TEST_F(NSPathUtilitiesTest, ADanglingLinkExists)
     EXPECT_FALSE(manager->fileExistsAtPath(CFString::create((home / "missing").string()).get()));
 }
 
+TEST(NSPathUtilities, LastComponentStandsBehindTheLastSlashThatCounts)
+{
+    const AutoreleasePool pool;
+    const auto last = [](const char* path) { return lastPathComponent(CFSTR(path))->string(); };
+    EXPECT_EQ(last("/a/File.cpp"), "File.cpp");
+    EXPECT_EQ(last("File.cpp"), "File.cpp");
+    EXPECT_EQ(last("/a/folder//"), "folder");
+    EXPECT_EQ(last("/"), "/");
+    EXPECT_EQ(last("//"), "/");
+    EXPECT_EQ(last(""), "");
+    EXPECT_EQ(lastPathComponent(nullptr), nullptr);
+}
+
 TEST(NSSet, EqualMembersCountOnce)
 {
     const auto set = make<NSSet>(std::initializer_list<CFType*> { CFSTR("a"), CFSTR("b"), CFSTR("a") });
