@@ -2,18 +2,23 @@
 
 #include "Platform/CoreFoundation/CFPropertyList.h"
 #include "Platform/CoreFoundation/CFStringEncoding.h"
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "WithRequirements/Requirements.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <new>
 
 namespace {
 
 constexpr std::uint32_t sSuccess = ~std::uint32_t { 0 };
 
-struct FreeDeleter {
-    void operator()(char* memory) const noexcept { std::free(memory); }
-};
+/// Zeros; null where there is no memory.
+std::unique_ptr<char[]> allocated(CFIndex size)
+{
+    if (FAIL_POINT("ZVOperatingSystemVersion.calloc"))
+        return nullptr;
+    return std::unique_ptr<char[]>(new (std::nothrow) char[static_cast<std::size_t>(size)]());
+}
 
 /// Reads "major.minor" of the text into the record; the patch is not read.
 std::uint32_t readVersion(CFString* versionString, NSOperatingSystemVersion* record)
@@ -23,8 +28,7 @@ std::uint32_t readVersion(CFString* versionString, NSOperatingSystemVersion* rec
     const auto sizeASCII = CFStringGetMaximumSizeForEncoding(length, kCFStringEncodingASCII);
     if (!CFRequiredIn(function, sizeASCII > 0, "sizeASCII>0"))
         return 0;
-    const std::unique_ptr<char, FreeDeleter> cstr(
-        static_cast<char*>(std::calloc(static_cast<std::size_t>(sizeASCII) + 1, 1)));
+    const auto cstr = allocated(sizeASCII + 1);
     if (!CFRequiredNotCFNullIn(function, cstr.get(), "cstr"))
         return 0;
     constexpr CFIndex minimumResult = 3;

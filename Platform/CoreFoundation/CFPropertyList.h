@@ -4,7 +4,8 @@
 
 enum CFPropertyListMutabilityOptions : unsigned { kCFPropertyListImmutable = 0 };
 
-/// Reads a property list in its XML form: dictionaries, lists, strings, integers, reals and truth values.
+/// Reads a property list in its XML form, in UTF-8: dictionaries, lists, strings, integers, reals, truth values and
+/// data. Dates are given as the strings that they are written as.
 ///
 /// What the list owns is immortal where it is a string, so that a string released once too often does no harm.
 ///

@@ -4,13 +4,6 @@
 #include "Platform/CoreFoundation/HostFiles.h"
 
 #include <fstream>
-#include <iterator>
-
-CFTypeID CFURLGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFURL");
-    return identifier;
-}
 
 CFTypeID CFURL::typeID() const noexcept
 {
@@ -25,12 +18,6 @@ Ref<CFURL> CFURLCreateWithFileSystemPath(
     return make<CFURL>(path->string());
 }
 
-CFTypeID CFReadStreamGetTypeID()
-{
-    static const CFTypeID identifier = CFRegisterType("CFReadStream");
-    return identifier;
-}
-
 CFTypeID CFReadStream::typeID() const noexcept
 {
     return CFReadStreamGetTypeID();
@@ -42,11 +29,16 @@ bool CFReadStream::open()
         mContents = std::move(*made);
         return true;
     }
-    std::ifstream file(mPath, std::ios::binary);
-    if (!file)
+    std::ifstream file(HostFiles::location(mPath), std::ios::binary);
+    std::string read;
+    char piece[4096];
+    // What can be opened can still be unreadable, a folder for one.
+    while (file.read(piece, sizeof piece) || file.gcount() > 0)
+        read.append(piece, static_cast<std::size_t>(file.gcount()));
+    if (!file.eof() || file.bad())
         return false;
-    mContents.assign(std::istreambuf_iterator<char>(file), {});
-    return !file.bad();
+    mContents = std::move(read);
+    return true;
 }
 
 Ref<CFReadStream> CFReadStreamCreateWithFile(CFAllocatorRef /*allocator*/, CFURL* url)

@@ -1,20 +1,31 @@
 #include "Platform/CoreFoundation/HostFiles.h"
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <sys/utsname.h>
 
 namespace {
 
-struct Replacements {
+constexpr std::string_view sVersionFile = "/System/Library/CoreServices/SystemVersion.plist";
+
+struct Redirections {
     std::mutex lock;
-    std::map<std::string, std::optional<std::string>, std::less<>> byPath;
+    std::map<std::string, std::string, std::less<>> byPath;
 };
 
-Replacements& replacements()
+Redirections& redirections()
 {
-    static Replacements all;
-    return all;
+    // Never destroyed: threads may still read files while the process ends.
+    static Redirections* const all = std::make_unique<Redirections>().release();
+    return *all;
+}
+
+std::optional<std::string> redirection(std::string_view path)
+{
+    const std::lock_guard guard(redirections().lock);
+    const auto found = redirections().byPath.find(path);
+    return found == redirections().byPath.end() ? std::nullopt : std::optional(found->second);
 }
 
 /// The digits and dots at the start of the kernel's release.
@@ -38,25 +49,22 @@ std::string versionFile()
 
 std::optional<std::string> HostFiles::contents(std::string_view path)
 {
-    {
-        const std::lock_guard guard(replacements().lock);
-        const auto found = replacements().byPath.find(path);
-        if (found != replacements().byPath.end())
-            return found->second;
-    }
-    if (path == "/System/Library/CoreServices/SystemVersion.plist")
-        return versionFile();
-    return std::nullopt;
+    return path == sVersionFile && !redirection(path) ? std::optional(versionFile()) : std::nullopt;
 }
 
-void HostFiles::replace(std::string_view path, std::optional<std::string> contents)
+std::string HostFiles::location(std::string_view path)
 {
-    const std::lock_guard guard(replacements().lock);
-    replacements().byPath[std::string(path)] = std::move(contents);
+    return redirection(path).value_or(std::string(path));
+}
+
+void HostFiles::redirect(std::string_view path, std::string other)
+{
+    const std::lock_guard guard(redirections().lock);
+    redirections().byPath[std::string(path)] = std::move(other);
 }
 
 void HostFiles::restore()
 {
-    const std::lock_guard guard(replacements().lock);
-    replacements().byPath.clear();
+    const std::lock_guard guard(redirections().lock);
+    redirections().byPath.clear();
 }

@@ -12,8 +12,11 @@ namespace HostFiles {
 /// whose "ProductVersion" is the release of the running kernel.
 std::optional<std::string> contents(std::string_view path);
 
-/// Gives the file at \p path other contents, none for no file at all, until `restore`. For tests.
-void replace(std::string_view path, std::optional<std::string> contents);
+/// Where the file lies that is read for \p path when it is none of ours: there, unless it was redirected.
+std::string location(std::string_view path);
+
+/// Has the file at \p other, or its absence, stand for the one at \p path until `restore`. For tests.
+void redirect(std::string_view path, std::string other);
 void restore();
 
 }

@@ -3,6 +3,7 @@
 #include "WithRequirements/RequiredCoreLog.h"
 
 #include <cstdio>
+#include <regex>
 #include <string>
 #include <unistd.h>
 
@@ -13,6 +14,8 @@ public:
         : mFile(std::tmpfile())
         , mSaved(dup(STDERR_FILENO))
     {
+        // What was logged earlier goes where it was meant to go.
+        __CFLogDrain();
         std::fflush(stderr);
         dup2(fileno(mFile), STDERR_FILENO);
     }
@@ -50,3 +53,9 @@ private:
     std::FILE* mFile;
     int mSaved;
 };
+
+/// The text with an N for every line number of a check in it, to compare lines of checks that stand in other files.
+inline std::string withoutLineNumbers(const std::string& text)
+{
+    return std::regex_replace(text, std::regex("(\\.cpp:|LINE# )[0-9]+"), "$1N");
+}
