@@ -1,5 +1,6 @@
 #include "WithRequirements/RequiredCoreLog.h"
 
+#include "Platform/CoreFoundation/CFStringEncoding.h"
 #include "Platform/dispatch/dispatch.h"
 #include "Platform/Foundation/NSLog.h"
 
@@ -84,7 +85,7 @@ void __CFRequiredLogPrintfArguments(const char* prefix, const char* format, cons
 void __CFRequiredPrintfArguments(const char* format, const CFFormatArguments& arguments)
 {
     if (isPresentText(format))
-        postFormatted(CFString::create(format).get(), arguments);
+        postFormatted(CFStringCreateWithCString(kCFAllocatorDefault, format, kCFStringEncodingUTF8).get(), arguments);
 }
 
 void __CFRequiredLogString(const char* first, const char* second)

@@ -20,6 +20,7 @@ void __CFLogPrintfArguments(CFTypeRef format, const CFFormatArguments& arguments
 void __CFNSLogArguments(CFTypeRef format, const CFFormatArguments& arguments);
 /// Formats with "\p prefix \p format" joined by a blank and posts. A percent sign in the prefix is a conversion too.
 void __CFRequiredLogPrintfArguments(const char* prefix, const char* format, const CFFormatArguments& arguments);
+/// Formats with the text of a C string and posts; bytes that are not UTF-8 are no format.
 void __CFRequiredPrintfArguments(const char* format, const CFFormatArguments& arguments);
 
 template <class... A> void __CFLogError(const RequiredSourceSite* site, CFTypeRef format, const A&... arguments)

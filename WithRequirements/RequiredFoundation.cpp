@@ -34,6 +34,19 @@ Ref<CFType> delegateOf(CFTypeRef object)
 
 }
 
+bool requiredCpp::isKindOfClass(CFTypeRef object, Class required)
+{
+    const auto* const withClass = kindOf<NSObject>(object);
+    return withClass && required && withClass->isKindOfClass(required);
+}
+
+bool requiredCpp::delegateRespondsToSelector(CFTypeRef object, SEL selector)
+{
+    const auto delegate = delegateOf(object);
+    const auto* const withMessages = kindOf<NSObject>(delegate);
+    return withMessages && withMessages->respondsToSelector(selector);
+}
+
 void __NSRequiredNSErrorNilBody(CFTypeRef error, const char* file, const char* function, int line, const char* source)
 {
     const RequiredSourceSite site { file, function, line, source };

@@ -8,6 +8,14 @@ extern NSNull* NSRequiredNotNSNullCachedValue;
 /// Load-time step 1; see LoadTimeInitialisers.h.
 void NSRequiredNotNSNullCachedValueConstructor();
 
+namespace requiredCpp {
+
+/// The tests of those checks that take more than a comparison.
+bool isKindOfClass(CFTypeRef object, Class required);
+bool delegateRespondsToSelector(CFTypeRef object, SEL selector);
+
+}
+
 /// The bodies of the requirement checks on objects with messages. Each writes one line and returns.
 
 void __NSRequiredNSErrorNilBody(CFTypeRef error, const char* file, const char* function, int line, const char* source);

@@ -1,8 +1,8 @@
 #include "WithRequirements/RequiredStatusNames.h"
 
+#include "Platform/Foundation/NSPathUtilities.h"
 #include "WithRequirements/RequiredCoreFoundation.h"
 #include "WithRequirements/RequiredCoreLog.h"
-#include "WithRequirements/RequiredFileName.h"
 #include "WithRequirements/StatusNames.h"
 
 #include <array>
@@ -87,9 +87,13 @@ void __GLRequiredBody(std::int32_t error, const char* file, const char* function
 void __CoreMediaCMTimeLogMessage(
     const char* path, const char* function, int line, const CMTime& time, const char* /*ignored*/, const char* label)
 {
+    const AutoreleasePool pool;
     const auto description = CMTimeCopyDescription(kCFAllocatorDefault, time);
-    if (!isPresent(description.get()) || CFGetTypeID(description.get()) != CFStringGetTypeID() || !path)
+    if (!isPresent(description.get()) || CFGetTypeID(description.get()) != CFStringGetTypeID())
+        return;
+    auto* const file = NSString::stringWithUTF8String(path);
+    if (!isPresent(file) || CFGetTypeID(file) != CFStringGetTypeID())
         return;
     __CFLogPrintf(CFSTR("CMTime '%s' %s {%s:%d %s}\n"), description->string().c_str(), label,
-        __CFConstStaticJustFileNameUTF8(path), line, function);
+        lastPathComponent(file)->string().c_str(), line, function);
 }

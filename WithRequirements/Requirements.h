@@ -7,6 +7,8 @@
 #include "WithRequirements/RequiredFoundation.h"
 #include "WithRequirements/RequiredStatusNames.h"
 
+#include <functional>
+
 /// The requirement checks. Each is an expression that is true when the requirement holds. When it does not, the check
 /// writes its line to the log and is false; the code around it then takes its own failure path:
 ///
@@ -42,6 +44,11 @@ inline const void* addressOf(const CFType* object) noexcept
 template <class T> const void* addressOf(const Ref<T>& object) noexcept
 {
     return static_cast<const CFType*>(object.get());
+}
+/// A closure has no address of its own to show; an empty one is null.
+template <class F> const void* addressOf(const std::function<F>& closure) noexcept
+{
+    return closure ? &closure : nullptr;
 }
 
 inline bool isPresentAddress(const void* value) noexcept
@@ -91,6 +98,61 @@ inline bool dispatchObject(const void* value, const char* file, const char* func
         return true;
     __DispatchRequiredBody("REQUIRED_DISPATCH", value, file, function, line, source);
     return false;
+}
+
+inline bool block(
+    const char* tag, const void* value, const char* file, const char* function, int line, const char* source)
+{
+    if (value) [[likely]]
+        return true;
+    __BlockPtrRequiredBody(tag, value, file, function, line, source);
+    return false;
+}
+
+inline bool errorNil(CFTypeRef error, const char* file, const char* function, int line, const char* source)
+{
+    if (!error) [[likely]]
+        return true;
+    __NSRequiredNSErrorNilBody(error, file, function, line, source);
+    return false;
+}
+
+inline bool notNil(CFTypeRef object, const char* file, const char* function, int line, const char* source)
+{
+    if (object && object != NSRequiredNotNSNullCachedValue) [[likely]]
+        return true;
+    __NSRequiredNotNilBody(object, file, function, line, source);
+    return false;
+}
+
+inline bool kindOfClass(const char* tag, CFTypeRef object, Class required, const char* file, const char* function,
+    int line, const char* source)
+{
+    if (isKindOfClass(object, required)) [[likely]]
+        return true;
+    __NSRequiredKindOfClassBody(tag, object, required, file, function, line, source);
+    return false;
+}
+
+inline bool delegateSelector(const char* tag, CFTypeRef object, SEL selector, const char* file, const char* function,
+    int line, const char* source)
+{
+    if (delegateRespondsToSelector(object, selector)) [[likely]]
+        return true;
+    __NSRequiredDelegateSelectorBody(tag, object, selector, file, function, line, source);
+    return false;
+}
+
+template <class Call>
+bool noException(const Call& call, const char* file, const char* function, int line, const char* source)
+{
+    try {
+        call();
+        return true;
+    } catch (const NSException& exception) {
+        __NSRequiredNoExceptionBody(exception, function, file, line, source);
+        return false;
+    }
 }
 
 inline bool openGL(std::int32_t error, const char* file, const char* function, int line)
@@ -168,3 +230,44 @@ inline bool openGL(std::int32_t error, const char* file, const char* function, i
 #define DispatchRequiredIn(name, value, ...)                                                                           \
     ::requiredCpp::dispatchObject(::requiredCpp::addressOf(value), REQUIRED_FILE, (name), __LINE__,                    \
         REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
+
+// The checks below belong to the library and nothing in the system uses them yet. Where the line starts with a word of
+// the caller's, that comes first.
+
+/// A closure is not null.
+#define BlockPtrRequired(tag, value, ...) BlockPtrRequiredIn(__func__, tag, value __VA_OPT__(, ) __VA_ARGS__)
+#define BlockPtrRequiredIn(name, tag, value, ...)                                                                      \
+    ::requiredCpp::block((tag), ::requiredCpp::addressOf(value), REQUIRED_FILE, (name), __LINE__,                      \
+        REQUIRED_TEXT(value __VA_OPT__(, ) __VA_ARGS__))
+
+/// A call left its error null.
+#define NSRequiredNSErrorNil(error, ...) NSRequiredNSErrorNilIn(__func__, error __VA_OPT__(, ) __VA_ARGS__)
+#define NSRequiredNSErrorNilIn(name, error, ...)                                                                       \
+    ::requiredCpp::errorNil(::requiredCpp::objectOf(error), REQUIRED_FILE, (name), __LINE__,                           \
+        REQUIRED_TEXT(error __VA_OPT__(, ) __VA_ARGS__))
+
+/// An object is neither null nor the null object.
+#define NSRequiredNotNil(object, ...) NSRequiredNotNilIn(__func__, object __VA_OPT__(, ) __VA_ARGS__)
+#define NSRequiredNotNilIn(name, object, ...)                                                                          \
+    ::requiredCpp::notNil(::requiredCpp::objectOf(object), REQUIRED_FILE, (name), __LINE__,                            \
+        REQUIRED_TEXT(object __VA_OPT__(, ) __VA_ARGS__))
+
+/// An object is of a class.
+#define NSRequiredKindOfClass(tag, object, type, ...)                                                                  \
+    NSRequiredKindOfClassIn(__func__, tag, object, type __VA_OPT__(, ) __VA_ARGS__)
+#define NSRequiredKindOfClassIn(name, tag, object, type, ...)                                                          \
+    ::requiredCpp::kindOfClass((tag), ::requiredCpp::objectOf(object), (type), REQUIRED_FILE, (name), __LINE__,        \
+        REQUIRED_TEXT(object __VA_OPT__(, ) __VA_ARGS__))
+
+/// An object has a delegate that answers a message.
+#define NSRequiredDelegateSelector(tag, object, selector, ...)                                                         \
+    NSRequiredDelegateSelectorIn(__func__, tag, object, selector __VA_OPT__(, ) __VA_ARGS__)
+#define NSRequiredDelegateSelectorIn(name, tag, object, selector, ...)                                                 \
+    ::requiredCpp::delegateSelector((tag), ::requiredCpp::objectOf(object), (selector), REQUIRED_FILE, (name),         \
+        __LINE__, REQUIRED_TEXT(object __VA_OPT__(, ) __VA_ARGS__))
+
+/// An expression raises no exception of the host's. Another kind of exception passes.
+#define NSRequiredNoException(expression, ...) NSRequiredNoExceptionIn(__func__, expression __VA_OPT__(, ) __VA_ARGS__)
+#define NSRequiredNoExceptionIn(name, expression, ...)                                                                 \
+    ::requiredCpp::noException([&] { static_cast<void>(expression); }, REQUIRED_FILE, (name), __LINE__,                \
+        REQUIRED_TEXT(expression __VA_OPT__(, ) __VA_ARGS__))

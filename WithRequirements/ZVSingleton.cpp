@@ -15,7 +15,7 @@ NS_IMPLEMENTATION(ZVSingleton, NSObject)
 ZVSingleton* ZVSingleton::sharedInstance(Class receiver)
 {
     // Never emptied and never destroyed: a singleton lives until the process ends.
-    static NSMutableDictionary* const instances = make<NSMutableDictionary>().leak();
+    static NSMutableDictionary* const instances = CFDictionaryCreateMutable(kCFAllocatorDefault).leak();
     if (!kindOf<NSMutableDictionary>(instances))
         return nullptr;
     const auto name = NSStringFromClass(receiver);

@@ -60,3 +60,15 @@ TEST(FourCharCodeString, BytesBeyondASCIIAreCharactersOfTheirNumber)
     EXPECT_EQ(CFStringGetLength(string), 4);
     EXPECT_EQ(string->string(), "\xC3\xA9\xC3\xBF\x41\xC3\x80");
 }
+
+TEST(FourCharCodeString, OneByteThatIsNotPrintableAnywhereIsEnough)
+{
+    for (const FourCharCode code : { 0x1F414141u, 0x417F4141u, 0x41410041u, 0x41414180u }) {
+        char hexadecimal[16];
+        std::snprintf(hexadecimal, sizeof hexadecimal, "%04x", code);
+        EXPECT_EQ(plain(code), std::to_string(static_cast<std::int32_t>(code)));
+        EXPECT_EQ(constructed(code), hexadecimal);
+    }
+    EXPECT_EQ(plain(0x20207E7E), "  ~~") << "a blank is printable";
+    EXPECT_EQ(constructed(0x20207E7E), "'  ~~'");
+}

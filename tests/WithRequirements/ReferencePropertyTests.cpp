@@ -7,6 +7,7 @@
 
 #include <future>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -119,13 +120,17 @@ namespace {
 {
     const FailPoint::Scope failing(failPoint);
     const auto value = make<Value>();
+    // Armed for a pass that never comes, to count them.
+    const FailPoint::Scope opening(std::string_view(failPoint) == "dlopen" ? "none" : "dlopen", 0, UINT64_MAX);
+    if (__CFTypeRefPropertySafeRetainAndAutorelease(nullptr) || FailPoint::passes("dlopen") != 0)
+        _exit(100);
     for (int call = 0; call < 2; ++call) {
         const AutoreleasePool pool;
-        if (__CFTypeRefPropertySafeRetainAndAutorelease(nullptr) || FailPoint::passes("dlopen") > 1)
-            _exit(100);
         if (__CFTypeRefPropertySafeRetainAndAutorelease(value) != value.get())
             _exit(101);
     }
+    if (FailPoint::passes("dlopen") != 1)
+        _exit(102);
     __CFLogDrain();
     _exit(static_cast<int>(value->retainCount()));
 }
@@ -145,4 +150,34 @@ TEST(ReferenceHelperDeathTest, FallbackKeepsOneReferenceEachTimeAndIsLoggedOnce)
         "__CFTypeRefPropertySafeRetainAndAutorelease_block_invoke LINE# [0-9]+ "
         "\\(CFTypeRefProperty.cpp\\)\n\n$");
     EXPECT_EXIT(useHelperAndExit("none"), testing::ExitedWithCode(1), "^$");
+}
+
+namespace {
+
+/// The helper's first uses, from many threads at once: exit status 1 when the function was looked up once and no
+/// reference is left over.
+[[noreturn]] void useHelperFirstFromManyThreadsAndExit()
+{
+    const FailPoint::Scope opening("dlopen", 0, UINT64_MAX);
+    const FailPoint::Scope lookingUp("dlsym", 0, UINT64_MAX);
+    const auto value = make<Value>();
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < 8; ++thread) {
+            threads.emplace_back([&value] {
+                const AutoreleasePool pool;
+                __CFTypeRefPropertySafeRetainAndAutorelease(value);
+            });
+        }
+    }
+    const bool once = FailPoint::passes("dlopen") == 1 && FailPoint::passes("dlsym") == 1;
+    _exit(once ? static_cast<int>(value->retainCount()) : 100);
+}
+
+}
+
+TEST(ReferenceHelperDeathTest, LooksItsFunctionUpOnceHoweverManyThreadsComeFirst)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(useHelperFirstFromManyThreadsAndExit(), testing::ExitedWithCode(1), "^$");
 }

@@ -1,13 +1,15 @@
 #include "WithRequirements/RequiredCoreLog.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/dispatch/dispatch.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
-#include "WithRequirements/LoadTimeInitialisers.h"
+#include "tests/WithRequirements/UnreadPipe.h"
 #include "WithRequirements/Requirements.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -26,13 +28,49 @@ std::vector<std::string>& seenByHook()
 
 void hook(CFStringRef string)
 {
-    seenByHook().push_back(string->string());
+    seenByHook().push_back(string->string() + " on " + dispatch_queue_get_label(nullptr));
 }
 
 class NamedObject final : public CFType {
 public:
     std::string description() override { return "what it says"; }
 };
+
+/// Shows itself when its last reference has gone.
+class ShowsItselfAtItsEnd final : public CFType {
+public:
+    ~ShowsItselfAtItsEnd() override { __CFLogShowTypeRef(this); }
+};
+
+const char* const sLineFormat = "REQUIREMENT - SRC>>holds in RequiredCoreLogTests.cpp:%d (thread %d line %d)";
+
+/// Fails \p count checks, which tell themselves apart by the function's name.
+void failChecks(int thread, int count)
+{
+    for (int line = 0; line < count; ++line) {
+        const auto name = "thread " + std::to_string(thread) + " line " + std::to_string(line);
+        CFRequiredIn(name.c_str(), false, "holds");
+    }
+}
+
+/// Requires that \p text is the lines of `failChecks`, whole, those of each thread in order.
+void expectLines(const std::string& text, int threads, int count)
+{
+    std::vector<int> next(static_cast<std::size_t>(threads));
+    std::size_t at = 0;
+    for (std::size_t end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+        const auto one = text.substr(at, end - at);
+        int where = 0;
+        int thread = -1;
+        int line = -1;
+        ASSERT_EQ(std::sscanf(one.c_str(), sLineFormat, &where, &thread, &line), 3) << one;
+        ASSERT_EQ(one, CFFormat(sLineFormat, { where, thread, line }));
+        ASSERT_TRUE(thread >= 0 && thread < threads) << one;
+        ASSERT_EQ(line, next[static_cast<std::size_t>(thread)]++) << one;
+    }
+    EXPECT_EQ(at, text.size()) << "the last line has no end";
+    EXPECT_EQ(next, std::vector<int>(static_cast<std::size_t>(threads), count));
+}
 
 }
 
@@ -56,7 +94,26 @@ TEST(RequiredCoreLog, NullSiteWritesAnEmptyLineAndLosesTheMessage)
 {
     StandardErrorCapture capture;
     __CFLogError(nullptr, CFSTR("MESSAGE"));
-    EXPECT_EQ(capture.text(), "\n");
+    __CFLogError(
+        static_cast<const RequiredSourceSite*>(static_cast<const void*>(nullObjectAsText())), CFSTR("MESSAGE"));
+    EXPECT_EQ(capture.text(), "\n\n");
+}
+
+TEST(RequiredCoreLog, FailedStringDropsItsLine)
+{
+    StandardErrorCapture capture;
+    const RequiredSourceSite site { "File.cpp", "function", 12, "x" };
+    for (std::uint64_t skip = 0; skip < 2; ++skip) {
+        const FailPoint::Scope failing("CFStringCreateWithFormat", -1, skip);
+        __CFLogError(&site, CFSTR("MESSAGE"));
+    }
+    const FailPoint::Scope failing("CFStringCreateWithFormat");
+    __CFLogPrintf(CFSTR("a"));
+    __CFNSLog(CFSTR("b"));
+    __CFRequiredPrintf("c");
+    __CFRequiredLogPrintf("d", "e");
+    __CFRequiredLogString("f", "g");
+    EXPECT_EQ(capture.text(), "");
 }
 
 TEST(RequiredCoreLog, FormatsThatAreNoStringsWriteNothing)
@@ -75,9 +132,13 @@ TEST(RequiredCoreLog, FormatsThatAreNoStringsWriteNothing)
     __CFRequiredPrintf(nullObjectAsText());
     __CFRequiredLogPrintf(nullptr, "x");
     __CFRequiredLogPrintf("x", nullptr);
+    __CFRequiredLogPrintf(nullObjectAsText(), "x");
+    __CFRequiredLogPrintf("x", nullObjectAsText());
+    __CFRequiredPrintf("\xFF is no UTF-8");
     __CFRequiredLogString(nullptr, "second");
     __CFRequiredLogString("first", nullptr);
     __CFRequiredLogString("first", nullObjectAsText());
+    __CFRequiredLogString(nullObjectAsText(), "second");
     __CFLogShowTypeRef(nullptr);
     __CFLogShowTypeRef(kCFNull);
     EXPECT_EQ(capture.text(), "");
@@ -105,8 +166,27 @@ TEST(RequiredCoreLog, ShownObjectsGoOutThroughNSLog)
     StandardErrorCapture capture;
     __CFLogShowTypeRef(make<NamedObject>().get());
     const auto text = capture.text();
-    EXPECT_TRUE(text.ends_with("what it says\n")) << text;
-    EXPECT_GT(text.size(), std::string("what it says\n").size()) << "date, program and thread come first";
+    EXPECT_TRUE(std::regex_match(text,
+        std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
+                   "WithRequirementsTests\\[[0-9]+:[0-9]+\\] what it says\n")))
+        << text;
+}
+
+TEST(RequiredCoreLog, ObjectsThatAreAboutToEndAreNotShown)
+{
+    StandardErrorCapture capture;
+    make<ShowsItselfAtItsEnd>();
+    EXPECT_EQ(capture.text(), "");
+}
+
+TEST(RequiredCoreLog, DescriptionsAreTakenWhenTheCheckFails)
+{
+    StandardErrorCapture capture;
+    auto value = CFDictionary::create({ { CFSTR("key"), CFSTR("old") } });
+    __CFLogPrintf(CFSTR("%@"), value);
+    value->set(CFSTR("key"), CFSTR("new"));
+    __CFLogPrintf(CFSTR("%@"), value);
+    EXPECT_EQ(capture.text(), "{\n    key = old;\n}\n{\n    key = new;\n}\n");
 }
 
 TEST(RequiredCoreLog, HookSeesEachLineOnceAndStandardErrorStillReceivesIt)
@@ -120,35 +200,69 @@ TEST(RequiredCoreLog, HookSeesEachLineOnceAndStandardErrorStillReceivesIt)
     __CFLogSetLogStringFnPtr(nullptr);
     __CFLogPrintf(CFSTR("three"));
     EXPECT_EQ(capture.text(), "one\ntwo\nthree\n");
-    EXPECT_EQ(seenByHook(), (std::vector<std::string> { "one", "two" }));
+    EXPECT_EQ(
+        seenByHook(), (std::vector<std::string> { "one on sCFTypeRefOutputQueue", "two on sCFTypeRefOutputQueue" }));
 }
 
-TEST(RequiredCoreLog, LinesOfManyThreadsNeverMix)
+TEST(RequiredCoreLog, StringIsKeptUntilItIsWrittenAndNoLonger)
 {
     StandardErrorCapture capture;
+    std::promise<void> goOn;
+    static std::shared_future<void> goesOn;
+    goesOn = goOn.get_future().share();
+    __CFLogSetLogStringFnPtr([](CFStringRef) { goesOn.wait(); });
+    auto string = CFString::create("kept");
+    const WeakRef<CFString> weak(string);
+    __CFLogStringRefOnQueue(string);
+    string = nullptr;
+    EXPECT_FALSE(weak.isNull());
+    goOn.set_value();
+    __CFLogDrain();
+    __CFLogSetLogStringFnPtr(nullptr);
+    EXPECT_TRUE(weak.isNull());
+    EXPECT_EQ(capture.text(), "kept\n");
+}
+
+TEST(RequiredCoreLog, TextsAreFormattedOnce)
+{
+    StandardErrorCapture capture;
+    const RequiredSourceSite site { "%d.cpp", "%s", 12, "SRC>>a%b" };
+    __CFLogError(&site, CFSTR("%s %@"), "100%d", CFSTR("%@"));
+    __CFLogPrintf(CFSTR("%s"), "%s%n");
+    EXPECT_EQ(capture.text(), "100%d %@ - SRC>>a%b in %d.cpp:12 (%s)\n%s%n\n");
+}
+
+TEST(RequiredCoreLog, ChecksOfManyThreadsArriveWholeAndThoseOfEachInOrder)
+{
+    constexpr int threads = 8;
+    constexpr int count = 2000;
+    StandardErrorCapture capture;
     {
-        std::vector<std::jthread> threads;
-        for (int thread = 0; thread < 4; ++thread) {
-            threads.emplace_back([thread] {
-                for (int line = 0; line < 200; ++line)
-                    __CFLogPrintf(CFSTR("line %d of thread %d ends here"), line, thread);
-            });
-        }
+        std::vector<std::jthread> failing;
+        for (int thread = 0; thread < threads; ++thread)
+            failing.emplace_back(failChecks, thread, count);
     }
-    const auto text = capture.text();
-    int next[4] {};
-    std::size_t at = 0;
-    int lines = 0;
-    for (std::size_t end; (end = text.find('\n', at)) != std::string::npos; at = end + 1, ++lines) {
-        int line = -1;
-        int thread = -1;
-        int used = 0;
-        const auto one = text.substr(at, end - at);
-        ASSERT_EQ(std::sscanf(one.c_str(), "line %d of thread %d ends here%n", &line, &thread, &used), 2) << one;
-        ASSERT_EQ(static_cast<std::size_t>(used), one.size()) << one;
-        EXPECT_EQ(line, next[thread]++);
+    expectLines(capture.text(), threads, count);
+}
+
+TEST(RequiredCoreLog, CallersDoNotWaitForAStandardErrorThatNobodyReads)
+{
+    constexpr int count = 5000; // several times what a pipe holds
+    UnreadPipe pipe;
+    std::string text;
+    {
+        const StandardErrorAs unread(pipe.writingEnd());
+        auto failing = std::async(std::launch::async, failChecks, 0, count);
+        const bool cameBack = failing.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
+        EXPECT_TRUE(cameBack) << "the checks wait for the reader";
+        auto reading = std::async(std::launch::async, [&] { return pipe.readToEnd(); });
+        failing.get();
+        __CFLogDrain();
+        pipe.closeWritingEnd();
+        ::close(STDERR_FILENO);
+        text = reading.get();
     }
-    EXPECT_EQ(lines, 800);
+    expectLines(text, 1, count);
 }
 
 TEST(RequiredCoreLogDeathTest, LinesAfterTheLogsEndAreDroppedWithoutAFault)
@@ -186,19 +300,4 @@ TEST(RequiredFileName, IsThePathWithoutASlashAndNullForNull)
     EXPECT_EQ(__CFConstStaticJustFileNameUTF8(path), path);
     EXPECT_EQ(__CFConstStaticJustFileNameASCII(nullptr, 1), nullptr);
     EXPECT_EQ(__CFConstStaticJustFileNameUTF8(nullptr), nullptr);
-}
-
-namespace {
-
-/// Runs before `main`, as the code of other load-time steps does.
-const bool sQueueExistedBeforeMain = [] {
-    WithRequirementsRunLoadTimeInitialisers();
-    return NSRequiredNotNSNullCachedValue == kCFNull;
-}();
-
-}
-
-TEST(LoadTimeInitialisers, HaveRunBeforeMain)
-{
-    EXPECT_TRUE(sQueueExistedBeforeMain);
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 namespace {
 
 /// Notes for each notification whether it came before the change, and the value that the object had then.
@@ -32,6 +34,59 @@ TEST(RequiredFoundationObject, SetterNotifiesBeforeAndAfter)
     object->setStringProperty(CFSTR("new"));
     object->removeObserver_forKeyPath(observer, "stringProperty");
     EXPECT_EQ(observer->seen, (std::vector<std::pair<bool, std::string>> { { true, "old" }, { false, "new" } }));
+}
+
+namespace {
+
+/// Notes for each notification whether another thread could enter the property's lock.
+class RequiredFoundationObjectTestsLockObserver : public NSObject {
+    NS_OBJECT(RequiredFoundationObjectTestsLockObserver)
+public:
+    void observeValueForKeyPath_ofObject_change_context(
+        CFString*, NSObject* object, CFDictionary*, const void*) override
+    {
+        auto& lock = objc_sync_lock(kindOf<RequiredFoundationObject>(object)->stringPropertySync());
+        wasFree.push_back(std::async(std::launch::async, [&lock] {
+            const bool isFree = lock.try_lock();
+            if (isFree)
+                lock.unlock();
+            return isFree;
+        }).get());
+    }
+    std::vector<bool> wasFree;
+};
+
+NS_IMPLEMENTATION(RequiredFoundationObjectTestsLockObserver, NSObject) { }
+
+}
+
+TEST(RequiredFoundationObject, BothNotificationsComeOutsideTheLock)
+{
+    const AutoreleasePool pool;
+    const auto object = make<RequiredFoundationObject>();
+    const auto observer = make<RequiredFoundationObjectTestsLockObserver>();
+    object->addObserver_forKeyPath_options_context(observer, "stringProperty", NSKeyValueObservingOptionPrior, nullptr);
+    object->setStringProperty(CFSTR("new"));
+    object->removeObserver_forKeyPath(observer, "stringProperty");
+    EXPECT_EQ(observer->wasFree, (std::vector<bool> { true, true }));
+}
+
+TEST(RequiredFoundationObject, OperationsDifferInWhoOwnsTheResult)
+{
+    const auto object = make<RequiredFoundationObject>();
+    const auto value = CFString::create("value");
+    object->setStringProperty(value);
+    {
+        const AutoreleasePool pool;
+        EXPECT_EQ(object->stringPropertyAutoreleasedCopy(), value.get());
+        EXPECT_EQ(value->retainCount(), 3);
+    }
+    const auto retained = object->stringPropertyRetainedCopy();
+    const auto copied = object->stringPropertyCopy();
+    EXPECT_EQ(retained.get(), value.get());
+    EXPECT_EQ(copied.get(), value.get());
+    EXPECT_EQ(value->retainCount(), 4);
+    EXPECT_EQ(object->valueForKey("stringProperty").get(), value.get());
 }
 
 TEST(RequiredFoundationObject, NullReleasesTheOldValue)

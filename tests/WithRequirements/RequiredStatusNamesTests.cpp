@@ -1,70 +1,121 @@
 #include "WithRequirements/RequiredStatusNames.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreFoundation/MacOSStatus.h"
+#include "tests/WithRequirements/ListedStatuses.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
-#include "WithRequirements/StatusNames.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
 
-int countNames(const char* (*nameOf)(OSStatus), OSStatus first, OSStatus last)
+using Body = void (*)(OSStatus, const char*, const char*, int, const char*);
+
+/// One kind of status: its body, its codes, and how its lines read.
+struct Kind {
+    const char* name;
+    Body body;
+    std::span<const ListedStatus> listed;
+    const char* word; ///< what the line starts with
+    bool hasNumber; ///< whether the code stands behind the word
+    bool hasSecondLine;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Kind& kind)
 {
-    std::set<std::string> names;
-    for (auto status = first; status <= last; ++status) {
-        const auto* const name = nameOf(status);
-        EXPECT_TRUE(!name || names.insert(name).second) << name;
+    return stream << kind.name;
+}
+
+const Kind sKinds[] = {
+    { "CoreMedia", __CoreMediaOSStatusRequiredBody, sCoreMediaStatuses, "REQUIRED_CMSTATUS ", true, true },
+    { "VideoToolbox", __VideoToolboxRequiredBody, sVideoToolboxStatuses, "REQUIRED_VTSTATUS ", true, true },
+    { "CoreMediaIO", __CoreMediaIOStatusRequiredBody, sCoreMediaIOStatuses, "REQUIRED_CMIOSTATUS ", true, true },
+    { "CoreVideo", __CoreVideoRequiredBody, sCoreVideoStatuses, "REQUIRED_CVRETURN FAILED: ", false, false },
+    { "CoreGraphics", __CoreGraphicsCGErrorRequiredBody, sCoreGraphicsStatuses, "REQUIRED_CGERROR ", true, false },
+    { "CGL", __CGLErrorRequiredBody, sCGLStatuses, "REQUIRED_CGLERROR ", true, false },
+};
+
+/// All that the kind's body is to write for a code with this text.
+std::string expectedLines(const Kind& kind, OSStatus code, const std::string& codeText)
+{
+    const auto number = std::to_string(code);
+    const std::string location = " - SRC>>call(a, b) in function:77 (File.cpp)\n";
+    auto lines = kind.word + (kind.hasNumber ? number + ":" : "") + codeText + location;
+    if (kind.hasSecondLine)
+        lines += "REQUIRED_OSSTATUS(" + number + ") " + GetMacOSStatusErrorString(code) + "-'"
+            + GetMacOSStatusCommentString(code) + "'" + location;
+    return lines;
+}
+
+std::string textOfListed(const ListedStatus& listed)
+{
+    return std::string(listed.name) + " (" + std::to_string(listed.code) + ")";
+}
+
+class StatusKind : public testing::TestWithParam<Kind> { };
+
+INSTANTIATE_TEST_SUITE_P(All, StatusKind, testing::ValuesIn(sKinds), [](const auto& kind) { return kind.param.name; });
+
+}
+
+TEST_P(StatusKind, EveryListedCodeWritesItsNameInWholeLines)
+{
+    const auto& kind = GetParam();
+    StandardErrorCapture capture;
+    std::string expected;
+    for (const auto& listed : kind.listed) {
+        kind.body(listed.code, "function", "File.cpp", 77, "SRC>>call(a, b)");
+        expected += expectedLines(kind, listed.code, textOfListed(listed));
     }
-    return static_cast<int>(names.size());
+    EXPECT_EQ(capture.text(), expected);
 }
 
-}
-
-TEST(StatusNames, CoreMediaRunsStartAndEndWhereTheyShould)
+TEST_P(StatusKind, CodesBesideTheListedOnesWriteTheirValue)
 {
-    using StatusNames::coreMedia;
-    EXPECT_EQ(countNames(coreMedia, -17000, 100), 74);
-    EXPECT_STREQ(coreMedia(-16751), "kCMSampleBufferError_DataCanceled");
-    EXPECT_STREQ(coreMedia(-16750), "kCMSampleBufferError_DataFailed");
-    EXPECT_STREQ(coreMedia(-16308), "kCMMetadataIdentifierError_NoKeyValueAvailable");
-    EXPECT_STREQ(coreMedia(-16300), "kCMMetadataIdentifierError_AllocationFailed");
-    EXPECT_STREQ(coreMedia(-15491), "kCMMemoryPoolError_InvalidParameter");
-    EXPECT_STREQ(coreMedia(-15490), "kCMMemoryPoolError_AllocationFailed");
-    EXPECT_STREQ(coreMedia(-12773), "kCMSimpleQueueError_QueueIsFull");
-    EXPECT_STREQ(coreMedia(-12764), "kCMBufferQueueError_QueueIsFull");
-    EXPECT_STREQ(coreMedia(-12760), "kCMBufferQueueError_AllocationFailed");
-    EXPECT_STREQ(coreMedia(-12757), "kCMTimebaseError_ReadOnly");
-    EXPECT_STREQ(coreMedia(-12744), "kCMSampleBufferError_Invalidated");
-    EXPECT_STREQ(coreMedia(-12730), "kCMSampleBufferError_AllocationFailed");
-    EXPECT_STREQ(coreMedia(-12719), "kCMFormatDescriptionBridgeError_InvalidSlice");
-    EXPECT_STREQ(coreMedia(-12710), "kCMFormatDescriptionError_InvalidParameter");
-    EXPECT_STREQ(coreMedia(-12708), "kCMBlockBufferInsufficientSpaceErr");
-    EXPECT_STREQ(coreMedia(-12700), "kCMBlockBufferStructureAllocationFailedErr");
-    for (const OSStatus status : { -12759, -12758, -12729, -12720, -12709, 0 })
-        EXPECT_EQ(coreMedia(status), nullptr) << status;
+    const auto& kind = GetParam();
+    std::set<OSStatus> codes { 0, 1, -1, INT32_MIN, INT32_MAX };
+    for (const auto& listed : kind.listed)
+        codes.insert({ listed.code - 1, listed.code + 1 });
+    for (const auto& listed : kind.listed)
+        codes.erase(listed.code);
+    StandardErrorCapture capture;
+    std::string expected;
+    for (const auto code : codes) {
+        kind.body(code, "function", "File.cpp", 77, "SRC>>call(a, b)");
+        expected += expectedLines(kind, code, "statusValue=" + std::to_string(code));
+    }
+    EXPECT_EQ(capture.text(), expected);
 }
 
-TEST(StatusNames, OtherTablesStartAndEndWhereTheyShould)
+TEST_P(StatusKind, PlatformKnowsTheCodesByTheSameNames)
 {
-    EXPECT_EQ(countNames(StatusNames::videoToolbox, -13000, 0), 30);
-    EXPECT_STREQ(StatusNames::videoToolbox(-12919), "kVTColorSyncTransformConvertFailedErr");
-    EXPECT_STREQ(StatusNames::videoToolbox(-12900), "kVTPropertyNotSupportedErr");
-    EXPECT_STREQ(StatusNames::videoToolbox(-12219), "kVTColorCorrectionImageRotationFailedErr");
-    EXPECT_STREQ(StatusNames::videoToolbox(-12210), "kVTVideoDecoderAuthorizationErr");
-    EXPECT_EQ(countNames(StatusNames::coreVideo, -7000, 0), 14);
-    EXPECT_STREQ(StatusNames::coreVideo(-6683), "kCVReturnPixelBufferNotOpenGLCompatible");
-    EXPECT_STREQ(StatusNames::coreVideo(-6691), "kCVReturnInvalidPoolAttributes");
-    EXPECT_EQ(countNames(StatusNames::coreGraphics, 0, 2000), 11);
-    EXPECT_STREQ(StatusNames::coreGraphics(1004), "kCGErrorCannotComplete");
-    EXPECT_EQ(StatusNames::coreGraphics(1005), nullptr);
-    EXPECT_STREQ(StatusNames::coreGraphics(1011), "kCGErrorNoneAvailable");
-    EXPECT_EQ(countNames(StatusNames::cgl, 0, 20000), 18);
-    EXPECT_STREQ(StatusNames::cgl(10000), "kCGLBadAttribute");
-    EXPECT_STREQ(StatusNames::cgl(10017), "kCGLBadConnection");
-    EXPECT_STREQ(StatusNames::coreMediaIO(0), "kCMIOHardwareNoError");
-    EXPECT_STREQ(StatusNames::coreMediaIO(0x72756e20), "kCMIOHardwareNotStoppedError");
-    EXPECT_STREQ(StatusNames::coreMediaIO(0x77686f3f), "kCMIOHardwareUnknownPropertyError");
+    for (const auto& [code, name] : GetParam().listed) {
+        EXPECT_STREQ(GetMacOSStatusErrorString(code), code == 0 ? "noErr" : name);
+        EXPECT_STRNE(GetMacOSStatusCommentString(code), GetMacOSStatusCommentString(INT32_MIN)) << name;
+    }
+}
+
+TEST(RequiredStatusNames, KindsHaveAsManyNamesAsThePlatformPublishes)
+{
+    std::vector<std::size_t> counts;
+    for (const auto& kind : sKinds)
+        counts.push_back(kind.listed.size());
+    EXPECT_EQ(counts, (std::vector<std::size_t> { 74, 30, 14, 14, 11, 18 }));
+}
+
+TEST(RequiredStatusNames, CodesInTheGapsOfCoreMediaAndZeroHaveNoName)
+{
+    StandardErrorCapture capture;
+    std::string expected;
+    for (const OSStatus code :
+        { -12759, -12758, -12729, -12728, -12727, -12726, -12725, -12724, -12723, -12722, -12721, -12720, -12709, 0 }) {
+        __CoreMediaOSStatusRequiredBody(code, "function", "File.cpp", 77, "SRC>>call(a, b)");
+        expected += expectedLines(sKinds[0], code, "statusValue=" + std::to_string(code));
+    }
+    EXPECT_EQ(capture.text(), expected);
 }
 
 TEST(RequiredStatusNames, CoreMediaWritesTwoLinesWithOneLocation)
@@ -86,14 +137,15 @@ TEST(RequiredStatusNames, CodeWithoutANamePrintsAsItsValue)
         "REQUIRED_OSSTATUS(-12759) unknownErr-'no words for this status' - SRC>>call() in function:5 (File.cpp)\n");
 }
 
-TEST(RequiredStatusNames, VideoToolboxAndCoreMediaIOWriteTwoLinesToo)
+TEST(RequiredStatusNames, VideoToolboxAndCoreMediaIOWriteTwoLinesTooAndCamerasCodesAreDecimal)
 {
     StandardErrorCapture capture;
     __VideoToolboxRequiredBody(-12902, "function", "File.cpp", 5, "SRC>>x");
     __CoreMediaIOStatusRequiredBody(0x77686f3f, "function", "File.cpp", 6, "SRC>>y");
     EXPECT_EQ(capture.text(),
         "REQUIRED_VTSTATUS -12902:kVTParameterErr (-12902) - SRC>>x in function:5 (File.cpp)\n"
-        "REQUIRED_OSSTATUS(-12902) unknownErr-'no words for this status' - SRC>>x in function:5 (File.cpp)\n"
+        "REQUIRED_OSSTATUS(-12902) kVTParameterErr-'an argument of a video session is wrong' - SRC>>x in function:5 "
+        "(File.cpp)\n"
         "REQUIRED_CMIOSTATUS 2003332927:kCMIOHardwareUnknownPropertyError (2003332927) - SRC>>y in function:6 "
         "(File.cpp)\n"
         "REQUIRED_OSSTATUS(2003332927) kCMIOHardwareUnknownPropertyError-'the object does not have that property' - "
@@ -122,26 +174,60 @@ TEST(RequiredStatusNames, GraphicsKindsWriteOneLine)
         "REQUIRED_CGLERROR 10002:kCGLBadPixelFormat (10002) - SRC>>x in function:2 (File.cpp)\n");
 }
 
-TEST(RequiredStatusNames, OpenGLPrintsATextAndHasNoSource)
+TEST(RequiredStatusNames, NullTextsOfALocationAreEmpty)
 {
     StandardErrorCapture capture;
-    __GLRequiredBody(1283, "File.cpp", "function", 1);
-    __GLRequiredBody(1286, "File.cpp", "function", 2);
-    __GLRequiredBody(1287, "File.cpp", "function", 3);
-    __GLRequiredBody(1280, "File.cpp", "function", 4);
-    EXPECT_EQ(capture.text(),
-        "REQUIRED_OPENGL: GL_NO_ERROR (1283) -  in File.cpp:1 (function)\n"
-        "REQUIRED_OPENGL: GL_INVALID_FRAMEBUFFER_OPERATION (1286) -  in File.cpp:2 (function)\n"
-        "REQUIRED_OPENGL: GL_NO_ERROR (1287) -  in File.cpp:3 (function)\n"
-        "REQUIRED_OPENGL: GL_INVALID_ENUM An unacceptable value is specified for an enumerated argument. The offending "
-        "command is ignored and has no other side effect than to set the error flag. (1280) -  in File.cpp:4 "
-        "(function)\n");
+    __CoreVideoRequiredBody(-6660, nullptr, nullptr, 1, nullptr);
+    EXPECT_EQ(capture.text(), "REQUIRED_CVRETURN FAILED: kCVReturnError (-6660) -  in :1 ()\n");
 }
 
-TEST(RequiredStatusNames, TimeIsTracedWithItsLabel)
+TEST(RequiredStatusNames, OpenGLPrintsASentenceHasNoSourceAndKeepsItsPlaces)
+{
+    const std::string effect = " The offending command is ignored and has no other side effect than to set the error "
+                               "flag.";
+    const std::pair<std::int32_t, std::string> errors[] = {
+        { 1279, "GL_NO_ERROR" },
+        { 1280, "GL_INVALID_ENUM An unacceptable value is specified for an enumerated argument." + effect },
+        { 1281, "GL_INVALID_VALUE A numeric argument is out of range." + effect },
+        { 1282, "GL_INVALID_OPERATION The specified operation is not allowed in the current state." + effect },
+        { 1283, "GL_NO_ERROR" },
+        { 1284, "GL_NO_ERROR" },
+        { 1285,
+            "GL_OUT_OF_MEMORY There is not enough memory left to execute the command. The state of the GL is "
+            "undefined, except for the state of the error flags, after this error is recorded." },
+        { 1286, "GL_INVALID_FRAMEBUFFER_OPERATION" },
+        { 1287, "GL_NO_ERROR" },
+        { 0, "GL_NO_ERROR" },
+        { INT32_MIN, "GL_NO_ERROR" },
+        { INT32_MAX, "GL_NO_ERROR" },
+    };
+    StandardErrorCapture capture;
+    std::string expected;
+    for (const auto& [error, text] : errors) {
+        __GLRequiredBody(error, "File.cpp", "function", 4);
+        expected += "REQUIRED_OPENGL: " + text + " (" + std::to_string(error) + ") -  in File.cpp:4 (function)\n";
+    }
+    EXPECT_EQ(capture.text(), expected);
+}
+
+TEST(RequiredStatusNames, TimeIsTracedWithItsLabelAndThePathsLastComponent)
 {
     StandardErrorCapture capture;
     __CoreMediaCMTimeLogMessage("/a/File.cpp", "function", 8, CMTimeMake(1, 2), "ignored", "LABEL");
+    __CoreMediaCMTimeLogMessage("/a/folder/", "function", 9, kCMTimeInvalid, nullptr, "LABEL");
+    EXPECT_EQ(capture.text(),
+        "CMTime '{1/2 = 0.500}' LABEL {File.cpp:8 function}\n\n"
+        "CMTime '{INVALID}' LABEL {folder:9 function}\n\n");
+}
+
+TEST(RequiredStatusNames, TimeIsNotTracedWithoutADescriptionOrAPath)
+{
+    StandardErrorCapture capture;
     __CoreMediaCMTimeLogMessage(nullptr, "function", 8, CMTimeMake(1, 2), "ignored", "LABEL");
-    EXPECT_EQ(capture.text(), "CMTime '{1/2 = 0.500}' LABEL {File.cpp:8 function}\n\n");
+    __CoreMediaCMTimeLogMessage("\xFF.cpp", "function", 8, CMTimeMake(1, 2), "ignored", "LABEL");
+    for (const auto* const failPoint : { "CMTimeCopyDescription", "stringWithUTF8String" }) {
+        const FailPoint::Scope failing(failPoint);
+        __CoreMediaCMTimeLogMessage("/a/File.cpp", "function", 8, CMTimeMake(1, 2), "ignored", "LABEL");
+    }
+    EXPECT_EQ(capture.text(), "");
 }

@@ -1,5 +1,6 @@
 #include "WithRequirements/Requirements.h"
 
+#include "bench/AllocationCounter.h"
 #include "Platform/CoreFoundation/MacOSStatus.h"
 #include "Platform/dispatch/dispatch.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
@@ -55,6 +56,22 @@ TEST(Requirements, ThatHoldAreTrueEvaluateOnceAndWriteNothing)
     EXPECT_EQ(capture.text(), "");
 }
 
+TEST(Requirements, ThatHoldAllocateNothing)
+{
+    const auto string = CFString::create("a string");
+    CFStringGetTypeID(); // a type is registered when it is first asked for
+    int evaluations = 0;
+    const auto before = AllocationCounter::count();
+    const bool held = passing(1, string, evaluations) && OSStatusRequired(0) && CoreMediaOSStatusRequired(0)
+        && VideoToolboxRequired(0) && CMIOStatusRequired(0) && CGErrorRequired(0) && CGLErrorRequired(0)
+        && CFRequiredTypeRef(string, CFStringGetTypeID());
+    const auto allocations = AllocationCounter::count() - before;
+    EXPECT_TRUE(held);
+    EXPECT_EQ(allocations, 0u);
+    EXPECT_NE(CFString::create("counted"), nullptr);
+    EXPECT_GT(AllocationCounter::count(), before) << "the counter counts";
+}
+
 TEST(Requirements, FailedConditionShowsItsTextFileLineAndFunction)
 {
     StandardErrorCapture capture;
@@ -73,6 +90,49 @@ TEST(Requirements, TextIsTheExpressionAfterPreprocessing)
     const int line = __LINE__ - 1;
     EXPECT_EQ(capture.text(),
         format("REQUIREMENT - SRC>>pointer != ((void*)0) in RequirementsTests.cpp:%d (function)\n", line));
+}
+
+TEST(Requirements, NullIsShownAsTheCompilerWritesIt)
+{
+    StandardErrorCapture capture;
+    void* volatile pointer = nullptr;
+    EXPECT_FALSE(CFRequiredIn("function", pointer != NULL));
+    const int line = __LINE__ - 1;
+    EXPECT_EQ(
+        capture.text(), format("REQUIREMENT - SRC>>pointer != __null in RequirementsTests.cpp:%d (function)\n", line));
+}
+
+TEST(Requirements, GivenTextStandsForTheExpressionAndValuesHaveNoPrefix)
+{
+    StandardErrorCapture capture;
+    CFDictionary* const dictionary = nullptr;
+    EXPECT_FALSE(
+        CFRequiredTypeOfIn("function", dictionary, CFDictionaryGetTypeID(), "(ARC_BRIDGE(CFDictionaryRef)dictionary)"));
+    EXPECT_FALSE(CFRequiredNotCFNullIn("function", dictionary));
+    EXPECT_FALSE(CFRequiredIn("function", dictionary != nullptr, "dictionary!=((void*)0)"));
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        "REQUIRED_CFTYPEOF (ARC_BRIDGE(CFDictionaryRef)dictionary)==NULL : in function LINE# N "
+        "(RequirementsTests.cpp)\n\n"
+        "REQUIRED_NOT_NULL 0x00000000==NULL : dictionary in function LINE# N (RequirementsTests.cpp)\n\n"
+        "REQUIREMENT - SRC>>dictionary!=((void*)0) in RequirementsTests.cpp:N (function)\n");
+}
+
+TEST(Requirements, StatusKindsExchangeThePlacesThatOthersKeep)
+{
+    StandardErrorCapture capture;
+    EXPECT_FALSE(CoreVideoRequiredIn("function", -6660, "x"));
+    EXPECT_FALSE(CGErrorRequiredIn("function", 1000, "x"));
+    EXPECT_FALSE(CGLErrorRequiredIn("function", 10000, "x"));
+    EXPECT_FALSE(GLRequiredIn("function", 1286));
+    EXPECT_FALSE(CFRequiredIn("function", false, "x"));
+    const int line = __LINE__ - 5;
+    EXPECT_EQ(capture.text(),
+        format("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660) - SRC>>x in function:%d (RequirementsTests.cpp)\n"
+               "REQUIRED_CGERROR 1000:kCGErrorFailure (1000) - SRC>>x in function:%d (RequirementsTests.cpp)\n"
+               "REQUIRED_CGLERROR 10000:kCGLBadAttribute (10000) - SRC>>x in function:%d (RequirementsTests.cpp)\n"
+               "REQUIRED_OPENGL: GL_INVALID_FRAMEBUFFER_OPERATION (1286) -  in RequirementsTests.cpp:%d (function)\n"
+               "REQUIREMENT - SRC>>x in RequirementsTests.cpp:%d (function)\n",
+            line, line + 1, line + 2, line + 3, line + 4));
 }
 
 TEST(Requirements, FailedStatusShowsTheFunctionInTheFilesPlace)
@@ -178,6 +238,60 @@ TEST(Requirements, NullBlockPrintsItsTag)
     StandardErrorCapture capture;
     __BlockPtrRequiredBody("TAG", nullptr, "File.cpp", "function", 2, "block");
     EXPECT_EQ(capture.text(), "REQUIRED_BLOCK_PTR TAG 0x00000000==NULL - block in File.cpp:2 (function)\n");
+}
+
+TEST(Requirements, ClosuresAreRequiredToBeThere)
+{
+    StandardErrorCapture capture;
+    std::function<void()> closure;
+    EXPECT_FALSE(BlockPtrRequiredIn("function", "TAG", closure));
+    const int line = __LINE__ - 1;
+    closure = [] {};
+    EXPECT_TRUE(BlockPtrRequired("TAG", closure));
+    EXPECT_EQ(capture.text(),
+        format("REQUIRED_BLOCK_PTR TAG 0x00000000==NULL - closure in RequirementsTests.cpp:%d (function)\n", line));
+}
+
+TEST(RequiredFoundation, ChecksThatHoldAreTrueAndWriteNothing)
+{
+    StandardErrorCapture capture;
+    const auto object = make<RequirementsTestsDelegating>();
+    object->mDelegate = make<RequirementsTestsDelegating>();
+    const Ref<CFType> error;
+    int calls = 0;
+    EXPECT_TRUE(NSRequiredNSErrorNil(error));
+    EXPECT_TRUE(NSRequiredNotNil(object));
+    EXPECT_TRUE(NSRequiredKindOfClass("TAG", object, NSObject::classObject()));
+    EXPECT_TRUE(NSRequiredDelegateSelector("TAG", object, "delegate"));
+    EXPECT_TRUE(NSRequiredNoException(++calls));
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(capture.text(), "");
+}
+
+TEST(RequiredFoundation, ChecksThatFailShowTheBareTextOfTheirValue)
+{
+    StandardErrorCapture capture;
+    const Ref<CFType> error(CFSTR("it failed"));
+    const auto object = make<RequirementsTestsDelegating>();
+    const auto raise = [] { throw NSException("Name", "the reason"); };
+    EXPECT_FALSE(NSRequiredNSErrorNilIn("function", error));
+    EXPECT_FALSE(NSRequiredNotNilIn("function", kCFNull, "the null object"));
+    EXPECT_FALSE(NSRequiredKindOfClassIn("function", "TAG", object, NSClassFromString(CFSTR("NoSuchClass"))));
+    EXPECT_FALSE(NSRequiredDelegateSelectorIn("function", "TAG", object, "delegate"));
+    EXPECT_FALSE(NSRequiredNoExceptionIn("function", raise()));
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        "REQUIRED_NSERROR_NIL it failed - error in RequirementsTests.cpp:N (function)\n"
+        "REQUIRED_NOT_NIL NSNull==NSNull - the null object in RequirementsTests.cpp:N (function)\n"
+        "TAG [RequirementsTestsDelegating isKindOfClass:(null)] FAILED - object in RequirementsTests.cpp:N (function)\n"
+        "TAG RequirementsTestsDelegating.delegate=(null) has no @selector(delegate) - object in "
+        "RequirementsTests.cpp:N (function)\n"
+        "REQUIRED_NO_EXCEPTION NSException{ the reason } - raise() in RequirementsTests.cpp:N (function)\n");
+}
+
+TEST(RequiredFoundation, ExceptionsOfAnotherKindPass)
+{
+    const auto raise = [] { throw std::runtime_error("another"); };
+    EXPECT_THROW(NSRequiredNoException(raise()), std::runtime_error);
 }
 
 TEST(RequiredFoundation, NotNilTellsNilFromTheNullObjectAndNamesOtherClasses)

@@ -1,6 +1,10 @@
 #include "WithRequirements/ZVSingleton.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 namespace {
 
@@ -80,4 +84,43 @@ TEST(ZVSingleton, EachClassHasItsOwnObject)
     EXPECT_NE(ZVSingleton::sharedInstance(), ZVSingletonTestsBase::sharedInstance());
     EXPECT_EQ(ZVSingletonTestsBase::sharedInstance()->isa(), ZVSingletonTestsBase::classObject());
     EXPECT_EQ(ZVSingletonTestsDerived::sharedInstance()->isa(), ZVSingletonTestsDerived::classObject());
+}
+
+namespace {
+
+/// In a process of its own, since the dictionary is made once.
+[[noreturn]] void askWithoutADictionaryAndExit()
+{
+    {
+        const FailPoint::Scope failing("CFDictionaryCreateMutable");
+        if (ZVSingletonTestsBase::sharedInstance())
+            _exit(1);
+    }
+    auto* const type = ZVSingletonTestsBase::classObject();
+    const bool isNull = !ZVSingletonTestsBase::sharedInstance() && !ZVSingleton::alloc(type)
+        && !ZVSingleton::allocWithZone(type, nullptr) && !type->createInstance();
+    _exit(isNull ? 0 : 2);
+}
+
+}
+
+TEST(ZVSingletonDeathTest, ThereIsNoObjectWithoutTheDictionary)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(askWithoutADictionaryAndExit(), testing::ExitedWithCode(0), "^$");
+}
+
+TEST(ZVSingleton, TrueAllocationGivesAnotherObjectEachTime)
+{
+    const AutoreleasePool pool;
+    auto* const type = ZVSingletonTestsBase::classObject();
+    auto* const allocated = ZVSingleton::singletonAlloc(type);
+    ASSERT_NE(allocated, nullptr);
+    EXPECT_NE(allocated, ZVSingleton::singletonAlloc(type));
+    EXPECT_NE(allocated, static_cast<ZVSingleton*>(ZVSingletonTestsBase::sharedInstance()));
+    EXPECT_EQ(allocated->retainCount(), 1) << "the pool's";
+    auto* const raw = kindOf<ZVSingletonTestsBase>(allocated);
+    EXPECT_EQ(raw->singletonInit(), allocated);
+    EXPECT_EQ(raw->first, 1);
+    EXPECT_EQ(raw->every, 0);
 }
