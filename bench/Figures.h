@@ -29,6 +29,10 @@ struct BenchRequest {
 /// Prints `name: value unit` if it was asked for.
 void printFigure(const BenchRequest& request, const FigureName& figure, double value);
 
+/// The requirement checks and their log, in this process.
+const std::vector<FigureName>& checkFigures();
+void measureChecks(const BenchRequest& request);
+
 /// The movie writer alone, in this process.
 const std::vector<FigureName>& writerFigures();
 void measureWriter(const BenchRequest& request);

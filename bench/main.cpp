@@ -13,7 +13,8 @@ namespace {
 
 std::vector<FigureName> allFigures()
 {
-    auto figures = dispatchFigures();
+    auto figures = checkFigures();
+    figures.insert(figures.end(), dispatchFigures().begin(), dispatchFigures().end());
     figures.insert(figures.end(), writerFigures().begin(), writerFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
@@ -83,6 +84,8 @@ int main(int count, char** arguments)
         return 1;
     }
     try {
+        if (request.wantsAny(checkFigures()))
+            measureChecks(request);
         if (request.wantsAny(dispatchFigures()))
             measureDispatch(request);
         if (request.wantsAny(writerFigures()))
