@@ -97,12 +97,12 @@ void NSNotificationCenter::removeObserver_name_object(NSObject* observer, CFStri
     // What goes with the entries goes after the lock: the end of a block's closure may come back here.
     std::vector<Entry> removed;
     const std::lock_guard guard(mLock);
-    const auto leaving = std::ranges::stable_partition(mEntries, [&](const Entry& entry) {
+    const auto leaving = std::stable_partition(mEntries.begin(), mEntries.end(), [&](const Entry& entry) {
         return entry.identity != observer || (name && !CFEqual(entry.name.get(), name))
             || (object && entry.object != object);
     });
-    removed.assign(std::make_move_iterator(leaving.begin()), std::make_move_iterator(leaving.end()));
-    mEntries.erase(leaving.begin(), leaving.end());
+    removed.assign(std::make_move_iterator(leaving), std::make_move_iterator(mEntries.end()));
+    mEntries.erase(leaving, mEntries.end());
 }
 
 void NSNotificationCenter::postNotificationName_object(CFString* name, CFType* object)
