@@ -96,6 +96,7 @@ TEST(Requirements, NullIsShownAsTheCompilerWritesIt)
 {
     StandardErrorCapture capture;
     void* volatile pointer = nullptr;
+    // NOLINTNEXTLINE(modernize-use-nullptr): the macro is what this is about
     EXPECT_FALSE(CFRequiredIn("function", pointer != NULL));
     const int line = __LINE__ - 1;
     EXPECT_EQ(

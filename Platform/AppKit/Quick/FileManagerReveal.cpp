@@ -10,6 +10,8 @@
 #include <QFileInfo>
 #include <QUrl>
 
+#include <memory>
+
 namespace {
 
 void openFolder(const QString& path)
@@ -39,12 +41,11 @@ void revealInFileManager(const std::vector<std::string>& paths)
         QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"),
         QFileInfo(first).isDir() ? QStringLiteral("ShowFolders") : QStringLiteral("ShowItems"));
     call << urls << QString();
-    auto watcher = std::make_unique<QDBusPendingCallWatcher>(bus.asyncCall(call));
-    QObject::connect(watcher.get(), &QDBusPendingCallWatcher::finished, [first](QDBusPendingCallWatcher* finished) {
+    // Deletes itself when the answer is there.
+    auto* const watcher = std::make_unique<QDBusPendingCallWatcher>(bus.asyncCall(call)).release();
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [first](QDBusPendingCallWatcher* finished) {
         if (finished->isError())
             openFolder(first);
         finished->deleteLater();
     });
-    // Deletes itself when the answer is there.
-    watcher.release();
 }

@@ -9,6 +9,8 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 
+#include <memory>
+
 InterfaceView::InterfaceView(QQuickItem* parent)
     : LayerItem(parent)
 {
@@ -67,7 +69,7 @@ void InterfaceView::loadComponent()
         InterfaceLoad::report(this,
             component.isError() ? component.errorString()
                                 : QStringLiteral("%1 is no item").arg(QString::fromStdString(url)));
-        delete made;
+        const std::unique_ptr<QObject> gone(made);
         return;
     }
     made->setParent(this);
