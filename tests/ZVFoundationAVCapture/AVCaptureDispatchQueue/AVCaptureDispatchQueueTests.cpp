@@ -260,6 +260,27 @@ TEST(AVCaptureDispatchQueue, EndWaitsForWhatWasPosted)
     mayRun.set_value();
 }
 
+TEST(AVCaptureDispatchQueue, ManyMayEndAtOnceEachAfterItsOwnWork)
+{
+    constexpr int rounds = 100;
+    constexpr int posts = 5;
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < rounds; ++round) {
+                int ran = 0;
+                {
+                    const AutoreleasePool pool;
+                    auto* const queue = AVCaptureFileWritingQueue::queueWithName(CFSTR("ending"));
+                    for (int post = 0; post < posts; ++post)
+                        queue->async([&ran] { ++ran; });
+                }
+                ASSERT_EQ(ran, posts);
+            }
+        });
+    }
+}
+
 TEST(AVCaptureDispatchQueue, EndDoesNotWaitWhenToldNotTo)
 {
     std::promise<void> mayRun;

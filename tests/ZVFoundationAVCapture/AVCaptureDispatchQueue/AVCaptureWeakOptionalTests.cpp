@@ -94,3 +94,31 @@ TEST(AVCaptureWeakOptional, MayBeAssignedWhileOthersRead)
     for (int round = 0; round < 2000; ++round)
         reference = (round % 2 ? first : second).get();
 }
+
+TEST(AVCaptureWeakOptional, PostingMayRaceWithTheEndOfTheObject)
+{
+    const auto queue = dispatch_queue_create("queue");
+    constexpr int rounds = 500;
+    WeakOptional reference;
+    int found = 0;
+    int lost = 0;
+    std::jthread owner([&] {
+        for (int round = 0; round < rounds; ++round) {
+            const auto object = make<NSObject>();
+            reference = object.get();
+        }
+    });
+    int posted = 0;
+    for (int round = 0; round < rounds; ++round) {
+        posted += reference.async_dispatch(queue, [&](NSObject* object) {
+            if (object && !object->respondsToSelector("no such message"))
+                ++found;
+            else
+                ++lost;
+        });
+    }
+    owner.join();
+    dispatch_sync(queue, [] {});
+    EXPECT_EQ(found, posted);
+    EXPECT_EQ(found + lost, rounds);
+}
