@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/CFType.h"
 #include "Platform/dispatch/DispatchThreads.h"
 #include "Platform/Foundation/NSLog.h"
+#include "Platform/OpenGL/GLCompilerMemory.h"
 #include "Platform/OpenGL/GLContext.h"
 
 #include <pthread.h>
@@ -15,6 +16,8 @@ namespace CoreLattice {
 namespace {
 
 constexpr int mostWorkBeforeIdle = 3;
+// The driver compiles when something is drawn for the first time; and who looks through filters compiles one by one.
+constexpr std::chrono::seconds compilerStays { 3 };
 
 }
 
@@ -148,7 +151,21 @@ void RenderThread::run()
         }
         const AutoreleasePool pool;
         work();
+        releaseCompilerWhenUnused();
     }
+}
+
+void RenderThread::compiled()
+{
+    mCompiled = std::chrono::steady_clock::now();
+}
+
+void RenderThread::releaseCompilerWhenUnused()
+{
+    if (!mCompiled || std::chrono::steady_clock::now() - *mCompiled < compilerStays)
+        return;
+    mCompiled.reset();
+    GLReleaseCompilerMemory();
 }
 
 }

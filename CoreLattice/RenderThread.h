@@ -1,10 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -36,9 +38,12 @@ public:
     bool hasContext();
     /// Whether the processor does the rendering. Render thread only.
     bool isSoftware();
+    /// A filter was compiled. Render thread only; what the compiler keeps is given back when no other was for a while.
+    void compiled();
 
 private:
     void run();
+    void releaseCompilerWhenUnused();
 
     std::mutex mLock;
     std::condition_variable mWake;
@@ -48,6 +53,7 @@ private:
     bool mStopped = false;
     bool mTriedContext = false;
     std::unique_ptr<GLContext> mContext;
+    std::optional<std::chrono::steady_clock::time_point> mCompiled; ///< empty when nothing was since the memory went
     std::thread mThread;
 };
 

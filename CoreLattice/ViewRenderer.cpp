@@ -211,6 +211,7 @@ void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
         return;
     CompositionError error;
     mRenderer = ISFRenderer::create(snapshot.document, &error);
+    RenderThread::shared().compiled();
     if (!mRenderer)
         NSLog(CFSTR("A composition cannot be rendered: %s"), error.text().c_str());
 }

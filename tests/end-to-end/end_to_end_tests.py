@@ -48,7 +48,9 @@ class EndToEnd(unittest.TestCase):
             words = self.application.log.read_text(errors="replace").splitlines()
             if any(problem for problem in self._outcome.result.failures + self._outcome.result.errors
                    if problem[0] is self):
-                print("\n".join(["-- the program's last words:", *words[-25:]]), file=sys.stderr)
+                reports = [line for line, text in enumerate(words) if "Sanitizer" in text or "runtime error" in text]
+                first = min([len(words) - 25, *reports])
+                print("\n".join(["-- the program's last words:", *words[max(first, 0):]]), file=sys.stderr)
         for pid in processes_named("tovrin-camera-extension"):
             try:
                 os.kill(pid, signal.SIGTERM)
