@@ -9,18 +9,6 @@ namespace {
 /// As many as may wait for one another before posted work has to wait too.
 constexpr std::size_t mostThreads = 64;
 constexpr std::chrono::seconds patienceAtExit { 5 };
-/// How often a thread that ran out of work glances for more before it sleeps: a microsecond or two, less than it takes
-/// to put a thread to sleep and wake it.
-constexpr int glancesBeforeSleep = 40;
-
-void pauseBriefly()
-{
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#elif defined(__aarch64__)
-    asm volatile("isb");
-#endif
-}
 
 }
 
@@ -39,71 +27,54 @@ void WorkerPool::schedule(Ref<DispatchQueue> queue)
         if (mStopping)
             return;
         mReady.push_back(std::move(queue));
-        mReadyCount.store(mReady.size(), std::memory_order_relaxed);
-        if (mLooking == 0)
-            notifies = makeOneLook();
+        notifies = mComing == 0 && bringThread();
     }
     if (notifies)
         mWork.notify_one();
 }
 
-bool WorkerPool::makeOneLook()
+bool WorkerPool::bringThread()
 {
     if (mAsleep > 0) {
         --mAsleep;
         ++mToWake;
-        ++mLooking;
+        ++mComing;
         return true;
     }
     if (mThreads.size() < mostThreads) {
-        ++mAlive;
-        ++mLooking;
+        // It waits for the lock, which is held here, before it counts itself.
         mThreads.emplace_back([this] { runThread(); });
+        ++mAlive;
+        ++mComing;
     }
     return false;
-}
-
-void WorkerPool::findWork(std::unique_lock<std::mutex>& lock)
-{
-    while (!mStopping && mReady.empty()) {
-        if (mLooking == 1) {
-            lock.unlock();
-            for (int glance = 0; glance < glancesBeforeSleep && mReadyCount.load(std::memory_order_relaxed) == 0;
-                 ++glance)
-                pauseBriefly();
-            lock.lock();
-            if (mStopping || !mReady.empty())
-                return;
-        }
-        --mLooking;
-        ++mAsleep;
-        mWork.wait(lock, [this] { return mStopping || mToWake > 0; });
-        if (mStopping)
-            return;
-        --mToWake;
-    }
 }
 
 void WorkerPool::runThread()
 {
     ::pthread_setname_np(::pthread_self(), "dispatch");
     std::unique_lock lock(mLock);
+    --mComing;
     for (;;) {
-        findWork(lock);
+        while (!mStopping && mReady.empty()) {
+            ++mAsleep;
+            mWork.wait(lock, [this] { return mStopping || mToWake > 0; });
+            if (mStopping)
+                break;
+            --mToWake;
+            --mComing;
+        }
         if (mStopping)
             break;
         auto queue = std::move(mReady.front());
         mReady.pop_front();
-        mReadyCount.store(mReady.size(), std::memory_order_relaxed);
-        --mLooking;
-        const bool notifies = !mReady.empty() && mLooking == 0 && makeOneLook();
+        const bool notifies = !mReady.empty() && mComing == 0 && bringThread();
         lock.unlock();
         if (notifies)
             mWork.notify_one();
         queue->drain();
         queue = nullptr;
         lock.lock();
-        ++mLooking;
     }
     --mAlive;
     mEnded.notify_all();

@@ -12,8 +12,8 @@
 /// The threads that run queues without a target. A thread is added when a queue is ready and all others are busy, since
 /// work may wait for other work; idle ones stay.
 ///
-/// Waking a thread costs more than most items do, so one is woken only if none looks for work already. The one that
-/// finds some wakes the next if there is more.
+/// Waking a thread costs more than most items do, so only one is on its way at a time: it takes a queue and brings the
+/// next thread if there are more.
 class WorkerPool {
 public:
     static WorkerPool& shared();
@@ -26,21 +26,18 @@ public:
 
 private:
     void runThread();
-    /// Returns when there is a queue to run or the pool stops. The thread counts as looking, before and after.
-    void findWork(std::unique_lock<std::mutex>& lock);
-    /// Makes one more thread look; says whether `mWork` is to be notified, which is best done outside the lock.
-    bool makeOneLook();
+    /// Wakes or starts one more thread; says whether `mWork` is to be notified, which is best done outside the lock.
+    bool bringThread();
 
     std::mutex mLock;
     std::condition_variable mWork;
     std::condition_variable mEnded;
     std::deque<Ref<DispatchQueue>> mReady;
-    /// The length of `mReady`, for a glance without the lock.
-    std::atomic<std::size_t> mReadyCount { 0 };
     std::vector<std::thread> mThreads;
-    std::size_t mLooking = 0;
+    /// Threads that were brought and have not come to the lock yet.
+    std::size_t mComing = 0;
     std::size_t mAsleep = 0;
-    /// How many of those asleep are to wake; they count as looking from then on and no more as asleep.
+    /// How many of those brought are to wake; they do not count as asleep any more.
     std::size_t mToWake = 0;
     std::size_t mAlive = 0;
     std::atomic<bool> mStopping { false };
