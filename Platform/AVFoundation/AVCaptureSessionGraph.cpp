@@ -1,8 +1,12 @@
 #include "Platform/AVFoundation/AVCaptureSessionGraph.h"
 
+#include "Platform/dispatch/DispatchThreads.h"
 #include "Platform/Foundation/NSNotification.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 
 /// One open device and the output that its samples go to.
 class AVCaptureSessionGraph::Branch final : public CaptureSink {
@@ -69,6 +73,51 @@ private:
     std::unique_ptr<CaptureSource> mSource;
 };
 
+namespace {
+
+/// The devices that are being opened or closed, so that a process that ends does so after them.
+class PendingChanges {
+public:
+    static PendingChanges& shared()
+    {
+        static PendingChanges& pending = []() -> PendingChanges& {
+            static const auto owner = std::make_unique<PendingChanges>().release(); // the last change may end very late
+            DispatchMain::whenThreadsStop([] { owner->waitUntilNone(); });
+            return *owner;
+        }();
+        return pending;
+    }
+
+    /// \return what ends the change when it goes
+    std::shared_ptr<void> begin()
+    {
+        const std::lock_guard lock(mLock);
+        ++mCount;
+        return { this, [this](void*) { end(); } };
+    }
+
+private:
+    void end()
+    {
+        const std::lock_guard lock(mLock);
+        if (--mCount == 0)
+            mNone.notify_all();
+    }
+    void waitUntilNone()
+    {
+        // A device that does not let go must not keep the program from ending.
+        constexpr std::chrono::seconds longest { 2 };
+        std::unique_lock lock(mLock);
+        mNone.wait_for(lock, longest, [this] { return mCount == 0; });
+    }
+
+    std::mutex mLock;
+    std::condition_variable mNone;
+    int mCount = 0;
+};
+
+}
+
 AVCaptureSessionGraph::AVCaptureSessionGraph()
     : mQueue(dispatch_queue_create("AVCaptureSessionGraph"))
 {
@@ -79,9 +128,9 @@ AVCaptureSessionGraph::~AVCaptureSessionGraph() = default;
 void AVCaptureSessionGraph::apply(std::vector<Ref<AVCaptureConnection>> connections, CMVideoDimensions preferred)
 {
     // The graph lives until its devices are closed, also when the session has gone by then.
-    dispatch_async(mQueue, [self = shared_from_this(), connections = std::move(connections), preferred] {
-        self->open(connections, preferred);
-    });
+    dispatch_async(mQueue,
+        [change = PendingChanges::shared().begin(), self = shared_from_this(), connections = std::move(connections),
+            preferred] { self->open(connections, preferred); });
 }
 
 void AVCaptureSessionGraph::waitUntilSettled()
