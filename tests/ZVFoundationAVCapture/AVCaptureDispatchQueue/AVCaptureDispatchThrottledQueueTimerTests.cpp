@@ -1,9 +1,9 @@
 #include "ZVFoundationAVCapture/AVCaptureDispatchQueue/AVCaptureDispatchThrottledQueueTimer.h"
 
+#include "bench/AllocationCounter.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
-#include "tests/ZVFoundationAVCapture/AVCaptureDispatchQueue/AllocationCount.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -458,13 +458,13 @@ TEST_F(ThrottledTimer, DroppingAllocatesNothing)
     int ran = 0;
     const dispatch_block_t block = [&ran, large] { ran += 1 + large[0]; };
     timer->setFullnessCount(1);
-    const auto before = allocationCount();
+    const auto before = AllocationCounter::count();
     for (int time = 0; time < 100; ++time)
         timer->dispatch_async_when_queue_empty(block);
-    EXPECT_EQ(allocationCount(), before);
+    EXPECT_EQ(AllocationCounter::count(), before);
     timer->setFullnessCount(0);
     timer->dispatch_async_when_queue_empty(block);
-    EXPECT_GT(allocationCount(), before);
+    EXPECT_GT(AllocationCounter::count(), before);
     timer->capturingQueue()->waitUntilQueueEmpty();
     EXPECT_EQ(ran, 1);
 }
