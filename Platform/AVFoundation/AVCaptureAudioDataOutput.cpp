@@ -46,11 +46,14 @@ void AVCaptureAudioDataOutput::deliver(std::vector<std::byte> samples, std::int6
     const AutoreleasePool pool;
     const auto queue = mReceiver.queue();
     const Ref<AVCaptureConnection> connection(connectionWithMediaType(AVMediaTypeAudio));
-    if (!queue || !connection || samples.size() < bytesPerFrame)
+    if (!connection || samples.size() < bytesPerFrame)
         return;
+    // Whoever asks the connection for its level needs no delegate.
     std::vector<std::int16_t> values(samples.size() / sizeof(std::int16_t));
     std::memcpy(values.data(), samples.data(), values.size() * sizeof(std::int16_t));
     connection->measure(values, channels);
+    if (!queue)
+        return;
 
     Ref<CMFormatDescription> format;
     {

@@ -5,6 +5,7 @@
 #include "tests/AVFoundation/CaptureRecorder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -260,6 +261,25 @@ TEST_F(AVCaptureSessionTest, RefusalsComeFromTheFailPointsAndForUnknownPresets)
     EXPECT_FALSE(session->canSetSessionPreset(AVCaptureSessionPreset1280x720));
     session->setSessionPreset(AVCaptureSessionPreset640x480);
     EXPECT_TRUE(CFEqual(session->sessionPreset(), AVCaptureSessionPreset640x480));
+}
+
+TEST_F(AVCaptureSessionTest, TheSoundConnectionOffersLevelAndSamplesWithoutADelegate)
+{
+    audioOutput->setSampleBufferDelegate_queue(nullptr, nullptr);
+    addEverything();
+    auto* const connection = audioOutput->connectionWithMediaType(AVMediaTypeAudio);
+    ASSERT_NE(connection, nullptr);
+    EXPECT_EQ(connection->averagePowerLevel(), -160);
+    EXPECT_TRUE(connection->latestSamples(100).empty());
+    constexpr std::int16_t half = 16384;
+    const std::vector<std::int16_t> loud(9600, half);
+    std::vector<std::byte> bytes(loud.size() * sizeof(std::int16_t));
+    std::memcpy(bytes.data(), loud.data(), bytes.size());
+    audioOutput->deliver(std::move(bytes), HostClock::nanoseconds());
+    EXPECT_NEAR(connection->averagePowerLevel(), -6.02, 0.01);
+    EXPECT_NEAR(connection->peakPowerLevel(), -6.02, 0.01);
+    EXPECT_EQ(connection->latestSamples(3), (std::vector<float> { 0.5F, 0.5F, 0.5F }));
+    EXPECT_TRUE(audio->notes().empty());
 }
 
 TEST_F(AVCaptureSessionTest, ASessionThatGoesWhileItRunsLeavesNothingBehind)
