@@ -1,14 +1,19 @@
 #include "Platform/Foundation/NSObject.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+
 #include <cstdio>
 
 Class NSObject::classObject()
 {
-    static const Class object = [] {
-        auto type = make<NSClass>("NSObject", nullptr);
-        type->makeImmortal();
-        return type.leak();
-    }();
+    static const Class object = NSClassBuilder<NSObject>::build("NSObject", nullptr, [](auto& type) {
+        type.message("addObserver:forKeyPath:options:context:", &NSObject::addObserver_forKeyPath_options_context);
+        type.message("removeObserver:forKeyPath:", &NSObject::removeObserver_forKeyPath);
+        type.message("removeObserver:forKeyPath:context:", &NSObject::removeObserver_forKeyPath_context);
+        type.message("observeValueForKeyPath:ofObject:change:context:",
+            &NSObject::observeValueForKeyPath_ofObject_change_context);
+        type.message("awakeFromNib", &NSObject::awakeFromNib);
+    });
     return object;
 }
 
@@ -24,7 +29,7 @@ bool NSObject::isKindOfClass(Class type) const
 
 bool NSObject::respondsToSelector(SEL selector) const
 {
-    return isa()->instancesRespondToSelector(selector);
+    return !FAIL_POINT("NSObject.respondsToSelector") && isa()->instancesRespondToSelector(selector);
 }
 
 Ref<CFType> NSObject::performSelector(SEL selector, CFType* argument)

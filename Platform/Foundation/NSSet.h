@@ -8,6 +8,8 @@ class NSSet : public NSObject {
 public:
     NSSet() = default;
     explicit NSSet(std::initializer_list<CFType*> members);
+    /// The texts as strings.
+    explicit NSSet(std::initializer_list<std::string_view> texts);
 
     std::size_t count() const { return mMembers->count(); }
     bool containsObject(CFType* object) const { return object && mMembers->containsObject(object); }

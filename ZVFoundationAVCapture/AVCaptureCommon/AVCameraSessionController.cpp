@@ -6,6 +6,12 @@
 #include "Platform/Foundation/NSOperationQueue.h"
 #include "WithRequirements/Requirements.h"
 
+namespace {
+
+const std::initializer_list<std::string_view> affectingSelectedVideoDeviceProvidesAudio { "selectedVideoDevice" };
+
+}
+
 NS_IMPLEMENTATION(AVCameraSessionController, NSObject)
 {
     type.message("beginSessionConfiguration:", &AVCameraSessionController::beginSessionConfiguration);
@@ -33,7 +39,7 @@ NS_IMPLEMENTATION(AVCameraSessionController, NSObject)
     type.key("audioDevices", &AVCameraSessionController::audioDevices);
     type.key("availableVideoInputDevices", &AVCameraSessionController::availableVideoInputDevices);
     type.key("availableAudioInputDevices", &AVCameraSessionController::availableAudioInputDevices);
-    type.dependentKey("selectedVideoDeviceProvidesAudio", { "selectedVideoDevice" });
+    type.dependentKey("selectedVideoDeviceProvidesAudio", affectingSelectedVideoDeviceProvidesAudio);
     type.outlet("outletSessionObserver", &AVCameraSessionController::outletSessionObserver,
         &AVCameraSessionController::setOutletSessionObserver);
 }
@@ -289,6 +295,11 @@ CFArray* AVCameraSessionController::videoDevices()
 CFArray* AVCameraSessionController::audioDevices()
 {
     return availableAudioInputDevices();
+}
+
+Ref<NSSet> AVCameraSessionController::keyPathsForValuesAffectingSelectedVideoDeviceProvidesAudio()
+{
+    return make<NSSet>(affectingSelectedVideoDeviceProvidesAudio);
 }
 
 CFDictionary* AVCameraSessionController::defaultPixelBufferSettingsWithFormat(std::uint32_t format)

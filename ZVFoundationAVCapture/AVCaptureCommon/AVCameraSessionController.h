@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/NSNotification.h"
+#include "Platform/Foundation/NSSet.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCameraSessionProtocol.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAtomicReference.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCapturingSessionObserverProtocol.h"
@@ -72,6 +73,7 @@ public:
     /// The property above and not the class's list, so null.
     CFArray* audioDevices();
 
+    static Ref<NSSet> keyPathsForValuesAffectingSelectedVideoDeviceProvidesAudio();
     static CFDictionary* defaultPixelBufferSettingsWithFormat(std::uint32_t format);
     static CFDictionary* defaultPixelBufferSettings();
     static CFDictionary* defaultCompressedVideoSettings();

@@ -171,11 +171,11 @@ CFDictionary* AVCaptureFilteredMovieWriterController::preferredAudioOutputFormat
 
     auto* const writer = assetWriter();
     auto* const attempted = audioSettings(stream);
-    if (CFRequired(writer->canApplyOutputSettings_forMediaType(attempted, AVMediaTypeAudio),
+    if (CFRequired(writer && writer->canApplyOutputSettings_forMediaType(attempted, AVMediaTypeAudio),
             "[self.assetWriter canApplyOutputSettings:attemptingAudioCompressionSettings "
             "forMediaType:AVMediaTypeAudio]"))
         return attempted;
-    (void)CFRequired(writer->canApplyOutputSettings_forMediaType(nullptr, AVMediaTypeAudio),
+    (void)CFRequired(writer && writer->canApplyOutputSettings_forMediaType(nullptr, AVMediaTypeAudio),
         "[self.assetWriter canApplyOutputSettings:resultingAudioOutputSettings forMediaType:AVMediaTypeAudio]");
     return nullptr;
 }
@@ -188,8 +188,9 @@ bool AVCaptureFilteredMovieWriterController::setupAssetWriterAudioInput(CMFormat
     if (!isPresent(input))
         return false;
     input->setExpectsMediaDataInRealTime(true);
-    if (CFRequired(assetWriter()->canAddInput(input), "[self.assetWriter canAddInput:self.assetWriterAudioIn]")) {
-        assetWriter()->addInput(input);
+    auto* const writer = assetWriter();
+    if (CFRequired(writer && writer->canAddInput(input), "[self.assetWriter canAddInput:self.assetWriterAudioIn]")) {
+        writer->addInput(input);
         return true;
     }
     NSLog(CFSTR("Couldn't add asset writer audio input."));
@@ -199,7 +200,8 @@ bool AVCaptureFilteredMovieWriterController::setupAssetWriterAudioInput(CMFormat
 bool AVCaptureFilteredMovieWriterController::setupAssetWriterVideoInput(CMFormatDescriptionRef description)
 {
     auto* const settings = videoCompressionSettings(CMVideoFormatDescriptionGetDimensions(description));
-    if (!CFRequired(assetWriter()->canApplyOutputSettings_forMediaType(settings, AVMediaTypeVideo),
+    auto* const writer = assetWriter();
+    if (!CFRequired(writer && writer->canApplyOutputSettings_forMediaType(settings, AVMediaTypeVideo),
             "[self.assetWriter canApplyOutputSettings:videoCompressionSettings forMediaType:AVMediaTypeVideo]")) {
         NSLog(CFSTR("Couldn't apply video output settings."));
         return false;
@@ -208,8 +210,8 @@ bool AVCaptureFilteredMovieWriterController::setupAssetWriterVideoInput(CMFormat
     auto* const input = assetWriterVideoIn();
     input->setExpectsMediaDataInRealTime(true);
     input->setTransform(CGAffineTransformIdentity);
-    if (CFRequired(assetWriter()->canAddInput(input), "[self.assetWriter canAddInput:self.assetWriterVideoIn]")) {
-        assetWriter()->addInput(input);
+    if (CFRequired(writer->canAddInput(input), "[self.assetWriter canAddInput:self.assetWriterVideoIn]")) {
+        writer->addInput(input);
         return true;
     }
     NSLog(CFSTR("Couldn't add asset writer video input."));

@@ -4,6 +4,12 @@
 #include "Platform/Foundation/NSLog.h"
 #include "WithRequirements/Requirements.h"
 
+namespace {
+
+const std::initializer_list<std::string_view> affectingSelectedVideoDevice { "videoDeviceInput" };
+
+}
+
 NS_IMPLEMENTATION(AVCaptureFilteredMovieWriterController, AVCameraSessionController)
 {
     using Self = AVCaptureFilteredMovieWriterController;
@@ -28,7 +34,7 @@ NS_IMPLEMENTATION(AVCaptureFilteredMovieWriterController, AVCameraSessionControl
     type.key("videoFrameRate", &Self::videoFrameRate);
     type.key("videoDeviceInput", &Self::videoDeviceInput, &Self::setVideoDeviceInput);
     type.key("captureSession", &Self::captureSession, &Self::setCaptureSession);
-    type.dependentKey("selectedVideoDevice", { "videoDeviceInput" });
+    type.dependentKey("selectedVideoDevice", affectingSelectedVideoDevice);
     type.outlet("delegate", &Self::delegate, &Self::setDelegate);
 }
 
@@ -190,9 +196,10 @@ void AVCaptureFilteredMovieWriterController::addAudioInput()
     const auto audioInput = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!audioInput || error)
         return;
+    auto* const session = captureSession();
     if (CFRequiredIn(
-            setupFunction, captureSession()->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
-        captureSession()->addInput(audioInput);
+            setupFunction, session && session->canAddInput(audioInput), "[self.captureSession canAddInput:audioInput]"))
+        session->addInput(audioInput);
 }
 
 void AVCaptureFilteredMovieWriterController::addAudioOutput()
@@ -200,10 +207,11 @@ void AVCaptureFilteredMovieWriterController::addAudioOutput()
     const auto output = make<AVCaptureAudioDataOutput>();
     if (auto* const queue = dispatchAudioQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output),
+    auto* const session = captureSession();
+    if (!CFRequiredIn(setupFunction, session && session->canAddOutput(output),
             "[self.captureSession canAddOutput:audioDataOutput]"))
         return;
-    captureSession()->addOutput(output);
+    session->addOutput(output);
     setAudioDataOutput(output);
 }
 
@@ -216,10 +224,11 @@ void AVCaptureFilteredMovieWriterController::addVideoInput()
     const auto input = AVCaptureDeviceInput::initWithDevice_error(device, &error);
     if (!input || error)
         return;
-    if (!CFRequiredIn(
-            setupFunction, captureSession()->canAddInput(input), "[self.captureSession canAddInput:videoDeviceInput]"))
+    auto* const session = captureSession();
+    if (!CFRequiredIn(setupFunction, session && session->canAddInput(input),
+            "[self.captureSession canAddInput:videoDeviceInput]"))
         return;
-    captureSession()->addInput(input);
+    session->addInput(input);
     setVideoDeviceInput(input);
 }
 
@@ -232,10 +241,11 @@ bool AVCaptureFilteredMovieWriterController::addVideoOutput()
     output->setVideoSettings(delegatedPixelBufferProperties());
     if (auto* const queue = dispatchVideoQueue()->queue())
         output->setSampleBufferDelegate_queue(this, queue);
-    if (!CFRequiredIn(setupFunction, captureSession()->canAddOutput(output),
+    auto* const session = captureSession();
+    if (!CFRequiredIn(setupFunction, session && session->canAddOutput(output),
             "[self.captureSession canAddOutput:videoDataOutput]"))
         return true;
-    captureSession()->addOutput(output);
+    session->addOutput(output);
     setVideoDataOutput(output);
     return true;
 }
@@ -245,9 +255,10 @@ void AVCaptureFilteredMovieWriterController::applySessionPreset()
     auto* const preset = AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil;
     if (!preset)
         return;
-    if (CFRequiredIn(setupFunction, captureSession()->canSetSessionPreset(preset),
+    auto* const session = captureSession();
+    if (CFRequiredIn(setupFunction, session && session->canSetSessionPreset(preset),
             "[self.captureSession canSetSessionPreset:AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil]"))
-        captureSession()->setSessionPreset(preset);
+        session->setSessionPreset(preset);
 }
 
 bool AVCaptureFilteredMovieWriterController::captureSessionConnectionsAreSetup() const
@@ -258,10 +269,8 @@ bool AVCaptureFilteredMovieWriterController::captureSessionConnectionsAreSetup()
 void AVCaptureFilteredMovieWriterController::setupAndStartCaptureSession()
 {
     const AutoreleasePool pool;
+    // A graph that was torn down has no session any more: its parts are then refused with their lines.
     auto* const present = captureSession();
-    // A graph that was torn down does not come back.
-    if (!present)
-        return;
     if (!isPresent(movieURL()))
         setMovieURL(recordingWithTemporaryMovieOutputURL().get());
     setPreviewBufferQueue(nullptr);
@@ -278,7 +287,7 @@ void AVCaptureFilteredMovieWriterController::setupAndStartCaptureSession()
         _setupCaptureSessionConnections();
     NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
         this, "_captureSessionStoppedRunningNotification:", AVCaptureSessionDidStopRunningNotification, present);
-    if (!present->isRunning())
+    if (present && !present->isRunning())
         present->startRunning();
 }
 
@@ -327,6 +336,11 @@ void AVCaptureFilteredMovieWriterController::actionPauseResumeRecording(NSObject
         actionPauseCaptureSession(sender);
     else
         actionResumeCaptureSession(sender);
+}
+
+Ref<NSSet> AVCaptureFilteredMovieWriterController::keyPathsForValuesAffectingSelectedVideoDevice()
+{
+    return make<NSSet>(affectingSelectedVideoDevice);
 }
 
 AVCaptureDevice* AVCaptureFilteredMovieWriterController::selectedVideoDevice()

@@ -111,6 +111,7 @@ public:
     void actionPauseCaptureSession(NSObject* sender);
     void actionResumeCaptureSession(NSObject* sender);
     void actionPauseResumeRecording(NSObject* sender);
+    static Ref<NSSet> keyPathsForValuesAffectingSelectedVideoDevice();
     AVCaptureDevice* selectedVideoDevice() override;
     void setSelectedVideoDevice(AVCaptureDevice* device) override;
 

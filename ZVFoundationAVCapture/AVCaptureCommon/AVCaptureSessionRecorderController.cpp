@@ -3,6 +3,14 @@
 #include "Platform/dispatch/dispatch.h"
 #include "WithRequirements/Requirements.h"
 
+namespace {
+
+const std::initializer_list<std::string_view> affectingVideoDeviceNames { "videoDevices" };
+const std::initializer_list<std::string_view> affectingSelectedVideoDeviceName { "videoDevices",
+    "selectedVideoDevice" };
+
+}
+
 NS_IMPLEMENTATION(AVCaptureSessionRecorderController, NSObject)
 {
     using Self = AVCaptureSessionRecorderController;
@@ -27,8 +35,17 @@ NS_IMPLEMENTATION(AVCaptureSessionRecorderController, NSObject)
     type.key("audioDeviceFormat", &Self::audioDeviceFormat, &Self::setAudioDeviceFormat);
     type.key("frameRateRange", &Self::frameRateRange, &Self::setFrameRateRange);
     type.key("presets", &Self::presets, &Self::setPresets);
-    type.dependentKey("videoDeviceNames", { "videoDevices" });
-    type.dependentKey("selectedVideoDeviceName", { "videoDevices", "selectedVideoDevice" });
+    type.message("setRecording:", &Self::setRecording);
+    type.message("selectedAudioCaptureDeviceBindingChanged", &Self::selectedAudioCaptureDeviceBindingChanged);
+    type.message("selectedVideoCaptureDeviceBindingChanged", &Self::selectedVideoCaptureDeviceBindingChanged);
+    type.message("dispatchCoalescedBindingUpdateForVideoDeviceChange",
+        &Self::dispatchCoalescedBindingUpdateForVideoDeviceChange);
+    type.message("dispatchCoalescedBindingUpdateForAudioDeviceChange",
+        &Self::dispatchCoalescedBindingUpdateForAudioDeviceChange);
+    type.message("beginObservingVideoCaptureState", &Self::beginObservingVideoCaptureState);
+    type.message("endObservingVideoCaptureState", &Self::endObservingVideoCaptureState);
+    type.dependentKey("videoDeviceNames", affectingVideoDeviceNames);
+    type.dependentKey("selectedVideoDeviceName", affectingSelectedVideoDeviceName);
     type.outlet("delegate", &Self::delegate, &Self::setDelegate);
     type.outlet("recorder", &Self::recorder, &Self::setRecorder);
 }
@@ -133,6 +150,16 @@ bool AVCaptureSessionRecorderController::selectedVideoDeviceProvidesAudio() cons
 {
     const auto controller = sessionController();
     return controller && controller->selectedVideoDeviceProvidesAudio();
+}
+
+Ref<NSSet> AVCaptureSessionRecorderController::keyPathsForValuesAffectingVideoDeviceNames()
+{
+    return make<NSSet>(affectingVideoDeviceNames);
+}
+
+Ref<NSSet> AVCaptureSessionRecorderController::keyPathsForValuesAffectingSelectedVideoDeviceName()
+{
+    return make<NSSet>(affectingSelectedVideoDeviceName);
 }
 
 CFArray* AVCaptureSessionRecorderController::videoDeviceNames() const
@@ -254,9 +281,11 @@ void AVCaptureSessionRecorderController::observeValueForKeyPath_ofObject_change_
 
 void AVCaptureSessionRecorderController::beginObservingVideoCaptureState()
 {
-    // Every object can be observed here, so the question is only whether one is there.
     const Ref<NSObject> target(recorder());
     if (!isPresent(target.get()))
+        return;
+    if (!CFRequired(target->respondsToSelector("addObserver:forKeyPath:options:context:"),
+            "[target respondsToSelector:@selector(addObserver:forKeyPath:options:context:)]"))
         return;
     try {
         target->addObserver_forKeyPath_options_context(
@@ -274,6 +303,9 @@ void AVCaptureSessionRecorderController::endObservingVideoCaptureState()
 {
     const Ref<NSObject> target(recorder());
     if (!isPresent(target.get()))
+        return;
+    if (!CFRequired(target->respondsToSelector("removeObserver:forKeyPath:"),
+            "[target respondsToSelector:@selector(removeObserver:forKeyPath:)]"))
         return;
     try {
         target->removeObserver_forKeyPath(this, textOf(AVCameraSessionController_selectedVideoDevice));

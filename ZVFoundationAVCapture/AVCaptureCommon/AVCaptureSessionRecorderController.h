@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Foundation/NSSet.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCameraSessionController.h"
 
 /// What the object behind a recorder controller answers; told apart from the recorder only by its name.
@@ -38,6 +39,8 @@ public:
     CFArray* selectedAudioDeviceFormats() const;
     void setSelectedAudioDeviceFormats(CFArray* formats);
     bool selectedVideoDeviceProvidesAudio() const;
+    static Ref<NSSet> keyPathsForValuesAffectingVideoDeviceNames();
+    static Ref<NSSet> keyPathsForValuesAffectingSelectedVideoDeviceName();
     CFArray* videoDeviceNames() const;
     CFString* selectedVideoDeviceName() const;
     void setSelectedVideoDeviceName(CFString* name);

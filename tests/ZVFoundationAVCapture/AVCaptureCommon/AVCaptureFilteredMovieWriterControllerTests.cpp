@@ -1,3 +1,4 @@
+#include "Platform/CoreFoundation/CFData.h"
 #include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
 #include "tests/ZVFoundationAVCapture/AVCaptureCommon/RecordingDelegate.h"
 
@@ -53,6 +54,43 @@ protected:
         attach("Camera");
         attach("Microphone", "", AVMediaTypeAudio);
         controller->setupAndStartCaptureSession();
+    }
+    /// Sound as the capture brings it: 480 samples of silence.
+    static Ref<CMSampleBuffer> sound(double seconds)
+    {
+        AudioStreamBasicDescription audio;
+        audio.mSampleRate = 48000;
+        audio.mFormatID = kAudioFormatLinearPCM;
+        audio.mFormatFlags = 4 | 8; // signed integers, packed
+        audio.mBytesPerFrame = audio.mBytesPerPacket = 4;
+        audio.mFramesPerPacket = 1;
+        audio.mChannelsPerFrame = 2;
+        audio.mBitsPerChannel = 16;
+        CMSampleTimingInfo timing;
+        timing.presentationTimeStamp = CMTimeMakeWithSeconds(seconds, 1'000'000);
+        timing.duration = CMTimeMake(480, 48000);
+        return make<CMSampleBuffer>(
+            std::vector<std::byte>(480 * 4), make<CMFormatDescription>(audio, AudioChannelLayout {}), timing);
+    }
+    void deliverSound(const Ref<CMSampleBuffer>& sample)
+    {
+        controller->dispatchAudioQueue()->sync([&] {
+            controller->captureOutput_didOutputSampleBuffer_fromConnection(
+                controller->audioDataOutput(), sample, controller->audioConnection());
+        });
+    }
+    /// The first presentation times of the movie's tracks and how many samples each has, as ffprobe reads them.
+    static std::string probe(const std::filesystem::path& movie)
+    {
+        const std::string command
+            = "ffprobe -v error -show_entries stream=codec_type,start_time,nb_frames -of csv=p=0 '" + movie.string()
+            + "'";
+        std::string result;
+        const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
+        std::array<char, 256> line {};
+        while (output && fgets(line.data(), line.size(), output.get()))
+            result += line.data();
+        return result;
     }
     void drainWriteQueue() { controller->dispatchWriteQueue()->waitUntilQueueEmpty(); }
 
@@ -447,7 +485,7 @@ TEST_F(FilteredMovieWriter, BitRatesFollowTheSizeOfThePicture)
     };
     setUpWithStillDevices();
     for (const auto& [width, height, bitsPerSecond] :
-        { Case { 1280, 720, 10506240 }, { 1920, 1080, 23639040 }, { 640, 480, 3502080 }, { 638, 480, 1240272 } }) {
+        { Case { 1280, 720, 10506240 }, { 1920, 1080, 23639040 }, { 640, 480, 3502080 }, { 639, 480, 1242216 } }) {
         controller->actionStartRecording(nullptr);
         drainWriteQueue();
         controller->setReadyToRecordVideo(false);
@@ -492,4 +530,110 @@ TEST_F(FilteredMovieWriter, RefusedSoundSettingsAreReportedAndTheSoundIsWrittenA
         1);
     EXPECT_EQ(reports(text, "currentChannelLayout"), 1);
     EXPECT_EQ(reports(text, "SRC>>sizeofAudioChannelLayout>0"), 1);
+}
+
+TEST_F(FilteredMovieWriter, TheSampleThatCompletesBothInputsIsTheFirstOfTheMovie)
+{
+    setUpWithStillDevices();
+    controller->actionStartRecording(nullptr);
+    drainWriteQueue();
+    const std::filesystem::path movie(controller->movieURL()->fileSystemRepresentation());
+    for (int i = 0; i < 3; ++i)
+        deliver(frame(1.0 + i / 30.0));
+    drainWriteQueue();
+    EXPECT_TRUE(controller->readyToRecordVideo());
+    EXPECT_EQ(controller->assetWriter()->status(), AVAssetWriterStatusUnknown);
+    EXPECT_EQ(delegate->count("didStart"), 0);
+    for (int i = 0; i < 50; ++i)
+        deliverSound(sound(2.0 + i / 100.0));
+    drainWriteQueue();
+    EXPECT_EQ(controller->assetWriter()->status(), AVAssetWriterStatusWriting);
+    EXPECT_EQ(controller->recordingState(), 2U);
+    EXPECT_EQ(delegate->count("didStart"), 1);
+    for (int i = 0; i < 10; ++i)
+        deliver(frame(2.0 + i / 30.0));
+    controller->actionStopRecording(nullptr);
+    ASSERT_TRUE(delegate->waitFor("didStop"));
+    // None of the three pictures from before the sound is there, and no sound is lost.
+    EXPECT_EQ(probe(movie), "video,0.000000,10\naudio,0.000000,24000\n");
+}
+
+TEST_F(FilteredMovieWriter, ALayoutOfNoSizeOrTooSmallASizeIsReportedAndChangesNothing)
+{
+    setUpWithStillDevices();
+    controller->actionStartRecording(nullptr);
+    drainWriteQueue();
+    const auto sample = sound(1.0);
+    auto* const description = CMSampleBufferGetFormatDescription(sample);
+    const Ref<CFDictionary> usual(controller->preferredAudioOutputFormatSettingsOnceWithFormatDescription(description));
+    StandardErrorCapture log;
+    const FailPoint::Scope noLayout("CMAudioFormatDescriptionGetChannelLayout");
+    auto* const settings = controller->preferredAudioOutputFormatSettingsOnceWithFormatDescription(description);
+    const auto text = log.text();
+    EXPECT_EQ(reports(text, "SRC>>sizeofAudioChannelLayout>0"), 1);
+    EXPECT_EQ(reports(text, "SRC>>sizeofAudioChannelLayout>=sizeof(AudioChannelLayout)"), 1);
+    EXPECT_TRUE(CFEqual(settings, usual));
+    EXPECT_EQ(settings->get<CFData>(AVChannelLayoutKey)->bytes().size(), 0U);
+}
+
+TEST_F(FilteredMovieWriter, InputsThatCannotBeBuiltAreReportedAndTriedAgain)
+{
+    setUpWithStillDevices();
+    controller->actionStartRecording(nullptr);
+    drainWriteQueue();
+    StandardErrorCapture log;
+    {
+        const FailPoint::Scope refused("AVAssetWriter.canAddInput:");
+        deliver(frame(1.0));
+        deliverSound(sound(1.0));
+        drainWriteQueue();
+    }
+    {
+        const FailPoint::Scope refused("AVAssetWriter.canApplyOutputSettings:forMediaType:");
+        deliver(frame(1.1));
+        drainWriteQueue();
+    }
+    const auto text = log.text();
+    for (const char* source : { "SRC>>[self.assetWriter canAddInput:self.assetWriterVideoIn]",
+             "SRC>>[self.assetWriter canAddInput:self.assetWriterAudioIn]",
+             "SRC>>[self.assetWriter canApplyOutputSettings:videoCompressionSettings forMediaType:AVMediaTypeVideo]" })
+        EXPECT_EQ(reports(text, source), 1) << source;
+    for (const char* line : { "Couldn't add asset writer video input.", "Couldn't add asset writer audio input.",
+             "Couldn't apply video output settings." })
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    EXPECT_FALSE(controller->readyToRecordVideo() || controller->readyToRecordAudio());
+    EXPECT_EQ(delegate->count("error"), 0);
+    deliver(frame(1.2));
+    deliverSound(sound(1.2));
+    drainWriteQueue();
+    EXPECT_EQ(controller->recordingState(), 2U);
+}
+
+TEST_F(FilteredMovieWriter, WithoutAWriterNothingIsBuiltOrWritten)
+{
+    StandardErrorCapture log;
+    const auto picture = frame(1.0);
+    const auto samples = sound(1.0);
+    EXPECT_FALSE(controller->setupAssetWriterVideoInput(CMSampleBufferGetFormatDescription(picture)));
+    EXPECT_FALSE(controller->setupAssetWriterAudioInput(CMSampleBufferGetFormatDescription(samples)));
+    controller->writeSampleBuffer_ofType(picture, AVMediaTypeVideo);
+    EXPECT_EQ(reports(log.text(), "SRC>>[self.assetWriter canAddInput:self.assetWriterAudioIn]"), 1);
+    EXPECT_EQ(controller->recordingState(), 0U);
+}
+
+TEST_F(FilteredMovieWriter, WithoutASessionEveryPartOfTheGraphIsRefused)
+{
+    attach("Camera");
+    attach("Microphone", "", AVMediaTypeAudio);
+    controller->destructRecordingSession();
+    StandardErrorCapture log;
+    controller->setupAndStartCaptureSession();
+    const auto text = log.text();
+    for (const char* source : { "SRC>>[self.captureSession canAddInput:audioInput]",
+             "SRC>>[self.captureSession canAddOutput:audioDataOutput]",
+             "SRC>>[self.captureSession canAddInput:videoDeviceInput]",
+             "SRC>>[self.captureSession canAddOutput:videoDataOutput]",
+             "SRC>>[self.captureSession canSetSessionPreset:AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil]" })
+        EXPECT_EQ(reports(text, source), 1) << source;
+    EXPECT_EQ(controller->session(), nullptr);
 }

@@ -8,14 +8,15 @@ class KeyObserver : public NSObject {
     NS_OBJECT(KeyObserver)
 public:
     KeyObserver() = default;
-    void observe(NSObject* target, std::string_view key)
+    void observe(NSObject* target, std::string_view key, unsigned options = 0)
     {
-        target->addObserver_forKeyPath_options_context(this, key, 0, nullptr);
+        target->addObserver_forKeyPath_options_context(this, key, options, nullptr);
     }
     void observeValueForKeyPath_ofObject_change_context(
-        CFString* keyPath, NSObject*, CFDictionary*, const void*) override
+        CFString* keyPath, NSObject*, CFDictionary* change, const void*) override
     {
-        keys.push_back(keyPath->string());
+        const bool isPrior = change && change->objectForKey(NSKeyValueChangeNotificationIsPriorKey);
+        keys.push_back((isPrior ? "will " : "") + keyPath->string());
         onMain = onMain && DispatchMain::isMainThread();
     }
     std::vector<std::string> keys;
@@ -125,4 +126,93 @@ TEST_F(RecorderController, TheInterfaceFileFindsItByName)
     made->setValue_forKey(CFSTR("none such"), "selectedVideoDeviceName");
     EXPECT_TRUE(
         CFEqual(made->valueForKey("selectedVideoDeviceName").get(), AVCameraSessionController_NoCameraDeviceName));
+}
+
+TEST_F(RecorderController, AnUpdateTellsOfAllKeysThatTheyWillChangeAndThenThatTheyDid)
+{
+    controller->setRecorder(recorder);
+    // Two more depend on the others and are told with them.
+    const std::vector<std::string> video { "videoDevices", "selectedVideoDevice", "selectedVideoDeviceFormats",
+        "selectedVideoDeviceSupportedFrameRateRanges", "selectedVideoDeviceProvidesAudio", "audioDevices",
+        "selectedAudioDevice", "selectedAudioDeviceFormats" };
+    const std::vector<std::string> audio(video.end() - 3, video.end());
+    const auto observer = make<KeyObserver>();
+    for (const auto& key : video)
+        observer->observe(controller, key, NSKeyValueObservingOptionPrior);
+    const auto dependent = make<KeyObserver>();
+    dependent->observe(controller, "videoDeviceNames", NSKeyValueObservingOptionPrior);
+    dependent->observe(controller, "selectedVideoDeviceName", NSKeyValueObservingOptionPrior);
+    const auto expectRoundsOf = [&](const std::vector<std::string>& keys) {
+        std::vector<std::string> expected;
+        for (const auto& key : keys)
+            expected.push_back("will " + key);
+        expected.insert(expected.end(), keys.begin(), keys.end());
+        EXPECT_EQ(observer->keys, expected);
+        observer->keys.clear();
+    };
+    controller->selectedAudioCaptureDeviceBindingChanged();
+    expectRoundsOf(audio);
+    EXPECT_TRUE(dependent->keys.empty());
+    controller->selectedVideoCaptureDeviceBindingChanged();
+    expectRoundsOf(video);
+    for (const char* key :
+        { "will videoDeviceNames", "videoDeviceNames", "will selectedVideoDeviceName", "selectedVideoDeviceName" })
+        EXPECT_NE(std::ranges::find(dependent->keys, key), dependent->keys.end()) << key;
+    controller->capturingSessionUIChangedConnectedDevices(nullptr);
+    expectRoundsOf({ "videoDevices", "audioDevices" });
+}
+
+TEST_F(RecorderController, ARecorderThatCannotBeObservedIsReportedEachTime)
+{
+    controller->setRecorder(recorder);
+    StandardErrorCapture log;
+    {
+        const FailPoint::Scope cannot("NSObject.respondsToSelector");
+        controller->beginObservingVideoCaptureState();
+        controller->endObservingVideoCaptureState();
+    }
+    const auto text = log.text();
+    EXPECT_EQ(reports(text, "SRC>>[target respondsToSelector:@selector(addObserver:forKeyPath:options:context:)]"), 1);
+    EXPECT_EQ(reports(text, "SRC>>[target respondsToSelector:@selector(removeObserver:forKeyPath:)]"), 1);
+    recorder->setVideoDeviceInput(nullptr);
+    EXPECT_EQ(controller->pendingBindingUpdates(), 0);
+}
+
+TEST_F(RecorderController, ObservingEndsWhenItIsToldTo)
+{
+    controller->setRecorder(recorder);
+    controller->beginObservingVideoCaptureState();
+    recorder->setVideoDeviceInput(nullptr);
+    EXPECT_EQ(controller->pendingBindingUpdates(), 1);
+    controller->endObservingVideoCaptureState();
+    recorder->setVideoDeviceInput(nullptr);
+    EXPECT_EQ(controller->pendingBindingUpdates(), 1);
+    controller->endObservingVideoCaptureState();
+}
+
+TEST_F(RecorderController, ItsDelegateIsItsRecorder)
+{
+    const auto camera = attach("Camera");
+    const auto other = make<AVCaptureFilteredMovieWriterController>();
+    controller->setRecorder(recorder);
+    controller->setDelegate(other);
+    EXPECT_EQ(controller->recorder(), other);
+    controller->setSelectedVideoDeviceName(CFSTR("Camera"));
+    EXPECT_EQ(other->selectedVideoDevice(), camera);
+    EXPECT_EQ(recorder->selectedVideoDevice(), nullptr);
+    other->stopAndTearDownCaptureSession();
+}
+
+TEST_F(RecorderController, NamesFollowTheKeysThatTheyAreMadeOf)
+{
+    EXPECT_TRUE(
+        AVRecorderController::keyPathsForValuesAffectingVideoDeviceNames()->containsObject(CFSTR("videoDevices")));
+    EXPECT_EQ(AVRecorderController::keyPathsForValuesAffectingVideoDeviceNames()->count(), 1U);
+    const auto name = AVRecorderController::keyPathsForValuesAffectingSelectedVideoDeviceName();
+    EXPECT_EQ(name->count(), 2U);
+    EXPECT_TRUE(name->containsObject(CFSTR("videoDevices")) && name->containsObject(CFSTR("selectedVideoDevice")));
+    const auto device = AVCaptureFilteredMovieWriterController::keyPathsForValuesAffectingSelectedVideoDevice();
+    EXPECT_TRUE(device->count() == 1 && device->containsObject(CFSTR("videoDeviceInput")));
+    const auto sound = AVCameraSessionController::keyPathsForValuesAffectingSelectedVideoDeviceProvidesAudio();
+    EXPECT_TRUE(sound->count() == 1 && sound->containsObject(CFSTR("selectedVideoDevice")));
 }
