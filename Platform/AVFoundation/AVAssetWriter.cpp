@@ -44,7 +44,7 @@ AVAssetWriter::AVAssetWriter(NSURL* url)
 
 AVAssetWriter::~AVAssetWriter()
 {
-    if (status() == AVAssetWriterStatusWriting)
+    if (mSession->isOpen())
         mSession->finish();
 }
 
@@ -98,16 +98,17 @@ bool AVAssetWriter::startWriting()
     if (const auto code = FAIL_POINT("AVAssetWriter.startWriting"))
         return mSession->fail(NSError::errorWithMessage(NSOSStatusErrorDomain, *code, "Writing could not start"));
 
-    std::optional<AVAssetWriterPictureEncoder::Settings> picture;
+    std::optional<AVAssetWriterSession::PictureInput> picture;
     std::optional<AudioStreamBasicDescription> sound;
     auto* const pictureInput = inputOf(AVMediaTypeVideo);
     auto* const soundInput = inputOf(AVMediaTypeAudio);
     if (pictureInput)
-        picture = AVAssetWriterSettings::picture(pictureInput->outputSettings());
+        picture = { AVAssetWriterSettings::picture(pictureInput->outputSettings()), pictureInput->mTransform,
+            pictureInput->expectsMediaDataInRealTime() };
     if (soundInput && soundInput->outputSettings())
         sound = AVAssetWriterSettings::sound(soundInput->outputSettings());
-    return mSession->open(mURL->fileSystemRepresentation(), picture ? &*picture : nullptr,
-        pictureInput ? pictureInput->mTransform : std::array<double, 6> {}, soundInput, sound ? &*sound : nullptr);
+    return mSession->open(
+        mURL->fileSystemRepresentation(), picture ? &*picture : nullptr, soundInput, sound ? &*sound : nullptr);
 }
 
 void AVAssetWriter::startSessionAtSourceTime(const CMTime& startTime)
@@ -123,7 +124,9 @@ bool AVAssetWriter::finishWriting()
 {
     if (FAIL_POINT("AVAssetWriter.finishWriting"))
         return false;
-    return mSession->isOpen() && mSession->finish();
+    const bool hasBeenTold = status() == AVAssetWriterStatusFailed;
+    const bool isPlayable = mSession->isOpen() && mSession->finish();
+    return isPlayable || hasBeenTold;
 }
 
 void AVAssetWriter::cancelWriting()

@@ -69,11 +69,14 @@ public:
     /// \throws NSException NSInternalInconsistencyException unless writing, and for a second session;
     /// NSInvalidArgumentException for an invalid time
     void startSessionAtSourceTime(const CMTime& startTime);
-    /// Writes what waits, completes the index in place and closes the file. Takes as long as the encoder needs for the
-    /// few waiting pictures, however long the movie is. Fail point "AVAssetWriter.finishWriting".
+    /// Writes what waits, completes the index in place and closes the file: under 200 ms however long the movie is.
+    /// With inputs in real time that also holds for an encoder and a disk that are behind: pictures that still wait are
+    /// lost, and a disk that takes longer gets the rest from the writer's thread, beside everything else. The file can
+    /// be played all the while. Fail point "AVAssetWriter.finishWriting".
     ///
-    /// \return true when a playable file is left, also when a part was lost; the append that lost it has said so and
-    /// the status stays AVAssetWriterStatusFailed. False when there is none, and in any status but writing and failed.
+    /// \return true when a playable file is left, also when a part was lost, and when nothing is left to be told: a
+    /// writer that has failed before, and has said so, is done with then. False when there is no movie and nobody has
+    /// been told, and in any status but writing and failed.
     bool finishWriting();
     /// Ends writing and removes the file; the status becomes AVAssetWriterStatusCancelled unless it has failed.
     void cancelWriting();

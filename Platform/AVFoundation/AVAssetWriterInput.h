@@ -26,7 +26,9 @@ public:
     CFString* mediaType() const noexcept { return mMediaType; }
     CFDictionary* outputSettings() const noexcept { return mOutputSettings; }
 
-    /// Says that samples come as they happen. They always do here; kept for its reader.
+    /// Says that samples come as they happen and may be lost: pictures are then compressed with what time the machine
+    /// has, every second one at worst, and finishing waits neither for an encoder nor for a disk that is behind. Else
+    /// everything that was appended is in the movie when finishing returns. False unless set.
     /// \throws NSException NSInternalInconsistencyException once writing has started
     void setExpectsMediaDataInRealTime(bool expects);
     bool expectsMediaDataInRealTime() const noexcept { return mExpectsMediaDataInRealTime; }
@@ -39,8 +41,8 @@ public:
     /// Fail point "AVAssetWriterInput.isReadyForMoreMediaData".
     bool isReadyForMoreMediaData() const;
 
-    /// Hands over one picture (BGRA, converted to the encoder's format before this returns; another size is scaled) or
-    /// a run of sound (interleaved, as the settings say). Never waits for the encoder or the disk. Samples from before
+    /// Hands over one picture (BGRA, kept until it is encoded and not to be drawn over; another size is scaled) or a
+    /// run of sound (interleaved, as the settings say). Never waits for the encoder or the disk. Samples from before
     /// the session's start are cut off, or moved to it when they are pictures; a picture that is not later than the
     /// last one is let go. Missing sound becomes silence.
     ///

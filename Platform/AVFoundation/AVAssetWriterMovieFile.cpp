@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
+
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
@@ -48,6 +52,9 @@ std::unique_ptr<AVAssetWriterMovieFile> AVAssetWriterMovieFile::create(const std
     } else {
         descriptor = ::open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
         reason = descriptor < 0 ? errno : 0;
+        struct stat there { };
+        if (reason == EEXIST && ::stat(path.c_str(), &there) == 0 && S_ISDIR(there.st_mode))
+            reason = EISDIR;
     }
     if (descriptor < 0) {
         NSErrorReturn(error, NSError::errorWithErrno(reason, "Cannot create the movie \"" + path + "\""));
@@ -152,6 +159,8 @@ Ref<NSError> AVAssetWriterMovieFile::writeAt(std::uint64_t offset, std::span<con
     for (const auto part : parts)
         length += part.size();
 
+    if (const auto milliseconds = FAIL_POINT("AVAssetWriter.writeSlowly"))
+        std::this_thread::sleep_for(std::chrono::milliseconds(*milliseconds));
     int reason = FAIL_POINT("AVAssetWriter.writeFragment").value_or(0);
     if (reason == 0)
         reason = reserve(offset + length);
@@ -177,7 +186,9 @@ int AVAssetWriterMovieFile::reserve(std::uint64_t end)
     std::uint64_t needed = end + reservationForTheEnd;
     for (const auto& track : mTracks)
         needed += track->indexSizeBound();
-    if (!mCanReserve || needed <= mReserved)
+    if (!mCanReserve)
+        return hasRoomFor(needed - mEnd) ? 0 : ENOSPC;
+    if (needed <= mReserved)
         return 0;
     for (const std::uint64_t length : { needed + reservationStep, needed }) {
         if (::fallocate(mDescriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(length)) == 0) {
@@ -186,10 +197,18 @@ int AVAssetWriterMovieFile::reserve(std::uint64_t end)
         }
         if (errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL) {
             mCanReserve = false;
-            return 0;
+            return hasRoomFor(needed - mEnd) ? 0 : ENOSPC;
         }
     }
     return errno == EINTR ? 0 : errno;
+}
+
+/// For file systems on which room cannot be reserved; what cannot be known is taken for room.
+bool AVAssetWriterMovieFile::hasRoomFor(std::uint64_t bytes) const
+{
+    struct statvfs volume { };
+    return ::fstatvfs(mDescriptor, &volume) != 0 || volume.f_blocks == 0
+        || std::uint64_t { volume.f_bavail } * volume.f_frsize >= bytes;
 }
 
 bool AVAssetWriterMovieFile::isStillThere() const
@@ -229,7 +248,11 @@ Ref<NSError> AVAssetWriterMovieFile::complete()
 
 void AVAssetWriterMovieFile::remove()
 {
-    if (isStillThere())
+    // Another file may have got the name meanwhile.
+    struct stat ours { };
+    struct stat there { };
+    if (::fstat(mDescriptor, &ours) == 0 && ::stat(mPath.c_str(), &there) == 0 && ours.st_dev == there.st_dev
+        && ours.st_ino == there.st_ino)
         ::unlink(mPath.c_str());
 }
 

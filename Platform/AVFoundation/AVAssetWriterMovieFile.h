@@ -17,7 +17,8 @@
 /// played: before the last write readers find the first `moov` and the fragments, after it only the second.
 ///
 /// Room for the index is reserved on the disk ahead of the fragments, so that a full disk ends a movie but does not
-/// spoil it. A failed write is undone up to the last whole fragment. Belongs to one thread at a time.
+/// spoil it; where that cannot be done, the volume is asked for its free room. A failed write is undone up to the last
+/// whole fragment. Belongs to one thread at a time.
 class AVAssetWriterMovieFile {
 public:
     /// Creates the file, which must not exist. Fail point "AVAssetWriter.createFile" (status: an errno).
@@ -39,7 +40,8 @@ public:
 
     /// How much time waits in the track that waits longest, in seconds.
     double pendingSeconds() const;
-    /// Puts what waits into the file. Fail point "AVAssetWriter.writeFragment" (status: an errno).
+    /// Puts what waits into the file. Fail points "AVAssetWriter.writeFragment" (status: an errno) and
+    /// "AVAssetWriter.writeSlowly" (status: milliseconds that it takes longer).
     /// \return null, or why it could not be written; the file is then as it was before
     Ref<NSError> writeFragment();
     /// Makes it an ordinary movie of what is in the file. Fail point "AVAssetWriter.completeFile" (status: an errno).
@@ -54,6 +56,7 @@ private:
     Ref<NSError> writeBeginning();
     Ref<NSError> writeAt(std::uint64_t offset, std::span<const std::span<const std::byte>> parts);
     int reserve(std::uint64_t end);
+    bool hasRoomFor(std::uint64_t bytes) const;
     bool isStillThere() const;
     void writeMovie(AVAssetWriterBoxBuffer& boxes, bool withIndex) const;
 

@@ -15,6 +15,11 @@ int typeOf(std::span<const std::byte> unit)
     return std::to_integer<int>(unit.front() & std::byte { 31 });
 }
 
+bool isParameterSet(std::span<const std::byte> unit)
+{
+    return typeOf(unit) == sequenceParameterSet || typeOf(unit) == pictureParameterSet;
+}
+
 }
 
 std::vector<std::span<const std::byte>> AVAssetWriterNALUnits::split(std::span<const std::byte> stream)
@@ -35,28 +40,45 @@ std::vector<std::span<const std::byte>> AVAssetWriterNALUnits::split(std::span<c
     return units;
 }
 
-std::vector<std::byte> AVAssetWriterNALUnits::sample(std::span<const std::byte> stream)
+void AVAssetWriterNALUnits::appendSample(std::span<const std::byte> stream, std::vector<std::byte>& sample)
 {
-    std::vector<std::byte> result;
-    result.reserve(stream.size() + 16);
     for (const auto unit : split(stream)) {
-        const int type = typeOf(unit);
-        if (type == sequenceParameterSet || type == pictureParameterSet || type == accessUnitDelimiter)
+        if (isParameterSet(unit) || typeOf(unit) == accessUnitDelimiter)
             continue;
         for (int shift = 24; shift >= 0; shift -= 8)
-            result.push_back(static_cast<std::byte>(unit.size() >> shift));
-        result.insert(result.end(), unit.begin(), unit.end());
+            sample.push_back(static_cast<std::byte>(unit.size() >> shift));
+        sample.insert(sample.end(), unit.begin(), unit.end());
     }
-    return result;
+}
+
+std::vector<std::byte> AVAssetWriterNALUnits::parameterSets(std::span<const std::byte> stream)
+{
+    std::vector<std::byte> sets;
+    for (const auto unit : split(stream)) {
+        if (!isParameterSet(unit))
+            continue;
+        for (const int byte : { 0, 0, 0, 1 })
+            sets.push_back(static_cast<std::byte>(byte));
+        sets.insert(sets.end(), unit.begin(), unit.end());
+    }
+    return sets;
 }
 
 std::vector<std::byte> AVAssetWriterNALUnits::decoderConfiguration(std::span<const std::byte> stream)
 {
     std::vector<std::span<const std::byte>> sequenceSets;
     std::vector<std::span<const std::byte>> pictureSets;
+    std::byte profile { 0 };
+    std::byte compatibility { 0xFF };
+    std::byte level { 0 };
     for (const auto unit : split(stream)) {
-        if (typeOf(unit) == sequenceParameterSet && unit.size() >= 4)
+        if (typeOf(unit) == sequenceParameterSet && unit.size() >= 4) {
             sequenceSets.push_back(unit);
+            // What a decoder must be able to do for all of them.
+            profile = std::max(profile, unit[1]);
+            compatibility &= unit[2];
+            level = std::max(level, unit[3]);
+        }
         if (typeOf(unit) == pictureParameterSet)
             pictureSets.push_back(unit);
     }
@@ -65,8 +87,8 @@ std::vector<std::byte> AVAssetWriterNALUnits::decoderConfiguration(std::span<con
 
     AVAssetWriterBoxBuffer buffer;
     buffer.u8(1);
-    const auto profile = sequenceSets.front().subspan(1, 3);
-    buffer.bytes(profile);
+    for (const auto byte : { profile, compatibility, level })
+        buffer.u8(std::to_integer<std::uint64_t>(byte));
     buffer.u8(0xFC | 3); // lengths have four bytes
     buffer.u8(0xE0 | sequenceSets.size());
     for (const auto unit : sequenceSets) {
@@ -79,7 +101,7 @@ std::vector<std::byte> AVAssetWriterNALUnits::decoderConfiguration(std::span<con
         buffer.bytes(unit);
     }
     constexpr int high = 100;
-    if (std::to_integer<int>(profile[0]) >= high) {
+    if (std::to_integer<int>(profile) >= high) {
         buffer.u8(0xFC | 1); // 4:2:0
         buffer.u8(0xF8); // 8 bits of brightness
         buffer.u8(0xF8); // 8 bits of colour

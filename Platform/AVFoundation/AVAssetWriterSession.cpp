@@ -1,20 +1,29 @@
 #include "Platform/AVFoundation/AVAssetWriterSession.h"
 
+#include "Platform/dispatch/DispatchThreads.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace {
 
 /// Whatever ends the program costs less than this and one frame more, in seconds of the movie.
 constexpr double fragmentSeconds = 0.5;
-/// About two thirds of a second at 30 frames, 28 MB at 1280x720: enough for a disk that stops to think.
-constexpr std::size_t mostWaitingPictures = 20;
+/// They are surfaces of the pool that the view and the virtual camera draw from too: half of what it has.
+constexpr std::size_t mostWaitingPictures = 8;
 constexpr double mostWaitingSoundSeconds = 4;
 /// What the stamps of sound may be off before frames are cut or silence is put in, in seconds. Stamps tremble, and
 /// clocks of sound cards go their own way slowly.
 constexpr double soundTolerance = 0.04;
+/// How long finishing waits: for the pictures that wait to be encoded, and for all together. The write queue, with
+/// every frame that comes meanwhile, stands still for that time.
+constexpr std::chrono::milliseconds timeForLatePictures { 80 };
+constexpr std::chrono::milliseconds timeToFinish { 150 };
+/// At the end of the process, for a disk that is slow.
+constexpr std::chrono::seconds timeToFinishAtExit { 10 };
+CFString* const endWasLost = CFSTR("The end of a movie was lost: %@");
 constexpr std::uint64_t usualPictureDuration = AVAssetWriterTrack::pictureTimescale / 30;
 
 /// \p time in units of 1/\p scale second, rounded.
@@ -38,11 +47,30 @@ Ref<NSError> sampleError(std::string_view message)
     return NSError::errorWithMessage(NSCocoaErrorDomain, 0, message);
 }
 
+/// Sessions whose threads complete their movies after the writers have gone.
+struct Unfinished {
+    std::mutex lock;
+    std::vector<std::shared_ptr<AVAssetWriterSession>> sessions;
+};
+
+/// Never destroyed: a thread that hangs in a dead disk may outlast everything.
+Unfinished& unfinished()
+{
+    static Unfinished& sessions = *[] {
+        static const auto atExit = [] { AVAssetWriterSession::waitForUnfinished(timeToFinishAtExit); };
+        std::atexit(atExit);
+        DispatchMain::whenThreadsStop(atExit);
+        return std::make_unique<Unfinished>().release();
+    }();
+    return sessions;
+}
+
 }
 
 AVAssetWriterSession::~AVAssetWriterSession()
 {
-    stopThread(true);
+    end(Ending::Discarding);
+    join();
 }
 
 Ref<NSError> AVAssetWriterSession::error() const
@@ -53,19 +81,27 @@ Ref<NSError> AVAssetWriterSession::error() const
 
 bool AVAssetWriterSession::fail(Ref<NSError> error)
 {
+    return fail(CFSTR("A movie cannot be written on: %@"), std::move(error));
+}
+
+bool AVAssetWriterSession::fail(CFString* line, Ref<NSError> error)
+{
     const std::scoped_lock lock(mErrorLock);
-    if (!mError)
+    if (!mError) {
+        NSLog(line, error->localizedDescription());
         mError = std::move(error);
+    }
     mStatus = AVAssetWriterStatusFailed;
     return false;
 }
 
-bool AVAssetWriterSession::open(const std::string& path, const AVAssetWriterPictureEncoder::Settings* picture,
-    const std::array<double, 6>& transform, bool withSound, const AudioStreamBasicDescription* sound)
+bool AVAssetWriterSession::open(
+    const std::string& path, const PictureInput* picture, bool withSound, const AudioStreamBasicDescription* sound)
 {
     Ref<NSError> error;
+    mIsInRealTime = picture && picture->isInRealTime;
     if (picture) {
-        mEncoder = AVAssetWriterPictureEncoder::open(*picture, &error);
+        mEncoder = AVAssetWriterPictureEncoder::open(picture->settings, mIsInRealTime, &error);
         if (!mEncoder)
             return fail(error);
     }
@@ -74,7 +110,7 @@ bool AVAssetWriterSession::open(const std::string& path, const AVAssetWriterPict
         return fail(error);
     if (mEncoder) {
         auto format = mEncoder->trackFormat();
-        format.transform = transform;
+        format.transform = picture->transform;
         mPictureTrack = &mFile->addTrack(std::move(format));
     }
     mHasSound = withSound;
@@ -83,6 +119,7 @@ bool AVAssetWriterSession::open(const std::string& path, const AVAssetWriterPict
         mSoundTrack = &mFile->addTrack(*sound);
     }
     mThread = std::thread([this] { run(); });
+    mIsOpen = true;
     mStatus = AVAssetWriterStatusWriting;
     return true;
 }
@@ -135,12 +172,8 @@ bool AVAssetWriterSession::appendPicture(CMSampleBufferRef sampleBuffer)
     if (mLastPictureTime && time <= *mLastPictureTime)
         return true;
     const std::int64_t duration = rescale(timing.duration, scale);
-    auto frame = mEncoder->convert(picture);
-    if (!frame)
-        return fail(NSError::errorWithErrno(ENOMEM, "Cannot convert a picture"));
     mLastPictureTime = time;
-    post(
-        Picture { std::move(frame), time, duration > 0 ? static_cast<std::uint64_t>(duration) : usualPictureDuration });
+    post(Picture { Ref(picture), time, duration > 0 ? static_cast<std::uint64_t>(duration) : usualPictureDuration });
     return true;
 }
 
@@ -199,9 +232,26 @@ void AVAssetWriterSession::post(Job job)
 void AVAssetWriterSession::run()
 {
     pthread_setname_np(pthread_self(), "movie writer");
+    const AutoreleasePool pool;
+    if (mEncoder)
+        mPictureTrack->setDecoderConfiguration(mEncoder->decoderConfiguration());
+    work();
+    if (mEnding == Ending::Writing)
+        complete();
+    else
+        mFile->remove();
+    mFile.reset();
+    mEncoder.reset();
+    const std::scoped_lock lock(mJobsLock);
+    mHasEnded = true;
+    mEnded.notify_all();
+}
+
+void AVAssetWriterSession::work()
+{
     std::unique_lock lock(mJobsLock);
     for (;;) {
-        mJobsChanged.wait(lock, [this] { return mIsEnding || !mJobs.empty(); });
+        mJobsChanged.wait(lock, [this] { return mEnding != Ending::Not || !mJobs.empty(); });
         if (mJobs.empty())
             return;
         Job job = std::move(mJobs.front());
@@ -209,27 +259,42 @@ void AVAssetWriterSession::run()
         const std::size_t soundBytes = std::holds_alternative<Sound>(job) ? std::get<Sound>(job).bytes.size() : 0;
         const bool isPicture = std::holds_alternative<Picture>(job);
         Ref<NSError> error = mPendingError;
-        if (!error) {
+        if (!error && !isTooLateFor(job)) {
             lock.unlock();
+            const AutoreleasePool pool;
             error = std::visit([this](auto& what) { return write(what); }, job);
+            job = SoundFormat {}; // a picture's memory goes back now
             lock.lock();
         }
         mPendingError = error;
+        mIsPlayable = mFile->hasFragments();
         mWaitingSoundBytes -= soundBytes;
         mWaitingPictures -= isPicture ? 1 : 0;
     }
 }
 
+/// Whether it is a picture that nobody has the time to encode any more.
+bool AVAssetWriterSession::isTooLateFor(const Job& job) const
+{
+    return mIsInRealTime && mEnding != Ending::Not && std::holds_alternative<Picture>(job)
+        && std::chrono::steady_clock::now() > mLatePictures;
+}
+
 AVAssetWriterPictureEncoder::Output AVAssetWriterSession::output()
 {
-    return [this](std::vector<std::byte> picture, std::uint64_t time, bool isKeyFrame) {
-        mPictureTrack->appendPicture(std::move(picture), time, isKeyFrame);
+    return [this](std::span<const std::byte> picture, std::uint64_t time, bool isKeyFrame) {
+        mPictureTrack->appendPicture(picture, time, isKeyFrame);
     };
 }
 
 Ref<NSError> AVAssetWriterSession::write(Picture& picture)
 {
-    if (auto error = mEncoder->encode(std::move(picture.frame), picture.time, output()))
+    AVAssetWriterPictureEncoder::Load load { 0, mostWaitingPictures };
+    {
+        const std::scoped_lock lock(mJobsLock);
+        load.waiting = mWaitingPictures - 1;
+    }
+    if (auto error = mEncoder->encode(picture.buffer, picture.time, load, output()))
         return error;
     mLastPictureEnd = picture.time + picture.duration;
     return writeFragmentIfDue(fragmentSeconds);
@@ -266,20 +331,6 @@ Ref<NSError> AVAssetWriterSession::writeFragmentIfDue(double seconds)
     return mFile->pendingSeconds() >= due ? mFile->writeFragment() : nullptr;
 }
 
-void AVAssetWriterSession::stopThread(bool discardWaiting)
-{
-    if (!mThread.joinable())
-        return;
-    {
-        const std::scoped_lock lock(mJobsLock);
-        if (discardWaiting)
-            mJobs.clear();
-        mIsEnding = true;
-        mJobsChanged.notify_one();
-    }
-    mThread.join();
-}
-
 Ref<NSError> AVAssetWriterSession::writeRest()
 {
     Ref<NSError> error;
@@ -291,9 +342,8 @@ Ref<NSError> AVAssetWriterSession::writeRest()
     return error ? error : fileError;
 }
 
-bool AVAssetWriterSession::finish()
+void AVAssetWriterSession::complete()
 {
-    stopThread(false);
     Ref<NSError> error = mPendingError;
     if (const auto restError = writeRest(); restError && !error)
         error = restError;
@@ -301,29 +351,88 @@ bool AVAssetWriterSession::finish()
     const bool isPlayable = mFile->isPlayable();
     if (!isPlayable && !mFile->hasFragments())
         mFile->remove();
-    mFile.reset();
-    mEncoder.reset();
-    if (!error)
-        error = completeError;
-    if (!error) {
+    const std::scoped_lock lock(mJobsLock);
+    mIsPlayable = isPlayable;
+    mFinalError = error ? error : completeError;
+    // No append will tell of this any more, nor will `finish`, which has returned.
+    if (mIsLeftAlone && mFinalError)
+        NSLog(endWasLost, mFinalError->localizedDescription());
+}
+
+void AVAssetWriterSession::end(Ending ending)
+{
+    const std::scoped_lock lock(mJobsLock);
+    if (mEnding != Ending::Not)
+        return;
+    mEnding = ending;
+    mLatePictures = std::chrono::steady_clock::now() + timeForLatePictures;
+    if (ending == Ending::Discarding)
+        mJobs.clear();
+    mJobsChanged.notify_one();
+}
+
+bool AVAssetWriterSession::waitForEnd(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(mJobsLock);
+    return mEnded.wait_for(lock, limit, [this] { return mHasEnded; });
+}
+
+void AVAssetWriterSession::join()
+{
+    if (mThread.joinable())
+        mThread.join();
+}
+
+bool AVAssetWriterSession::finish()
+{
+    end(Ending::Writing);
+    mIsOpen = false;
+    if (mIsInRealTime) {
+        std::unique_lock lock(mJobsLock);
+        const bool hasEnded = mEnded.wait_for(lock, timeToFinish, [this] { return mHasEnded; });
+        if (!hasEnded && mIsPlayable && !mPendingError) {
+            mIsLeftAlone = true;
+            lock.unlock();
+            waitForUnfinished(std::chrono::milliseconds(0));
+            auto& others = unfinished();
+            const std::scoped_lock listLock(others.lock);
+            others.sessions.push_back(shared_from_this());
+            auto writing = AVAssetWriterStatusWriting;
+            mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
+            return true;
+        }
+    }
+    join();
+    if (!mFinalError) {
         auto writing = AVAssetWriterStatusWriting;
         mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
-        return isPlayable;
+        return mIsPlayable;
     }
-    // No append will tell of this any more.
-    if (status() != AVAssetWriterStatusFailed && isPlayable)
-        NSLog(CFSTR("The end of a movie was lost: %@"), error->localizedDescription());
-    fail(error);
-    return isPlayable;
+    fail(mIsPlayable ? endWasLost : CFSTR("There is no movie: %@"), mFinalError);
+    return mIsPlayable;
 }
 
 void AVAssetWriterSession::cancel()
 {
-    stopThread(true);
-    if (mFile)
-        mFile->remove();
-    mFile.reset();
-    mEncoder.reset();
+    end(Ending::Discarding);
+    mIsOpen = false;
+    join();
     if (status() != AVAssetWriterStatusFailed)
         mStatus = AVAssetWriterStatusCancelled;
+}
+
+bool AVAssetWriterSession::waitForUnfinished(std::chrono::milliseconds limit)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    auto& list = unfinished();
+    const std::scoped_lock lock(list.lock);
+    std::erase_if(list.sessions, [&](const std::shared_ptr<AVAssetWriterSession>& session) {
+        const auto left
+            = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (!session->waitForEnd(std::max(left, std::chrono::milliseconds(0))))
+            return false;
+        session->join();
+        return true;
+    });
+    return list.sessions.empty();
 }

@@ -47,7 +47,12 @@ AVAssetWriterTrack::AVAssetWriterTrack(std::uint32_t identifier, const AudioStre
 {
 }
 
-void AVAssetWriterTrack::appendPicture(std::vector<std::byte> picture, std::uint64_t time, bool isKeyFrame)
+void AVAssetWriterTrack::setDecoderConfiguration(std::vector<std::byte> configuration)
+{
+    mPicture->decoderConfiguration = std::move(configuration);
+}
+
+void AVAssetWriterTrack::appendPicture(std::span<const std::byte> picture, std::uint64_t time, bool isKeyFrame)
 {
     endPictures(time);
     mPendingBytes.insert(mPendingBytes.end(), picture.begin(), picture.end());

@@ -32,9 +32,11 @@ public:
     std::uint32_t identifier() const noexcept { return mIdentifier; }
     std::uint32_t timescale() const noexcept { return mTimescale; }
 
+    /// Before the first fragment. \param configuration  ISO/IEC 14496-15, 5.3.3.1 (avcC)
+    void setDecoderConfiguration(std::vector<std::byte> configuration);
     /// \param picture  NAL units behind four bytes of length each
     /// \param time  above the last frame's
-    void appendPicture(std::vector<std::byte> picture, std::uint64_t time, bool isKeyFrame);
+    void appendPicture(std::span<const std::byte> picture, std::uint64_t time, bool isKeyFrame);
     /// \param frames  sound frames that \p sound holds
     void appendSound(std::span<const std::byte> sound, std::uint32_t frames);
     /// Gives the newest frame its duration, so that it need not wait any more.
@@ -84,7 +86,7 @@ private:
 
     const std::uint32_t mIdentifier;
     const std::uint32_t mTimescale;
-    const std::optional<PictureFormat> mPicture;
+    std::optional<PictureFormat> mPicture;
     const AudioStreamBasicDescription mSound {};
 
     std::vector<std::byte> mPendingBytes;

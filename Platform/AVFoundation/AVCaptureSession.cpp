@@ -1,5 +1,6 @@
 #include "Platform/AVFoundation/AVCaptureSession.h"
 
+#include "Platform/AVFoundation/AVAssetWriterHardware.h"
 #include "Platform/AVFoundation/AVCaptureSessionGraph.h"
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/FailPoint.h"
@@ -56,6 +57,8 @@ AVCaptureSession::AVCaptureSession()
 {
     mGraph->setSession(this);
     CaptureDeviceList::shared().begin();
+    // A recording that starts does not wait for the answer, so it is looked for early.
+    AVAssetWriterHardware::shared().begin();
 }
 
 AVCaptureSession::~AVCaptureSession()

@@ -31,7 +31,20 @@ TEST(AVAssetWriterNALUnits, ASampleHasLengthsAndNoParameterSets)
 {
     const auto stream
         = bytes({ 0, 0, 0, 1, 0x09, 0xF0, 0, 0, 0, 1, 0x67, 1, 2, 3, 0, 0, 1, 0x68, 2, 0, 0, 1, 0x65, 3, 4 });
-    EXPECT_EQ(AVAssetWriterNALUnits::sample(stream), bytes({ 0, 0, 0, 3, 0x65, 3, 4 }));
+    auto sample = bytes({ 7 });
+    AVAssetWriterNALUnits::appendSample(stream, sample);
+    EXPECT_EQ(sample, bytes({ 7, 0, 0, 0, 3, 0x65, 3, 4 }));
+    EXPECT_EQ(AVAssetWriterNALUnits::parameterSets(stream), bytes({ 0, 0, 0, 1, 0x67, 1, 2, 3, 0, 0, 0, 1, 0x68, 2 }));
+}
+
+TEST(AVAssetWriterNALUnits, OneConfigurationServesSeveralEncoders)
+{
+    const auto sets
+        = bytes({ 0, 0, 1, 0x67, 66, 192, 41, 9, 0, 0, 1, 0x68, 2, 0, 0, 1, 0x67, 100, 0, 32, 8, 0, 0, 1, 0x68, 3 });
+    // The highest profile and level, and only those promises that all keep.
+    EXPECT_EQ(AVAssetWriterNALUnits::decoderConfiguration(sets),
+        bytes({ 1, 100, 0, 41, 0xFF, 0xE2, 0, 5, 0x67, 66, 192, 41, 9, 0, 5, 0x67, 100, 0, 32, 8, 2, 0, 2, 0x68, 2, 0,
+            2, 0x68, 3, 0xFD, 0xF8, 0xF8, 0 }));
 }
 
 TEST(AVAssetWriterNALUnits, TheConfigurationHoldsTheParameterSets)

@@ -132,7 +132,7 @@ TEST_F(AVAssetWriterMovie, ColoursAreThoseOfTheirTags)
 
     const auto movie = readMovie(path);
     EXPECT_EQ(movie.primaries, 1);
-    EXPECT_EQ(movie.transfer, 13);
+    EXPECT_EQ(movie.transfer, 1);
     EXPECT_EQ(movie.matrix, 1);
     EXPECT_EQ(movie.range, 1); // limited
     ASSERT_EQ(movie.middles.size(), 3U);
@@ -225,9 +225,6 @@ TEST_F(AVAssetWriterMovie, APictureOfAnotherSizeIsScaled)
 
 TEST_F(AVAssetWriterMovie, AnInputIsNotReadyWhileTheEncoderIsBehindAndReadyAgainLater)
 {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the thread sanitizer slows those who append down, and not the encoder";
-#endif
     Recording recording(path, 1280, 720);
     recording.addPictureInput();
     ASSERT_TRUE(recording.begin());
@@ -240,7 +237,7 @@ TEST_F(AVAssetWriterMovie, AnInputIsNotReadyWhileTheEncoderIsBehindAndReadyAgain
             Recording::pictureSample(picture, Recording::start + appended * 33'000'000).get()));
         ++appended;
     }
-    EXPECT_GE(appended, 20);
+    EXPECT_GE(appended, 8);
     EXPECT_LT(appended, 200);
     Recording::waitUntilReady(*recording.pictureInput);
     EXPECT_TRUE(recording.pictureInput->isReadyForMoreMediaData());

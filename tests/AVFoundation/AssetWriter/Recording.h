@@ -40,10 +40,12 @@ public:
     static constexpr std::int64_t start = 5'000'000'000; ///< of the session, in nanoseconds on the host clock
     static constexpr int sampleRate = 48000;
 
-    explicit Recording(const std::string& path, int width = 320, int height = 240)
+    /// \param isInRealTime  whether what comes too fast is lost; tests that append as fast as they can want it all
+    explicit Recording(const std::string& path, int width = 320, int height = 240, bool isInRealTime = false)
         : writer(AVAssetWriter::initWithURL_fileType_error(make<NSURL>(path).get(), kUTTypeQuickTimeMovie, nullptr))
         , mWidth(width)
         , mHeight(height)
+        , mIsInRealTime(isInRealTime)
     {
     }
 
@@ -74,13 +76,13 @@ public:
     void addPictureInput()
     {
         pictureInput = make<AVAssetWriterInput>(AVMediaTypeVideo, pictureSettings(mWidth, mHeight).get());
-        pictureInput->setExpectsMediaDataInRealTime(true);
+        pictureInput->setExpectsMediaDataInRealTime(mIsInRealTime);
         writer->addInput(pictureInput);
     }
     void addSoundInput(Ref<CFDictionary> settings = soundSettings())
     {
         soundInput = make<AVAssetWriterInput>(AVMediaTypeAudio, settings.get());
-        soundInput->setExpectsMediaDataInRealTime(true);
+        soundInput->setExpectsMediaDataInRealTime(mIsInRealTime);
         writer->addInput(soundInput);
     }
     bool begin()
@@ -188,6 +190,7 @@ public:
 private:
     int mWidth;
     int mHeight;
+    bool mIsInRealTime;
     int mNumber = 0;
     double mSecondsWritten = 0;
 };
