@@ -8,6 +8,10 @@ inline constexpr CFIndex AVErrorUnknown = -11800;
 inline constexpr CFIndex AVErrorDeviceNotConnected = -11814;
 inline constexpr CFIndex AVErrorDeviceWasDisconnected = -11808;
 inline constexpr CFIndex AVErrorMediaDiscontinuity = -11812;
+inline constexpr CFIndex AVErrorDeviceInUseByAnotherApplication = -11815;
+inline constexpr CFIndex AVErrorApplicationIsNotAuthorizedToUseDevice = -11852;
+/// This host's own: the device is open and brings nothing.
+inline constexpr CFIndex AVErrorDeviceNotResponding = -11899;
 
 /// A device as the input of a session.
 class AVCaptureDeviceInput : public NSObject {

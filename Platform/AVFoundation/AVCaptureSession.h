@@ -23,7 +23,8 @@ class AVCaptureSessionGraph;
 
 /// Brings the samples of its inputs to its outputs while it runs: one input and one output of each kind at most.
 ///
-/// Devices are opened and closed on a queue of the session's own, so no call here waits for one to open. Changes inside
+/// Devices are opened and closed on queues of their own, so no call here waits for one to open, and one that does not
+/// answer holds up no other. One that fails is opened again until it works, with a stand-in meanwhile. Changes inside
 /// `beginConfiguration` and `commitConfiguration` take effect together, at the commit that matches the first begin; a
 /// commit without a begin only applies what is new. Any thread may use a session.
 class AVCaptureSession : public NSObject {
@@ -58,7 +59,7 @@ public:
     /// Starts the devices. A device that cannot be opened is told by `AVCaptureSessionRuntimeErrorNotification`; the
     /// rest runs without it.
     void startRunning();
-    /// Stops delivering, closes the devices on the session's queue, and posts its notification before it returns.
+    /// Stops delivering, has the devices closed, and posts its notification before it returns.
     void stopRunning();
     bool isRunning() const;
     /// Returns when the devices are open, or closed, as the last calls asked. For tests.

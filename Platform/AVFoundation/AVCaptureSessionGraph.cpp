@@ -4,96 +4,23 @@
 #include "Platform/Foundation/NSNotification.h"
 
 #include <algorithm>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-
-/// One open device and the output that its samples go to.
-class AVCaptureSessionGraph::Branch final : public CaptureSink {
-public:
-    Branch(const AVCaptureSessionGraph& graph, Ref<AVCaptureConnection> connection, CMVideoDimensions preferred)
-        : mGraph(graph)
-        , mConnection(std::move(connection))
-        , mOutput(mConnection->output())
-        , mVideoOutput(kindOf<AVCaptureVideoDataOutput>(mOutput))
-        , mAudioOutput(kindOf<AVCaptureAudioDataOutput>(mOutput))
-        , mPreferred(preferred)
-    {
-    }
-    ~Branch() override { close(); }
-
-    const Ref<AVCaptureConnection>& connection() const { return mConnection; }
-    bool prefers(CMVideoDimensions dimensions) const { return mAudioOutput || mPreferred == dimensions; }
-
-    void open()
-    {
-        mSource = mConnection->input()->device()->makeSource(*this);
-        if (!mSource)
-            return;
-        if (auto error = mSource->start()) {
-            close();
-            mGraph.report(std::move(error));
-        }
-    }
-    void close()
-    {
-        if (mSource)
-            mSource->stop();
-        mSource = nullptr;
-    }
-
-    CMVideoDimensions requestedDimensions() const override
-    {
-        return mVideoOutput ? mVideoOutput->requestedDimensions() : CMVideoDimensions {};
-    }
-    CMVideoDimensions preferredDimensions() const override { return mPreferred; }
-    bool admitPicture() override { return mVideoOutput && mGraph.isDelivering() && mVideoOutput->admitFrame(); }
-    void pictureCame(Ref<CVPixelBuffer> picture, std::int64_t hostTime, std::int64_t duration) override
-    {
-        if (mGraph.isDelivering())
-            mVideoOutput->deliver(std::move(picture), hostTime, duration);
-        else
-            mVideoOutput->abandonFrame();
-    }
-    void pictureFailed() override { mVideoOutput->abandonFrame(); }
-    void soundCame(std::vector<std::byte> samples, std::int64_t hostTime) override
-    {
-        if (mAudioOutput && mGraph.isDelivering())
-            mAudioOutput->deliver(std::move(samples), hostTime);
-    }
-    void sourceFailed(Ref<NSError> error) override { mGraph.report(std::move(error)); }
-
-private:
-    const AVCaptureSessionGraph& mGraph;
-    const Ref<AVCaptureConnection> mConnection;
-    const Ref<AVCaptureOutput> mOutput;
-    AVCaptureVideoDataOutput* const mVideoOutput;
-    AVCaptureAudioDataOutput* const mAudioOutput;
-    const CMVideoDimensions mPreferred;
-    std::unique_ptr<CaptureSource> mSource;
-};
 
 namespace {
 
-/// The devices that are being opened or closed, so that a process that ends does so after them.
+/// Devices that are being opened or closed, and who waits until none is.
 class PendingChanges {
 public:
-    static PendingChanges& shared()
-    {
-        static PendingChanges& pending = []() -> PendingChanges& {
-            static const auto owner = std::make_unique<PendingChanges>().release(); // the last change may end very late
-            DispatchMain::whenThreadsStop([] { owner->waitUntilNone(); });
-            return *owner;
-        }();
-        return pending;
-    }
-
     /// \return what ends the change when it goes
     std::shared_ptr<void> begin()
     {
         const std::lock_guard lock(mLock);
         ++mCount;
         return { this, [this](void*) { end(); } };
+    }
+    void waitUntilNone(std::chrono::seconds longest)
+    {
+        std::unique_lock lock(mLock);
+        mNone.wait_for(lock, longest, [this] { return mCount == 0; });
     }
 
 private:
@@ -103,23 +30,45 @@ private:
         if (--mCount == 0)
             mNone.notify_all();
     }
-    void waitUntilNone()
-    {
-        // A device that does not let go must not keep the program from ending.
-        constexpr std::chrono::seconds longest { 2 };
-        std::unique_lock lock(mLock);
-        mNone.wait_for(lock, longest, [this] { return mCount == 0; });
-    }
 
     std::mutex mLock;
     std::condition_variable mNone;
     int mCount = 0;
 };
 
+/// Of all sessions: a process that ends does so after them.
+PendingChanges& changesOfProcess()
+{
+    static PendingChanges& pending = []() -> PendingChanges& {
+        static const auto owner = std::make_unique<PendingChanges>().release(); // the last change may end very late
+        // A device that does not let go must not keep the program from ending.
+        DispatchMain::whenThreadsStop([] { owner->waitUntilNone(std::chrono::seconds(2)); });
+        return *owner;
+    }();
+    return pending;
 }
+
+}
+
+/// Of one graph.
+class AVCaptureSessionGraph::Changes : public PendingChanges { };
+
+/// A change of one graph, which is one of the process too.
+struct AVCaptureSessionGraph::ChangeOfBoth {
+    ChangeOfBoth(std::shared_ptr<Changes> changes, std::shared_ptr<void> graph, std::shared_ptr<void> process)
+        : keptChanges(std::move(changes))
+        , ofGraph(std::move(graph))
+        , ofProcess(std::move(process))
+    {
+    }
+    std::shared_ptr<Changes> keptChanges; ///< goes last
+    std::shared_ptr<void> ofGraph;
+    std::shared_ptr<void> ofProcess;
+};
 
 AVCaptureSessionGraph::AVCaptureSessionGraph()
     : mQueue(dispatch_queue_create("AVCaptureSessionGraph"))
+    , mChanges(std::make_shared<Changes>())
 {
 }
 
@@ -129,37 +78,48 @@ void AVCaptureSessionGraph::apply(std::vector<Ref<AVCaptureConnection>> connecti
 {
     // The graph lives until its devices are closed, also when the session has gone by then.
     dispatch_async(mQueue,
-        [change = PendingChanges::shared().begin(), self = shared_from_this(), connections = std::move(connections),
-            preferred] { self->open(connections, preferred); });
+        [change = changesOfProcess().begin(), self = shared_from_this(), connections = std::move(connections),
+            preferred] { self->change(connections, preferred); });
 }
 
 void AVCaptureSessionGraph::waitUntilSettled()
 {
     dispatch_sync(mQueue, [] {});
+    mChanges->waitUntilNone(std::chrono::seconds(40));
+    dispatch_sync(mQueue, [] {});
 }
 
-void AVCaptureSessionGraph::open(const std::vector<Ref<AVCaptureConnection>>& connections, CMVideoDimensions preferred)
+void AVCaptureSessionGraph::change(
+    const std::vector<Ref<AVCaptureConnection>>& connections, CMVideoDimensions preferred)
 {
     assertOnQueue(mQueue);
-    std::erase_if(mBranches, [&](const std::unique_ptr<Branch>& branch) {
-        return std::ranges::find(connections, branch->connection()) == connections.end() || !branch->prefers(preferred);
+    std::erase_if(mClosing, [](const std::shared_ptr<CaptureLatch>& closed) { return closed->isOpen(); });
+    std::erase_if(mBranches, [&](const std::shared_ptr<CaptureBranch>& branch) {
+        if (std::ranges::find(connections, branch->connection()) != connections.end() && branch->prefers(preferred))
+            return false;
+        if (auto closed = branch->end())
+            mClosing.push_back(std::move(closed));
+        return true;
     });
+    const auto beginChange = [changes = mChanges]() -> std::shared_ptr<void> {
+        return std::make_shared<ChangeOfBoth>(changes, changes->begin(), changesOfProcess().begin());
+    };
+    const auto report = [weakSession = mSession](Ref<NSError> error) {
+        dispatch_async(dispatch_get_main_queue(), [weakSession, error = std::move(error)] {
+            const auto session = weakSession.strongReference();
+            if (!session)
+                return;
+            const auto userInfo = CFDictionary::create({ { AVCaptureSessionErrorKey, error } });
+            NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
+                AVCaptureSessionRuntimeErrorNotification, session, userInfo);
+        });
+    };
     for (const auto& connection : connections) {
-        if (std::ranges::find(mBranches, connection, &Branch::connection) != mBranches.end() || !connection->output())
+        if (std::ranges::find(mBranches, connection, &CaptureBranch::connection) != mBranches.end()
+            || !connection->output())
             continue;
-        mBranches.push_back(std::make_unique<Branch>(*this, connection, preferred));
-        mBranches.back()->open();
+        mBranches.push_back(std::make_shared<CaptureBranch>(
+            CaptureBranch::Surroundings { mQueue, mDelivering, report, beginChange }, connection, preferred));
+        mBranches.back()->begin(mClosing);
     }
-}
-
-void AVCaptureSessionGraph::report(Ref<NSError> error) const
-{
-    dispatch_async(dispatch_get_main_queue(), [weakSession = mSession, error = std::move(error)] {
-        const auto session = weakSession.strongReference();
-        if (!session)
-            return;
-        const auto userInfo = CFDictionary::create({ { AVCaptureSessionErrorKey, error } });
-        NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
-            AVCaptureSessionRuntimeErrorNotification, session, userInfo);
-    });
 }

@@ -24,6 +24,8 @@ public:
     /// The devices of one kind, the stand-in last; waits, two seconds at most, for the host's first answer.
     std::vector<Ref<AVCaptureDevice>> devices(AVMediaType mediaType);
     bool contains(const AVCaptureDevice* device);
+    /// What is offered when the machine has no device of the kind; null for other kinds.
+    const Ref<AVCaptureDevice>& standIn(AVMediaType mediaType) const;
 
     /// A device has come or gone; posts the notification unless the host's first answer is still being given.
     void deviceCame(Ref<AVCaptureDevice> device);
@@ -38,7 +40,6 @@ public:
 
 private:
     bool hasReal(AVMediaType mediaType) const;
-    const Ref<AVCaptureDevice>& standIn(AVMediaType mediaType) const;
 
     std::mutex mLock;
     std::condition_variable mAnswered;

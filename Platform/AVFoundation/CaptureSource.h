@@ -37,4 +37,6 @@ public:
     virtual Ref<NSError> start() = 0;
     /// Brings nothing more once it has returned.
     virtual void stop() = 0;
+    /// Has a `start` that still runs on another thread return soon, where the source can; `stop` follows.
+    virtual void interrupt() { }
 };

@@ -1,17 +1,40 @@
 #include "Platform/AVFoundation/GStreamerSource.h"
 
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
+#include "Platform/AVFoundation/PipeWireSocket.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
+
+#include <sys/socket.h>
 
 namespace {
 
 /// Stamps that are further in the past than this are the device's own and mean something else.
 constexpr std::int64_t oldest = 2'000'000'000;
 
-Ref<NSError> errorWith(const std::string& message)
+Ref<NSError> errorWith(const std::string& message, CFIndex code = AVErrorUnknown)
 {
-    return NSError::errorWithMessage(AVFoundationErrorDomain, AVErrorUnknown, message);
+    return NSError::errorWithMessage(AVFoundationErrorDomain, code, message);
+}
+
+/// What kind of failure the library tells. Not every element sets the code, but all add the system's words.
+CFIndex codeOf(const GError* error, std::string_view details)
+{
+    const auto says = [details](std::string_view words) { return details.find(words) != std::string_view::npos; };
+    const bool isResource = error && error->domain == GST_RESOURCE_ERROR;
+    if ((isResource && error->code == GST_RESOURCE_ERROR_BUSY) || says("Device or resource busy"))
+        return AVErrorDeviceInUseByAnotherApplication;
+    if ((isResource && error->code == GST_RESOURCE_ERROR_NOT_AUTHORIZED) || says("Permission denied"))
+        return AVErrorApplicationIsNotAuthorizedToUseDevice;
+    if ((isResource && error->code == GST_RESOURCE_ERROR_NOT_FOUND) || says("No such device"))
+        return AVErrorDeviceNotConnected;
+    return AVErrorUnknown;
+}
+
+bool isPipeWireReader(GstElement* element)
+{
+    const GstElementFactory* const factory = gst_element_get_factory(element);
+    return factory && g_strcmp0(GST_OBJECT_NAME(factory), "pipewiresrc") == 0;
 }
 
 /// The element that reads a device. PipeWire's provider makes one that plays for some sources; those are read by
@@ -95,6 +118,30 @@ void GStreamerSource::stop()
     const GstOwned<GstBus> bus(gst_element_get_bus(mPipeline.get()));
     gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
     mPipeline = nullptr;
+    const std::lock_guard lock(mLock);
+    mConnection.reset();
+}
+
+void GStreamerSource::interrupt()
+{
+    // PipeWire's element waits half a minute for a stream that will never come; without a connection it gives up.
+    const std::lock_guard lock(mLock);
+    mIsInterrupted = true;
+    if (mConnection)
+        ::shutdown(mConnection.get(), SHUT_RDWR);
+}
+
+void GStreamerSource::giveOwnConnection(GstElement* source)
+{
+    if (!isPipeWireReader(source))
+        return;
+    const std::lock_guard lock(mLock);
+    mConnection = connectToPipeWire();
+    if (mIsInterrupted && mConnection)
+        ::shutdown(mConnection.get(), SHUT_RDWR);
+    // Without one it makes its own, and answers less well when it is to stop.
+    if (mConnection)
+        g_object_set(source, "fd", mConnection.get(), nullptr);
 }
 
 Ref<NSError> GStreamerSource::build()
@@ -104,6 +151,7 @@ Ref<NSError> GStreamerSource::build()
     if (!source)
         return errorWith("The device has gone.");
     configure(source);
+    giveOwnConnection(source);
     gst_bin_add(GST_BIN(mPipeline.get()), source);
 
     GError* failure = nullptr;
@@ -138,8 +186,7 @@ Ref<NSError> GStreamerSource::build()
 void GStreamerSource::configure(GstElement* source)
 {
     // PipeWire's element stamps with times of the node's own clock unless it is told to take the pipeline's.
-    const GstElementFactory* const factory = gst_element_get_factory(source);
-    if (factory && g_strcmp0(GST_OBJECT_NAME(factory), "pipewiresrc") == 0)
+    if (isPipeWireReader(source))
         g_object_set(source, "do-timestamp", TRUE, "client-name", "Tovrin", nullptr);
     if (hasProperty(source, "provide-clock"))
         g_object_set(source, "provide-clock", FALSE, nullptr);
@@ -188,7 +235,7 @@ void GStreamerSource::messageCame(GstMessage* message)
         gst_message_parse_error(message, &failure, &details);
         const GErrorOwner error(failure);
         const GTextOwner text(details);
-        failed(errorWith(messageOf(error.get(), text.get())));
+        failed(errorWith(messageOf(error.get(), text.get()), codeOf(error.get(), text ? text.get() : "")));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/AVFoundation/CaptureSource.h"
 #include "Platform/AVFoundation/GStreamerTypes.h"
+#include "Platform/CoreMediaIO/UniqueFD.h"
 
 #include <gst/app/gstappsink.h>
 #include <mutex>
@@ -14,6 +15,7 @@ public:
     ~GStreamerSource() override;
     Ref<NSError> start() override;
     void stop() override;
+    void interrupt() override;
 
 protected:
     CaptureSink& sink() const noexcept { return mSink; }
@@ -34,6 +36,7 @@ private:
     static GstFlowReturn newSample(GstAppSink* sink, gpointer self);
     static GstBusSyncReply message(GstBus* bus, GstMessage* message, gpointer self);
     Ref<NSError> build();
+    void giveOwnConnection(GstElement* source);
     void messageCame(GstMessage* message);
     void failed(Ref<NSError> error);
 
@@ -41,6 +44,8 @@ private:
     const GstOwned<GstDevice> mDevice;
     GstOwned<GstElement> mPipeline;
     std::mutex mLock;
+    UniqueFD mConnection; ///< to PipeWire, for a source that reads from there
+    bool mIsInterrupted = false;
     bool mIsStarting = false;
     Ref<NSError> mStartError; ///< what failed while the pipeline was started
 };
