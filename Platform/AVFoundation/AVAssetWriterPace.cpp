@@ -50,11 +50,13 @@ void AVAssetWriterPace::pictureCame(double seconds, double interval, std::size_t
         return;
     const bool othersWait = waiting * 2 >= mostWaiting;
     if (mStep < CoarseAndHalf && (mShare > tooMuch || (othersWait && mShare > muchWhileOthersWait))) {
-        // A step that did not last makes the next one wait longer.
-        if (mPatience < mostPatience)
-            mPatience *= 2;
+        // A step up that did not last makes the next one wait longer.
+        if (mWentUpLast)
+            mPatience = std::min(mPatience * 2, mostPatience);
+        mWentUpLast = false;
         changeTo(static_cast<Step>(mStep + 1));
     } else if (mStep > Careful && mSecondsOfRoom >= mPatience) {
+        mWentUpLast = true;
         changeTo(static_cast<Step>(mStep - 1));
     }
 }

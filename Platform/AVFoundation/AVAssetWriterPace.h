@@ -39,5 +39,6 @@ private:
     int mPictures = 0; ///< since the last change
     double mSecondsOfRoom = 0;
     double mPatience;
+    bool mWentUpLast = false;
     bool mSkippedLast = false;
 };

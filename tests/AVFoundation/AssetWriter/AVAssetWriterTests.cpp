@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -140,6 +141,49 @@ TEST_F(AVAssetWriterMovie, ColoursAreThoseOfTheirTags)
     EXPECT_NEAR(movie.middles[0][0], 63, 2);
     EXPECT_NEAR(movie.middles[0][1], 102, 2);
     EXPECT_NEAR(movie.middles[0][2], 240, 2);
+}
+
+TEST_F(AVAssetWriterMovie, ColoursComeBackWithinThreeOf255)
+{
+    constexpr std::size_t side = 32;
+    constexpr std::size_t columns = 20;
+    constexpr std::size_t rows = 11;
+    const auto colourOf = [](std::size_t number) {
+        constexpr std::array<std::uint32_t, 6> levels { 0, 51, 102, 153, 204, 255 };
+        return std::array { levels[number % 6], levels[number / 6 % 6], levels[number / 36 % 6] }; // blue, green, red
+    };
+    auto picture = Recording::picture(columns * side, rows * side, 0, 0);
+    for (std::size_t y = 0; y < picture->height(); ++y) {
+        auto* const row = reinterpret_cast<std::uint32_t*>(picture->baseAddress() + y * picture->bytesPerRow());
+        for (std::size_t x = 0; x < picture->width(); ++x) {
+            const auto [blue, green, red] = colourOf(y / side * columns + x / side);
+            row[x] = 0xFF000000 | red << 16 | green << 8 | blue;
+        }
+    }
+    Recording recording(path, columns * side, rows * side);
+    recording.addPictureInput();
+    ASSERT_TRUE(recording.begin());
+    for (int index = 0; index < 5; ++index)
+        ASSERT_TRUE(recording.pictureInput->appendSampleBuffer(
+            Recording::pictureSample(picture, Recording::start + index * 40'000'000).get()));
+    ASSERT_TRUE(recording.writer->finishWriting());
+
+    // Back by ITU-R BT.709-6, 3.2 to 3.5, limited range, as the file's tags say.
+    const auto movie = readMovie(path);
+    ASSERT_EQ(movie.lastPlanes[0].size(), columns * side * rows * side);
+    for (std::size_t number = 0; number < columns * rows; ++number) {
+        const std::size_t x = number % columns * side + side / 2;
+        const std::size_t y = number / columns * side + side / 2;
+        const double brightness = (movie.lastPlanes[0][y * columns * side + x] - 16) / 219.0;
+        const std::size_t half = y / 2 * columns * side / 2 + x / 2;
+        const double red = brightness + 1.5748 * (movie.lastPlanes[2][half] - 128) / 224.0;
+        const double blue = brightness + 1.8556 * (movie.lastPlanes[1][half] - 128) / 224.0;
+        const double green = (brightness - 0.2126 * red - 0.0722 * blue) / 0.7152;
+        const auto expected = colourOf(number);
+        EXPECT_NEAR(255 * blue, expected[0], 3) << number;
+        EXPECT_NEAR(255 * green, expected[1], 3) << number;
+        EXPECT_NEAR(255 * red, expected[2], 3) << number;
+    }
 }
 
 TEST_F(AVAssetWriterMovie, SoundComesBackBitForBit)

@@ -6,6 +6,7 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -25,11 +26,68 @@ void receivePictures(AVCodecContext* decoder, MovieContents& contents)
     const std::unique_ptr<AVFrame, Deleter> frame(av_frame_alloc());
     while (avcodec_receive_frame(decoder, frame.get()) == 0) {
         ++contents.decodedPictures;
+        for (std::size_t plane = 0; plane < 3; ++plane) {
+            const auto width = static_cast<std::size_t>(plane == 0 ? frame->width : frame->width / 2);
+            const auto height = static_cast<std::size_t>(plane == 0 ? frame->height : frame->height / 2);
+            contents.lastPlanes[plane].resize(width * height);
+            for (std::size_t row = 0; row < height; ++row)
+                std::copy_n(frame->data[plane] + static_cast<std::ptrdiff_t>(row) * frame->linesize[plane], width,
+                    &contents.lastPlanes[plane][row * width]);
+        }
         const int x = frame->width / 2;
         const int y = frame->height / 2;
         contents.middles.push_back({ frame->data[0][y * frame->linesize[0] + x],
             frame->data[1][y / 2 * frame->linesize[1] + x / 2], frame->data[2][y / 2 * frame->linesize[2] + x / 2] });
         av_frame_unref(frame.get());
+    }
+}
+
+/// Reads unsigned numbers of variable length (ITU-T H.264, 9.1).
+class BitReader {
+public:
+    explicit BitReader(std::span<const std::uint8_t> bytes)
+        : mBytes(bytes)
+    {
+    }
+    unsigned number()
+    {
+        unsigned zeros = 0;
+        while (zeros < 31 && bit() == 0)
+            ++zeros;
+        unsigned value = 1;
+        for (unsigned index = 0; index < zeros; ++index)
+            value = value << 1 | bit();
+        return value - 1;
+    }
+
+private:
+    unsigned bit()
+    {
+        if (mPosition / 8 >= mBytes.size())
+            return 1;
+        const unsigned value = mBytes[mPosition / 8] >> (7 - mPosition % 8) & 1U;
+        ++mPosition;
+        return value;
+    }
+    std::span<const std::uint8_t> mBytes;
+    std::size_t mPosition = 0;
+};
+
+/// Notes the picture parameter set that a picture's slice names (ITU-T H.264, 7.3.3).
+void noteParameterSet(std::span<const std::uint8_t> sample, MovieContents& contents)
+{
+    while (sample.size() > 5) {
+        const std::size_t size = std::size_t { sample[0] } << 24 | std::size_t { sample[1] } << 16
+            | std::size_t { sample[2] } << 8 | std::size_t { sample[3] };
+        const unsigned type = sample[4] & 31U;
+        if (type == 1 || type == 5) {
+            BitReader bits(sample.subspan(5));
+            bits.number(); // first macroblock
+            bits.number(); // slice type
+            ++contents.pictureParameterSets[bits.number()];
+            return;
+        }
+        sample = sample.subspan(std::min(sample.size(), size + 4));
     }
 }
 
@@ -92,6 +150,7 @@ MovieContents readMovie(const std::string& path)
             .packets.push_back({ static_cast<double>(packet->pts) * unit, static_cast<double>(packet->duration) * unit,
                 (packet->flags & AV_PKT_FLAG_KEY) != 0 });
         if (isPicture) {
+            noteParameterSet({ packet->data, static_cast<std::size_t>(packet->size) }, contents);
             contents.decodingErrors += avcodec_send_packet(decoder.get(), packet.get()) < 0 ? 1 : 0;
             receivePictures(decoder.get(), contents);
         } else {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +30,10 @@ struct MovieContents {
     std::vector<std::byte> soundBytes;
     std::size_t decodedPictures = 0;
     std::size_t decodingErrors = 0;
+    /// The planes of the last decoded picture, without padding.
+    std::array<std::vector<std::uint8_t>, 3> lastPlanes;
+    /// The picture parameter sets that the pictures name, and how many name each.
+    std::map<unsigned, std::size_t> pictureParameterSets;
     /// Brightness and the two colours in the middle of each decoded picture.
     std::vector<std::array<int, 3>> middles;
 };
