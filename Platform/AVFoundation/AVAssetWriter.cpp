@@ -129,6 +129,11 @@ bool AVAssetWriter::finishWriting()
     return isPlayable || hasBeenTold;
 }
 
+bool AVAssetWriter::waitForUnfinishedMovies(std::chrono::milliseconds limit)
+{
+    return AVAssetWriterSession::waitForUnfinished(limit);
+}
+
 void AVAssetWriter::cancelWriting()
 {
     mSession->cancel();

@@ -6,6 +6,7 @@
 #include "Platform/CoreMedia/CMTime.h"
 
 #include <atomic>
+#include <chrono>
 #include <vector>
 
 class NSError;
@@ -78,6 +79,9 @@ public:
     /// writer that has failed before, and has said so, is done with then. False when there is no movie and nobody has
     /// been told, and in any status but writing and failed.
     bool finishWriting();
+    /// Waits until the movies that `finishWriting` left to their threads are complete; the end of the process does so.
+    /// \return false when that takes longer than \p limit
+    static bool waitForUnfinishedMovies(std::chrono::milliseconds limit);
     /// Ends writing and removes the file; the status becomes AVAssetWriterStatusCancelled unless it has failed.
     void cancelWriting();
 

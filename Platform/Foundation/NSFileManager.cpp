@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/Foundation/Trash.h"
 
+#include <cerrno>
 #include <filesystem>
 
 NS_IMPLEMENTATION(NSFileManager, NSObject) { }
@@ -29,6 +30,8 @@ bool NSFileManager::removeItemAtPath_error(CFString* path, Ref<NSError>* error)
     Ref<NSError> failure;
     if (const auto status = FAIL_POINT("NSFileManager.removeItemAtPath"))
         failure = NSError::errorWithErrno(*status, "The file cannot be removed");
+    else if (std::error_code ignored; std::filesystem::is_directory(std::filesystem::path(textOf(path)), ignored))
+        failure = NSError::errorWithErrno(EISDIR, "\"" + std::string(textOf(path)) + "\" is not removed");
     else
         failure = moveToTrash(std::filesystem::path(textOf(path)));
     const bool hasGone = !failure;

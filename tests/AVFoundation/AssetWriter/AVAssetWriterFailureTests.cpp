@@ -6,10 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <sys/wait.h>
 
 namespace {
 
@@ -161,7 +159,7 @@ TEST_F(AVAssetWriterFailure, AFileThatMayNotGrowFurtherCanBePlayedUpToThere)
     ASSERT_NE(recorder, nullptr);
     std::string said;
     for (char line[512]; std::fgets(line, sizeof line, recorder);)
-        if (!std::string_view(line).starts_with("recorded"))
+        if (!std::string_view(line).starts_with("recorded") && !std::string_view(line).starts_with("took"))
             said += line;
     EXPECT_EQ(::pclose(recorder), 0);
     EXPECT_EQ(said, "status 3 error Cannot write the movie \"" + path + "\": File too large\nfinished 1\n");
@@ -169,37 +167,6 @@ TEST_F(AVAssetWriterFailure, AFileThatMayNotGrowFurtherCanBePlayedUpToThere)
     const auto movie = readMovie(path);
     ASSERT_TRUE(movie.isReadable);
     EXPECT_GE(movie.decodedPictures, 60U);
-    EXPECT_EQ(movie.decodingErrors, 0U);
-}
-
-TEST_F(AVAssetWriterFailure, AKilledRecordingLosesLessThanASecond)
-{
-    int pipes[2];
-    ASSERT_EQ(::pipe(pipes), 0);
-    const pid_t recorder = ::fork();
-    if (recorder == 0) {
-        ::dup2(pipes[1], STDOUT_FILENO);
-        ::execl(RECORDER_PROGRAM, RECORDER_PROGRAM, path.c_str(), "60", "0", "1", nullptr);
-        ::_exit(127);
-    }
-    ::close(pipes[1]);
-    FILE* const output = ::fdopen(pipes[0], "r");
-    int tenths = 0;
-    for (char line[64]; tenths < 30 && std::fgets(line, sizeof line, output); ++tenths)
-        EXPECT_STREQ(line, "recorded\n");
-    ::kill(recorder, SIGKILL);
-    int status = 0;
-    ::waitpid(recorder, &status, 0);
-    for (char line[64]; std::fgets(line, sizeof line, output);)
-        tenths += std::string_view(line) == "recorded\n" ? 1 : 0;
-    std::fclose(output);
-    ASSERT_TRUE(WIFSIGNALED(status));
-
-    const auto movie = readMovie(path);
-    ASSERT_TRUE(movie.isReadable);
-    EXPECT_GT(movie.picture.packets.back().time, tenths / 10.0 - 1);
-    EXPECT_GT(static_cast<double>(movie.soundBytes.size()) / (48000 * 4), tenths / 10.0 - 1);
-    EXPECT_EQ(movie.decodedPictures, movie.picture.packets.size());
     EXPECT_EQ(movie.decodingErrors, 0U);
 }
 

@@ -3,7 +3,6 @@
 #include "MovieReader.h"
 #include "Recording.h"
 
-#include "Platform/AVFoundation/AVAssetWriterSession.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 
 #include <gtest/gtest.h>
@@ -118,7 +117,7 @@ TEST_F(AVAssetWriterHardwareTest, AMovieByTheMachinesEncoderIsLikeAnyOther)
     ASSERT_TRUE(recording.beginWithBoth());
     ASSERT_TRUE(recording.appendSeconds(2));
     ASSERT_TRUE(recording.writer->finishWriting());
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     const auto movie = readMovie(path);
     EXPECT_GE(movie.decodedPictures, 50U);
     EXPECT_EQ(movie.decodedPictures, movie.picture.packets.size());

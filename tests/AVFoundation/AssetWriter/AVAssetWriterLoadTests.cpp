@@ -3,7 +3,8 @@
 #include "MovieReader.h"
 #include "Recording.h"
 
-#include "Platform/AVFoundation/AVAssetWriterSession.h"
+#include "Platform/AVFoundation/AVAssetWriterMovieFile.h"
+#include "Platform/AVFoundation/AVAssetWriterPictureEncoder.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
 
@@ -109,7 +110,7 @@ TEST_F(AVAssetWriterLoad, AnOverloadedMachineRecordsEverySecondPictureInsteadOfS
     ASSERT_TRUE(recording.begin());
     appendInRealTime(recording, 120);
     ASSERT_TRUE(recording.writer->finishWriting());
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     EXPECT_EQ(recording.writer->status(), AVAssetWriterStatusCompleted);
     const auto movie = readMovie(path);
     EXPECT_EQ(movie.decodingErrors, 0U);
@@ -164,7 +165,7 @@ TEST_F(AVAssetWriterLoad, ADiskThatStallsCostsSamplesAndNothingElse)
     EXPECT_LE(mostInUse, 10U);
     EXPECT_GT(notReady, 40);
     ASSERT_TRUE(recording.writer->finishWriting());
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     EXPECT_EQ(recording.writer->status(), AVAssetWriterStatusCompleted);
 
     const auto movie = readMovie(path);
@@ -191,10 +192,10 @@ TEST_F(AVAssetWriterLoad, AStopWhileTheDiskIsSlowReturnsAndTheMovieIsCompletedBe
     EXPECT_GT(early.decodedPictures, 25U);
     EXPECT_EQ(early.decodingErrors, 0U);
     EXPECT_NE(readBoxes(path).back().first, "moov");
-    EXPECT_FALSE(AVAssetWriterSession::waitForUnfinished(std::chrono::milliseconds(0)));
+    EXPECT_FALSE(AVAssetWriter::waitForUnfinishedMovies(std::chrono::milliseconds(0)));
 
     recording.reset();
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     EXPECT_EQ(readBoxes(path).back().first, "moov");
     EXPECT_GE(readMovie(path).decodedPictures, 58U);
 }
@@ -215,7 +216,7 @@ TEST_F(AVAssetWriterLoad, AnotherMovieUnderTheNameIsLeftAloneByTheOneThatIsCompl
     ASSERT_TRUE(second.begin());
     ASSERT_TRUE(second.appendSeconds(1));
     ASSERT_TRUE(second.writer->finishWriting());
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     EXPECT_EQ(readMovie(path).width, 160);
     EXPECT_EQ(readMovie(path).decodedPictures, 30U);
     EXPECT_EQ(readMovie(aside).width, 320);
@@ -230,7 +231,7 @@ TEST_F(AVAssetWriterLoad, PicturesThatNobodyHasTimeForAtTheEndAreLost)
     ASSERT_TRUE(recording.begin());
     appendInRealTime(recording, 30);
     ASSERT_TRUE(recording.writer->finishWriting());
-    ASSERT_TRUE(AVAssetWriterSession::waitForUnfinished(deadline));
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     const auto movie = readMovie(path);
     EXPECT_GE(movie.decodedPictures, 9U);
     EXPECT_LE(movie.decodedPictures, 16U) << "those that waited would have taken seconds";

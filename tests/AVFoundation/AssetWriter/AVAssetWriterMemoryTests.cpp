@@ -3,7 +3,6 @@
 
 #include "Recording.h"
 
-#include "Platform/AVFoundation/AVAssetWriterSession.h"
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
 
 #include <gtest/gtest.h>
@@ -87,7 +86,7 @@ TEST(AVAssetWriterMemory, ARecordingThatRunsAllocatesNoMemoryForFrames)
     EXPECT_GT(before, 0U) << "the first frames need some, or nothing is counted";
     EXPECT_EQ(frameAllocations - before, 0U);
     EXPECT_TRUE(recording.writer->finishWriting());
-    EXPECT_TRUE(AVAssetWriterSession::waitForUnfinished(std::chrono::seconds(60)));
+    EXPECT_TRUE(AVAssetWriter::waitForUnfinishedMovies(std::chrono::seconds(60)));
 }
 
 }

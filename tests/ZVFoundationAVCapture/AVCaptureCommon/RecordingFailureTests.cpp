@@ -1,0 +1,254 @@
+// Recordings on disks that are full, folders that may not be written to, and names that are taken: real ones. A program
+// of its own, since it mounts volumes for itself and gives up what lets a superuser pass every permission.
+
+#include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
+#include "tests/ZVFoundationAVCapture/AVCaptureCommon/RecordingDelegate.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include <linux/capability.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
+
+namespace {
+
+/// Done before the program has threads, which inherit it.
+class Surroundings {
+public:
+    Surroundings()
+    {
+        const auto user = getuid();
+        mCanMount = unshare(CLONE_NEWNS) == 0;
+        if (!mCanMount && unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
+            std::ofstream("/proc/self/setgroups") << "deny";
+            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+            mCanMount = true;
+        }
+        mCanMount = mCanMount && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+        __user_cap_header_struct header { _LINUX_CAPABILITY_VERSION_3, 0 };
+        __user_cap_data_struct sets[2] {};
+        if (syscall(SYS_capget, &header, sets) != 0)
+            return;
+        const std::uint32_t passEverywhere = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
+        sets[0].effective &= ~passEverywhere;
+        sets[0].permitted &= ~passEverywhere;
+        syscall(SYS_capset, &header, sets);
+    }
+    bool canMount() const { return mCanMount; }
+
+private:
+    bool mCanMount = false;
+};
+
+const Surroundings surroundings;
+
+std::string outputOf(const std::string& command)
+{
+    std::string output;
+    FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
+    for (char line[512]; std::fgets(line, sizeof line, pipe);)
+        output += line;
+    const int status = pclose(pipe);
+    return status == 0 ? output : output + "failed";
+}
+
+class RecordingFailure : public CaptureFixture {
+protected:
+    void SetUp() override
+    {
+        AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil = AVCaptureSessionPreset640x480;
+        AVCaptureFilteredMovieWriter_CapturePixelBufferSizeOrZero = { 320, 180 };
+        folder = std::filesystem::temp_directory_path() / ("tovrin-failure-" + std::to_string(getpid()));
+        std::filesystem::create_directories(folder / "home" / ".config");
+        setenv("HOME", (folder / "home").c_str(), 1);
+        unsetenv("XDG_CONFIG_HOME");
+        unsetenv("XDG_DATA_HOME");
+        controller = make<AVCaptureFilteredMovieWriterController>();
+        controller->setDelegate(delegate);
+        movies = AVCaptureFilteredMovieWriterController::defaultSessionOutputFolder()->string();
+        std::filesystem::create_directories(movies);
+    }
+    void TearDown() override
+    {
+        if (controller->session())
+            controller->stopAndTearDownCaptureSession();
+        controller->dispatchVideoQueue()->waitUntilQueueEmpty();
+        controller->dispatchAudioQueue()->waitUntilQueueEmpty();
+        CaptureFixture::TearDown();
+        if (isMounted)
+            umount2(movies.c_str(), MNT_DETACH);
+        std::filesystem::remove_all(folder);
+    }
+    void mountMovies(const char* options)
+    {
+        ASSERT_EQ(mount("tmpfs", movies.c_str(), "tmpfs", isMounted ? MS_REMOUNT : 0, options), 0)
+            << std::strerror(errno);
+        isMounted = true;
+    }
+    void setUpSession()
+    {
+        controller->setupAndStartCaptureSession();
+        movie = controller->movieURL()->fileSystemRepresentation();
+        ASSERT_EQ(movie.parent_path(), movies);
+    }
+    bool waitForPictures(long count) { return delegate->waitFor("display", delegate->count("display") + count); }
+    void startRecording()
+    {
+        controller->actionStartRecording(nullptr);
+        ASSERT_TRUE(delegate->waitFor("didStart", ++starts));
+    }
+    void stopRecording()
+    {
+        controller->actionStopRecording(nullptr);
+        ASSERT_TRUE(delegate->waitFor("didStop", ++stops));
+        EXPECT_FALSE(controller->recordingInProgress());
+    }
+    /// The next recording, when nothing is wrong any more.
+    void expectThatTheNextWorks()
+    {
+        startRecording();
+        EXPECT_TRUE(waitForPictures(20));
+        stopRecording();
+        expectPlayable();
+        EXPECT_EQ(delegate->count(error), 1) << "once, and not again";
+    }
+    void expectPlayable() const
+    {
+        EXPECT_EQ(outputOf("ffmpeg -v error -xerror -i '" + movie.string() + "' -f null -"), "");
+        EXPECT_NE(outputOf("ffprobe -v error -of csv=p=0 -count_packets -select_streams v -show_entries "
+                           "stream=nb_read_packets '"
+                      + movie.string() + "'"),
+            "0\n");
+    }
+
+    std::filesystem::path folder, movies, movie;
+    std::string error;
+    Ref<AVCaptureFilteredMovieWriterController> controller;
+    const Ref<RecordingDelegate> delegate = make<RecordingDelegate>();
+    bool isMounted = false;
+    long starts = 0, stops = 0;
+};
+
+TEST_F(RecordingFailure, AFullDiskIsToldAndWhatWasWrittenCanBePlayed)
+{
+    if (!surroundings.canMount())
+        GTEST_SKIP() << "this system lets nobody mount a volume for himself";
+    ASSERT_NO_FATAL_FAILURE(mountMovies("size=1m"));
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    error = "error Cannot write the movie \"" + movie.string() + "\": No space left on device";
+    startRecording();
+    ASSERT_TRUE(delegate->waitFor(error));
+    EXPECT_TRUE(controller->recordingInProgress());
+    EXPECT_TRUE(waitForPictures(10)) << "the picture goes on";
+    stopRecording();
+    expectPlayable();
+    const auto head = outputOf("head -c 28 '" + movie.string() + "' | tail -c 4");
+    EXPECT_EQ(head, "mdat") << "an ordinary movie, not one that grew and was left";
+
+    ASSERT_NO_FATAL_FAILURE(mountMovies("size=64m"));
+    expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, ADiskThatIsFullFromTheBeginningLeavesNoMovie)
+{
+    if (!surroundings.canMount())
+        GTEST_SKIP() << "this system lets nobody mount a volume for himself";
+    ASSERT_NO_FATAL_FAILURE(mountMovies("size=64k"));
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    error = "error Cannot write the movie \"" + movie.string() + "\": No space left on device";
+    startRecording();
+    ASSERT_TRUE(delegate->waitFor(error));
+    stopRecording();
+    EXPECT_FALSE(std::filesystem::exists(movie));
+    ASSERT_NO_FATAL_FAILURE(mountMovies("size=64m"));
+    expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, AFolderWithoutPermissionIsTold)
+{
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    std::filesystem::permissions(movies, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    error = "error Cannot create the movie \"" + movie.string() + "\": Permission denied";
+    startRecording();
+    ASSERT_TRUE(delegate->waitFor(error));
+    EXPECT_TRUE(waitForPictures(10)) << "the picture goes on";
+    stopRecording();
+    EXPECT_FALSE(std::filesystem::exists(movie));
+
+    std::filesystem::permissions(movies, std::filesystem::perms::owner_all);
+    expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, AFolderThatIsRemovedMeanwhileIsTold)
+{
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    error = "error Cannot write the movie \"" + movie.string() + "\": No such file or directory";
+    startRecording();
+    ASSERT_TRUE(waitForPictures(30));
+    std::filesystem::remove_all(movies);
+    ASSERT_TRUE(delegate->waitFor(error));
+    EXPECT_TRUE(waitForPictures(10)) << "the picture goes on";
+    stopRecording();
+    EXPECT_FALSE(std::filesystem::exists(movies));
+
+    std::filesystem::create_directories(movies);
+    expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, ANameThatIsAFolderIsToldAndTheFolderStays)
+{
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    std::filesystem::create_directory(movie);
+    std::ofstream(movie / "precious") << "precious";
+    error = "error Cannot create the movie \"" + movie.string() + "\": Is a directory";
+    startRecording();
+    ASSERT_TRUE(delegate->waitFor(error));
+    EXPECT_TRUE(waitForPictures(10)) << "the picture goes on";
+    stopRecording();
+    EXPECT_EQ(std::filesystem::file_size(movie / "precious"), 8U);
+
+    std::filesystem::remove_all(movie);
+    expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, AReplacedMovieCanBeHadBackFromTheTrashOfItsVolume)
+{
+    if (!surroundings.canMount())
+        GTEST_SKIP() << "this system lets nobody mount a volume for himself";
+    ASSERT_NO_FATAL_FAILURE(mountMovies("size=64m"));
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    std::string bytes[3];
+    for (auto& written : bytes) {
+        startRecording();
+        ASSERT_TRUE(waitForPictures(15));
+        stopRecording();
+        expectPlayable();
+        written = outputOf("sha256sum <'" + movie.string() + "'");
+    }
+    const auto trash = movies / (".Trash-" + std::to_string(getuid()));
+    const auto name = movie.stem().string();
+    EXPECT_EQ(outputOf("sha256sum <'" + (trash / "files" / (name + ".mov")).string() + "'"), bytes[0]);
+    EXPECT_EQ(outputOf("sha256sum <'" + (trash / "files" / (name + ".2.mov")).string() + "'"), bytes[1]);
+    EXPECT_TRUE(std::filesystem::exists(trash / "info" / (name + ".mov.trashinfo")));
+    EXPECT_TRUE(std::filesystem::exists(trash / "info" / (name + ".2.mov.trashinfo")));
+    EXPECT_NE(bytes[0], bytes[2]);
+}
+
+TEST_F(RecordingFailure, AStopOfTheSessionLeavesAnOrdinaryMovie)
+{
+    ASSERT_NO_FATAL_FAILURE(setUpSession());
+    startRecording();
+    ASSERT_TRUE(waitForPictures(30));
+    controller->stopAndTearDownCaptureSession();
+    EXPECT_FALSE(controller->recordingInProgress());
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(std::chrono::seconds(20)));
+    expectPlayable();
+    EXPECT_EQ(outputOf("head -c 28 '" + movie.string() + "' | tail -c 4"), "mdat");
+}
+
+}
