@@ -4,6 +4,8 @@
 #include "Platform/Foundation/NSLog.h"
 #include "WithRequirements/Requirements.h"
 
+#include <bit>
+
 namespace {
 
 const std::initializer_list<std::string_view> affectingSelectedVideoDevice { "videoDeviceInput" };
@@ -74,7 +76,7 @@ AVCaptureFilteredMovieWriterController::~AVCaptureFilteredMovieWriterController(
 
 CMVideoDimensions AVCaptureFilteredMovieWriterController::videoDimensions() const
 {
-    return _videoDimensions;
+    return std::bit_cast<CMVideoDimensions>(_videoDimensions.load());
 }
 
 void AVCaptureFilteredMovieWriterController::setRecordingState(std::uint64_t state)
@@ -167,7 +169,7 @@ void AVCaptureFilteredMovieWriterController::videoSampleBufferCame(
     CMFormatDescriptionRef description = CMSampleBufferGetFormatDescription(processedSampleBuffer);
     calculateFramerateAtTimestamp(CMSampleBufferGetPresentationTimeStamp(processedSampleBuffer));
     if (videoDimensions() == CMVideoDimensions {})
-        _videoDimensions = CMVideoFormatDescriptionGetDimensions(description);
+        _videoDimensions = std::bit_cast<std::uint64_t>(CMVideoFormatDescriptionGetDimensions(description));
     if (_videoType == 0)
         _videoType = CMFormatDescriptionGetMediaSubType(description);
     if (isPresent(assetWriter()))

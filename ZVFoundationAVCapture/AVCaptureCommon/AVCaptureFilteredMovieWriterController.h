@@ -158,7 +158,7 @@ private:
     std::atomic<FourCharCode> _videoType { 0 };
     std::atomic<std::uint64_t> _recordingState { AVVideoCaptureRecording_NotRecording };
     std::atomic<double> _videoFrameRate { 0 };
-    std::atomic<CMVideoDimensions> _videoDimensions { CMVideoDimensions {} };
+    std::atomic<std::uint64_t> _videoDimensions { 0 }; ///< the bits of a CMVideoDimensions: one word for every compiler
     AVCaptureAtomicReference<NSURL> _movieURL;
     AVCaptureAtomicReference<NSMutableArray> _previousSecondTimestamps;
     AVCaptureAtomicReference<AVCaptureAudioDataOutput> _audioDataOutput;
