@@ -20,13 +20,16 @@ enum AVCaptureDevicePosition : long {
 inline CFString* const AVCaptureDeviceWasConnectedNotification = CFSTR("AVCaptureDeviceWasConnectedNotification");
 /// Posted on the main queue, about the device, when a camera or microphone has gone.
 inline CFString* const AVCaptureDeviceWasDisconnectedNotification = CFSTR("AVCaptureDeviceWasDisconnectedNotification");
+/// Posted on the main queue, about nothing, when another microphone than before is the system's default one.
+inline CFString* const AVCaptureDeviceDefaultMicrophoneChangedNotification
+    = CFSTR("AVCaptureDeviceDefaultMicrophoneChangedNotification");
 
 /// A camera or a microphone of the machine.
 ///
-/// Cameras come from PipeWire and V4L2, microphones from PipeWire, PulseAudio and ALSA. What plays sound is no
-/// microphone, and this system's own virtual camera is no camera. When the machine has no camera there is one named
-/// "Test Picture" (see TestPictureCounter.h), and when it has no microphone there is one named "Silence"; each stands
-/// last in its list and goes as soon as a real one comes.
+/// Cameras come from PipeWire and V4L2, microphones from PipeWire, PulseAudio and ALSA, each device once. What plays
+/// sound is no microphone, and this system's own virtual camera is no camera. When the machine has no camera there is
+/// one named "Test Picture" (see TestPictureCounter.h), and when it has no microphone there is one named "Silence";
+/// each stands last in its list and goes as soon as a real one comes.
 ///
 /// One device is one object for as long as it is attached. Any thread may use it.
 class AVCaptureDevice : public NSObject {
@@ -43,11 +46,13 @@ public:
         AVMediaType mediaType = AVMediaTypeVideo;
         AVCaptureDevicePosition position = AVCaptureDevicePositionUnspecified;
         std::vector<Ref<AVCaptureDeviceFormat>> formats;
+        bool isColourless = false; ///< a camera that sees infrared, for recognising faces, not for pictures of them
     };
     AVCaptureDevice(Properties properties, SourceMaker makeSource);
 
-    /// The devices of one kind, in the order in which they came, kept by the innermost pool. `AVMediaTypeMuxed` lists
-    /// none: no host interface offers sound and picture as one device.
+    /// The devices of one kind, in the order in which they came, but the system's default microphone first and cameras
+    /// without colours last; kept by the innermost pool. `AVMediaTypeMuxed` lists none: no host interface offers sound
+    /// and picture as one device.
     ///
     /// The first call waits, two seconds at most, until the host has named what is attached.
     /// Fail points: "AVCaptureDevice.devicesWithMediaType" gives null; "AVCaptureDevice.none" takes every device away.

@@ -48,7 +48,7 @@ void CaptureDeviceList::begin()
             return;
     }
     dispatch_async(mQueue, [this] {
-        mMonitor = std::make_unique<GStreamerDeviceMonitor>(*this);
+        mMonitor = std::make_shared<GStreamerDeviceMonitor>(*this, mQueue);
         mMonitor->start();
         const std::lock_guard lock(mLock);
         mState = State::Answered;
@@ -64,6 +64,10 @@ std::vector<Ref<AVCaptureDevice>> CaptureDeviceList::devices(AVMediaType mediaTy
     std::vector<Ref<AVCaptureDevice>> result;
     std::ranges::copy_if(mDevices, std::back_inserter(result),
         [mediaType](const Ref<AVCaptureDevice>& device) { return device->hasMediaType(mediaType); });
+    std::stable_partition(result.begin(), result.end(),
+        [this](const Ref<AVCaptureDevice>& device) { return device->properties().uniqueID == mDefaultMicrophone; });
+    std::stable_partition(result.begin(), result.end(),
+        [](const Ref<AVCaptureDevice>& device) { return !device->properties().isColourless; });
     if (const auto& other = standIn(mediaType); other && result.empty())
         result.push_back(other);
     return result;
@@ -109,6 +113,13 @@ void CaptureDeviceList::deviceWent(AVCaptureDevice* device)
     post(AVCaptureDeviceWasDisconnectedNotification, gone);
 }
 
+void CaptureDeviceList::setDefaultMicrophone(const std::string& uniqueID)
+{
+    const std::lock_guard lock(mLock);
+    if (std::exchange(mDefaultMicrophone, uniqueID) != uniqueID && mState == State::Answered)
+        post(AVCaptureDeviceDefaultMicrophoneChangedNotification, nullptr);
+}
+
 std::string CaptureDeviceList::unusedIdentifier(const std::string& uniqueID)
 {
     const std::lock_guard lock(mLock);
@@ -132,6 +143,7 @@ void CaptureDeviceList::removeAll()
 {
     const std::lock_guard lock(mLock);
     mDevices.clear();
+    mDefaultMicrophone.clear();
 }
 
 bool CaptureDeviceList::hasReal(AVMediaType mediaType) const

@@ -30,6 +30,8 @@ public:
     /// A device has come or gone; posts the notification unless the host's first answer is still being given.
     void deviceCame(Ref<AVCaptureDevice> device);
     void deviceWent(AVCaptureDevice* device);
+    /// The identifier of the system's default microphone, attached or not; empty when it has none.
+    void setDefaultMicrophone(const std::string& uniqueID);
     /// \p uniqueID, or with a number behind it when an attached device has it already.
     std::string unusedIdentifier(const std::string& uniqueID);
 
@@ -46,8 +48,9 @@ private:
     enum class State { Idle, Asking, Answered } mState = State::Idle;
     bool mUsesHost = true;
     std::vector<Ref<AVCaptureDevice>> mDevices;
+    std::string mDefaultMicrophone;
     const Ref<AVCaptureDevice> mTestPicture;
     const Ref<AVCaptureDevice> mSilence;
     Ref<dispatch_queue> mQueue;
-    std::unique_ptr<GStreamerDeviceMonitor> mMonitor;
+    std::shared_ptr<GStreamerDeviceMonitor> mMonitor;
 };

@@ -3,6 +3,7 @@
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/AVFoundation/GStreamerAudioSource.h"
 #include "Platform/AVFoundation/GStreamerVideoSource.h"
+#include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/Foundation/NSBundle.h"
 
 #include <algorithm>
@@ -40,9 +41,78 @@ public:
         return {};
     }
 
+    bool isTrue(const char* key) const
+    {
+        gboolean value = FALSE;
+        return mProperties && gst_structure_get_boolean(mProperties.get(), key, &value) && value;
+    }
+
 private:
     const GstStructureOwner mProperties;
 };
+
+/// What is the same for the device each time it is attached.
+std::string identityOf(GstDevice* device, const Facts& facts, const std::string& name)
+{
+    auto identity = facts.first({ "node.name" });
+    if (identity.empty() && g_object_class_find_property(G_OBJECT_GET_CLASS(device), "internal-name")) {
+        gchar* text = nullptr;
+        g_object_get(device, "internal-name", &text, nullptr);
+        const GTextOwner owner(text);
+        identity = text ? text : "";
+    }
+    if (identity.empty())
+        identity = facts.first({ "device.serial", "device.bus_path", "sysfs.path", "device.path", "object.path" });
+    return identity.empty() ? name : identity;
+}
+
+HostDeviceChoice::Library libraryOf(GstDevice* device)
+{
+    using Library = HostDeviceChoice::Library;
+    static constexpr std::pair<std::string_view, Library> types[] {
+        { "GstPipeWireDevice", Library::PipeWire },
+        { "GstV4l2Device", Library::V4L2 },
+        { "GstPulseDevice", Library::PulseAudio },
+        { "GstAlsaDevice", Library::ALSA },
+    };
+    const std::string_view type = G_OBJECT_TYPE_NAME(device);
+    for (const auto& [name, library] : types)
+        if (type.starts_with(name))
+            return library;
+    return Library::Other;
+}
+
+/// The device file of a camera that V4L2 reads, whoever names it.
+std::string devicePath(const Facts& facts)
+{
+    constexpr std::string_view prefix = "v4l2:";
+    const auto path = facts.first({ "api.v4l2.path", "device.path", "object.path" });
+    return path.starts_with(prefix) ? path.substr(prefix.size()) : path;
+}
+
+/// Whether every form that the camera offers is without colours, as those of the cameras that recognise faces are.
+bool isColourless(const GstCaps* caps)
+{
+    const auto isGrey = [](const GValue* format) {
+        return format && G_VALUE_HOLDS_STRING(format) && g_str_has_prefix(g_value_get_string(format), "GRAY");
+    };
+    const auto size = caps && !gst_caps_is_any(caps) ? gst_caps_get_size(caps) : 0;
+    for (guint i = 0; i < size; ++i) {
+        const auto* const structure = gst_caps_get_structure(caps, i);
+        const auto* const format = gst_structure_get_value(structure, "format");
+        if (!gst_structure_has_name(structure, "video/x-raw") || !format)
+            return false;
+        if (!GST_VALUE_HOLDS_LIST(format)) {
+            if (!isGrey(format))
+                return false;
+            continue;
+        }
+        for (guint each = 0; each < gst_value_list_get_size(format); ++each)
+            if (!isGrey(gst_value_list_get_value(format, each)))
+                return false;
+    }
+    return size > 0;
+}
 
 /// Whether the device records what is played elsewhere.
 bool isMonitor(const Facts& facts)
@@ -81,12 +151,22 @@ Ref<AVCaptureDeviceFormat> audioFormat()
 
 }
 
+void GStreamerDeviceMonitor::ProviderDeleter::operator()(GstDeviceProvider* provider) const noexcept
+{
+    gst_object_unref(provider);
+}
+
+GStreamerDeviceMonitor::GStreamerDeviceMonitor(CaptureDeviceList& list, Ref<dispatch_queue> queue)
+    : mList(list)
+    , mQueue(std::move(queue))
+{
+}
+
 GStreamerDeviceMonitor::~GStreamerDeviceMonitor()
 {
-    if (!mMonitor)
-        return;
-    gst_device_monitor_stop(mMonitor);
-    gst_object_unref(mMonitor);
+    mPipeWire = nullptr;
+    for (auto& provider : mProviders)
+        stopProvider(provider);
 }
 
 void GStreamerDeviceMonitor::start()
@@ -96,10 +176,49 @@ void GStreamerDeviceMonitor::start()
         const GErrorOwner error(failure);
         return;
     }
-    mMonitor = gst_device_monitor_new();
-    gst_device_monitor_add_filter(mMonitor, "Video/Source", nullptr);
-    gst_device_monitor_add_filter(mMonitor, "Audio/Source", nullptr);
-    const GstOwned<GstBus> bus(gst_device_monitor_get_bus(mMonitor));
+    findProviders();
+    mPipeWire = std::make_unique<PipeWireWatch>(PipeWireWatch::Listener {
+        [this](bool isConnected) {
+            dispatch_async(mQueue, [weakSelf = weak_from_this(), isConnected] {
+                if (const auto self = weakSelf.lock())
+                    self->pipeWireConnectionChanged(isConnected);
+            });
+        },
+        [this](const std::string& nodeName) { mList.setDefaultMicrophone(nodeName); },
+    });
+    mPipeWire->start();
+    // PipeWire's first: what it serves hides the others from the beginning. Where none runs there is nothing to find.
+    std::stable_partition(mProviders.begin(), mProviders.end(), [](const Provider& each) { return each.isPipeWire; });
+    for (auto& provider : mProviders)
+        startProvider(provider);
+    {
+        const std::lock_guard lock(mLock);
+        mIsStarting = false;
+    }
+    tellChanges();
+}
+
+void GStreamerDeviceMonitor::findProviders()
+{
+    GList* const factories = gst_device_provider_factory_list_get_device_providers(static_cast<GstRank>(1));
+    for (const GList* each = factories; each; each = each->next) {
+        auto* const factory = static_cast<GstDeviceProviderFactory*>(each->data);
+        if (!gst_device_provider_factory_has_classes(factory, "Source/Video")
+            && !gst_device_provider_factory_has_classes(factory, "Source/Audio"))
+            continue;
+        Provider found;
+        found.provider.reset(gst_device_provider_factory_get(factory));
+        found.isPipeWire = g_strcmp0(GST_OBJECT_NAME(factory), "pipewiredeviceprovider") == 0;
+        if (found.provider)
+            mProviders.push_back(std::move(found));
+    }
+    gst_plugin_feature_list_free(factories);
+}
+
+void GStreamerDeviceMonitor::startProvider(Provider& provider)
+{
+    auto* const host = provider.provider.get();
+    const GstOwned<GstBus> bus(gst_device_provider_get_bus(host));
     gst_bus_set_sync_handler(
         bus.get(),
         [](GstBus*, GstMessage* message, gpointer self) {
@@ -108,8 +227,11 @@ void GStreamerDeviceMonitor::start()
             return GST_BUS_DROP;
         },
         this, nullptr);
-    gst_device_monitor_start(mMonitor);
-    GList* const devices = gst_device_monitor_get_devices(mMonitor);
+    // One that cannot watch is asked once.
+    provider.isStarted = gst_device_provider_can_monitor(host) && gst_device_provider_start(host);
+    if (!provider.isStarted && provider.isPipeWire)
+        return;
+    GList* const devices = gst_device_provider_get_devices(host);
     for (const GList* each = devices; each; each = each->next) {
         const GstOwned<GstDevice> device(GST_DEVICE(each->data));
         came(device.get());
@@ -117,49 +239,118 @@ void GStreamerDeviceMonitor::start()
     g_list_free(devices);
 }
 
+void GStreamerDeviceMonitor::stopProvider(Provider& provider)
+{
+    auto* const host = provider.provider.get();
+    if (std::exchange(provider.isStarted, false))
+        gst_device_provider_stop(host);
+    const GstOwned<GstBus> bus(gst_device_provider_get_bus(host));
+    gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
+}
+
+void GStreamerDeviceMonitor::pipeWireConnectionChanged(bool isConnected)
+{
+    assertOnQueue(mQueue);
+    for (auto& provider : mProviders) {
+        if (!provider.isPipeWire)
+            continue;
+        // What was connected at the start has been told by then.
+        if (isConnected && provider.isStarted)
+            continue;
+        stopProvider(provider);
+        if (isConnected)
+            startProvider(provider);
+    }
+    if (!isConnected) {
+        const std::lock_guard lock(mLock);
+        mChoice.wentAll(HostDeviceChoice::Library::PipeWire);
+    }
+    tellChanges();
+}
+
 void GStreamerDeviceMonitor::handle(GstMessage* message)
 {
     const AutoreleasePool pool;
     GstDevice* device = nullptr;
-    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_DEVICE_ADDED) {
+    GstDevice* before = nullptr;
+    switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_DEVICE_ADDED:
         gst_message_parse_device_added(message, &device);
-        const GstOwned<GstDevice> owner(device);
         came(device);
-    } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_DEVICE_REMOVED) {
+        break;
+    case GST_MESSAGE_DEVICE_REMOVED:
         gst_message_parse_device_removed(message, &device);
-        const GstOwned<GstDevice> owner(device);
         went(device);
+        break;
+    case GST_MESSAGE_DEVICE_CHANGED:
+        gst_message_parse_device_changed(message, &device, &before);
+        changed(before, device);
+        break;
+    default:
+        return;
     }
+    const GstOwned<GstDevice> owner(device);
+    const GstOwned<GstDevice> ownerBefore(before);
+    tellChanges();
 }
 
 void GStreamerDeviceMonitor::came(GstDevice* device)
 {
     const std::lock_guard lock(mLock);
-    if (mDevices.contains(device))
-        return;
+    if (gst_device_has_classes(device, "Audio"))
+        mChoice.doesSound(libraryOf(device));
     auto made = makeDevice(device);
     if (!made)
         return;
+    if (Facts(device).isTrue("is-default"))
+        mList.setDefaultMicrophone(made->properties().uniqueID);
     // The object keeps the host's device, so its address stays its own.
-    mDevices.emplace(device, made);
-    mList.deviceCame(std::move(made));
+    mChoice.came(device, { libraryOf(device), devicePath(Facts(device)), std::move(made) }, HostClock::nanoseconds(),
+        !mIsStarting);
 }
 
 void GStreamerDeviceMonitor::went(GstDevice* device)
 {
     const std::lock_guard lock(mLock);
-    const auto found = mDevices.find(device);
-    if (found == mDevices.end())
+    mChoice.went(device);
+}
+
+void GStreamerDeviceMonitor::changed(GstDevice* before, GstDevice* after)
+{
+    // The same device with other properties; of those only one matters later on.
+    const std::lock_guard lock(mLock);
+    mChoice.rename(before, after);
+    const auto* const device = mChoice.device(after);
+    if (device && Facts(after).isTrue("is-default"))
+        mList.setDefaultMicrophone(device->properties().uniqueID);
+}
+
+void GStreamerDeviceMonitor::tellChanges()
+{
+    const AutoreleasePool pool;
+    const std::lock_guard lock(mLock);
+    if (mIsStarting)
         return;
-    mList.deviceWent(found->second);
-    mDevices.erase(found);
+    const auto now = HostClock::nanoseconds();
+    const auto changes = mChoice.changes(now);
+    for (const auto& device : changes.came)
+        mList.deviceCame(device);
+    for (const auto& device : changes.went)
+        mList.deviceWent(device);
+    if (const auto time = mChoice.nextTime(); time > now)
+        dispatch_after(static_cast<dispatch_time_t>(time), mQueue, [weakSelf = weak_from_this()] {
+            if (const auto self = weakSelf.lock())
+                self->tellChanges();
+        });
 }
 
 Ref<AVCaptureDevice> GStreamerDeviceMonitor::makeDevice(GstDevice* device)
 {
     const bool isVideo = gst_device_has_classes(device, "Video/Source");
     const Facts facts(device);
-    if (isOwnCamera(facts.first({ "node.name" })) || (!isVideo && isMonitor(facts)))
+    if (!isVideo && (!gst_device_has_classes(device, "Audio/Source") || isMonitor(facts)))
+        return nullptr;
+    if (isOwnCamera(facts.first({ "node.name" })))
         return nullptr;
     const GTextOwner name(gst_device_get_display_name(device));
     AVCaptureDevice::Properties properties;
@@ -167,10 +358,10 @@ Ref<AVCaptureDevice> GStreamerDeviceMonitor::makeDevice(GstDevice* device)
     properties.manufacturer
         = facts.first({ "device.vendor.name", "device.vendor", "api.v4l2.cap.manufacturer", "udev-probed.vendor" });
     properties.mediaType = isVideo ? AVMediaTypeVideo : AVMediaTypeAudio;
-    const auto identity
-        = facts.first({ "node.name", "device.serial", "device.bus_path", "sysfs.path", "device.path", "object.path" });
-    properties.uniqueID = mList.unusedIdentifier(identity.empty() ? properties.localizedName : identity);
+    properties.uniqueID = mChoice.unusedIdentifier(identityOf(device, facts, properties.localizedName));
     properties.formats = isVideo ? videoFormats(device) : std::vector { audioFormat() };
+    const GstCapsOwner caps(gst_device_get_caps(device));
+    properties.isColourless = isVideo && isColourless(caps.get());
 
     const std::shared_ptr<GstDevice> host(static_cast<GstDevice*>(gst_object_ref(device)), GstObjectDeleter {});
     if (isVideo)

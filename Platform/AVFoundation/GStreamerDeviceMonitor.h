@@ -1,23 +1,25 @@
 #pragma once
 
-#include "Platform/AVFoundation/AVCaptureDevice.h"
+#include "Platform/AVFoundation/HostDeviceChoice.h"
+#include "Platform/AVFoundation/PipeWireWatch.h"
+#include "Platform/dispatch/dispatch.h"
 
-#include <map>
+#include <memory>
 #include <mutex>
 
 class CaptureDeviceList;
-using GstDeviceMonitor = struct _GstDeviceMonitor;
+using GstDeviceProvider = struct _GstDeviceProvider;
 using GstDevice = struct _GstDevice;
-using GstBus = struct _GstBus;
 using GstMessage = struct _GstMessage;
 
 /// Watches the host's cameras and microphones and tells the list of devices what comes and goes.
-class GStreamerDeviceMonitor {
+///
+/// GStreamer's providers of devices are asked one by one, because the one for PipeWire notices neither that PipeWire
+/// has ended nor that it runs again: it is started anew whenever PipeWire is.
+class GStreamerDeviceMonitor : public std::enable_shared_from_this<GStreamerDeviceMonitor> {
 public:
-    explicit GStreamerDeviceMonitor(CaptureDeviceList& list)
-        : mList(list)
-    {
-    }
+    /// \param queue  where providers are started and stopped, which may take its time
+    GStreamerDeviceMonitor(CaptureDeviceList& list, Ref<dispatch_queue> queue);
     ~GStreamerDeviceMonitor();
     GStreamerDeviceMonitor(const GStreamerDeviceMonitor&) = delete;
     GStreamerDeviceMonitor& operator=(const GStreamerDeviceMonitor&) = delete;
@@ -26,13 +28,30 @@ public:
     void start();
 
 private:
+    struct ProviderDeleter {
+        void operator()(GstDeviceProvider* provider) const noexcept;
+    };
+    struct Provider {
+        std::unique_ptr<GstDeviceProvider, ProviderDeleter> provider;
+        bool isPipeWire = false;
+        bool isStarted = false;
+    };
+    void findProviders();
+    void startProvider(Provider& provider);
+    void stopProvider(Provider& provider);
+    void pipeWireConnectionChanged(bool isConnected);
     void handle(GstMessage* message);
     void came(GstDevice* device);
     void went(GstDevice* device);
+    void changed(GstDevice* before, GstDevice* after);
+    void tellChanges();
     Ref<AVCaptureDevice> makeDevice(GstDevice* device);
 
     CaptureDeviceList& mList;
-    GstDeviceMonitor* mMonitor = nullptr;
+    const Ref<dispatch_queue> mQueue;
+    std::vector<Provider> mProviders; ///< belongs to the queue
+    std::unique_ptr<PipeWireWatch> mPipeWire;
     std::mutex mLock;
-    std::map<GstDevice*, Ref<AVCaptureDevice>> mDevices;
+    HostDeviceChoice mChoice;
+    bool mIsStarting = true;
 };

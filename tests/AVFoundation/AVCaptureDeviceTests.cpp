@@ -79,6 +79,41 @@ TEST_F(AVCaptureDeviceTest, ArrivalAndDepartureAreToldOnTheMainQueueTheStandInsT
     center->removeObserver(went.get());
 }
 
+TEST_F(AVCaptureDeviceTest, TheDefaultMicrophoneIsFirstAndAnotherOneIsTold)
+{
+    auto& list = CaptureDeviceList::shared();
+    for (const auto* const name : { "First", "Second", "Third" })
+        list.deviceCame(makeDevice(name, AVMediaTypeAudio));
+    int heard = 0;
+    const auto token = NSNotificationCenter::defaultCenter()->addObserverForName_object_queue_usingBlock(
+        AVCaptureDeviceDefaultMicrophoneChangedNotification, nullptr, nullptr, [&heard](NSNotification*) { ++heard; });
+    EXPECT_EQ(names(AVMediaTypeAudio), (Names { "First", "Second", "Third" }));
+    list.setDefaultMicrophone("Third");
+    EXPECT_EQ(names(AVMediaTypeAudio), (Names { "Third", "First", "Second" }));
+    list.setDefaultMicrophone("Third");
+    list.setDefaultMicrophone("Elsewhere");
+    EXPECT_EQ(names(AVMediaTypeAudio), (Names { "First", "Second", "Third" }));
+    EXPECT_EQ(heard, 0);
+    DispatchMain::drain();
+    EXPECT_EQ(heard, 2);
+    NSNotificationCenter::defaultCenter()->removeObserver(token.get());
+}
+
+TEST_F(AVCaptureDeviceTest, CamerasWithoutColoursAreLast)
+{
+    AVCaptureDevice::Properties properties;
+    properties.uniqueID = properties.localizedName = "Infrared";
+    properties.mediaType = AVMediaTypeVideo;
+    properties.isColourless = true;
+    auto& list = CaptureDeviceList::shared();
+    list.deviceCame(
+        make<AVCaptureDevice>(std::move(properties), [](CaptureSink&) { return std::unique_ptr<CaptureSource>(); }));
+    EXPECT_EQ(names(AVMediaTypeVideo), Names { "Infrared" });
+    list.deviceCame(makeDevice("Camera", AVMediaTypeVideo));
+    list.deviceCame(makeDevice("Another", AVMediaTypeVideo));
+    EXPECT_EQ(names(AVMediaTypeVideo), (Names { "Camera", "Another", "Infrared" }));
+}
+
 TEST_F(AVCaptureDeviceTest, IdentifiersAreUniqueAndFindTheDevice)
 {
     auto& list = CaptureDeviceList::shared();
