@@ -1,6 +1,8 @@
 #include "Platform/AVFoundation/AVCaptureAudioDataOutput.h"
 
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
+#include "Platform/AVFoundation/SoundTimeline.h"
+#include "Platform/CoreFoundation/HostClock.h"
 
 #include <cstring>
 
@@ -12,6 +14,10 @@ NS_IMPLEMENTATION(AVCaptureAudioDataOutput, AVCaptureOutput)
 namespace {
 
 constexpr std::int32_t timescale = 1'000'000'000;
+static_assert(AVCaptureAudioDataOutput::sampleRate == SoundResampler::outputRate);
+static_assert(AVCaptureAudioDataOutput::channels == SoundResampler::channels);
+/// What may wait for the delegate before more is thrown away: five seconds, a megabyte.
+constexpr std::size_t mostWaitingFrames = std::size_t { 5 } * AVCaptureAudioDataOutput::sampleRate;
 constexpr std::uint32_t bytesPerFrame = AVCaptureAudioDataOutput::channels * sizeof(std::int16_t);
 /// The host's tag of two channels, left and right.
 constexpr std::uint32_t stereoLayoutTag = 101U << 16 | 2;
@@ -36,38 +42,94 @@ Ref<CMFormatDescription> makeFormat()
 
 }
 
+AVCaptureAudioDataOutput::AVCaptureAudioDataOutput()
+    : mTimeline(std::make_unique<SoundTimeline>(
+        [this](std::span<const std::int16_t> samples, std::int64_t hostTime) { post(samples, hostTime); }))
+{
+}
+
+AVCaptureAudioDataOutput::~AVCaptureAudioDataOutput() = default;
+
 void AVCaptureAudioDataOutput::setSampleBufferDelegate_queue(NSObject* delegate, dispatch_queue_t queue)
 {
     mReceiver.set(delegate, queue);
 }
 
-void AVCaptureAudioDataOutput::deliver(std::vector<std::byte> samples, std::int64_t hostTime)
+void AVCaptureAudioDataOutput::setDelivering(bool delivers)
+{
+    const std::lock_guard lock(mLock);
+    if (delivers == mDelivers)
+        return;
+    mDelivers = delivers;
+    if (!delivers) {
+        if (mTimer)
+            dispatch_source_cancel(mTimer);
+        mTimer = nullptr;
+        return;
+    }
+    const std::int64_t now = HostClock::nanoseconds();
+    mTimeline->begin(now);
+    if (!mTimerQueue)
+        mTimerQueue = dispatch_queue_create("AVCaptureAudioDataOutput");
+    mTimer = dispatch_source_create_timer(mTimerQueue);
+    if (!mTimer)
+        return;
+    dispatch_source_set_timer(
+        mTimer, static_cast<dispatch_time_t>(now + SoundTimeline::tickInterval), SoundTimeline::tickInterval, 0);
+    dispatch_source_set_event_handler(mTimer, [weakSelf = WeakRef { this }] {
+        if (const auto self = weakSelf.strongReference())
+            self->tick();
+    });
+    dispatch_resume(mTimer);
+}
+
+void AVCaptureAudioDataOutput::tick()
 {
     const AutoreleasePool pool;
-    const auto queue = mReceiver.queue();
+    const std::lock_guard lock(mLock);
+    // Without a microphone in the session there is nothing to be silent.
+    if (mDelivers && connectionWithMediaType(AVMediaTypeAudio))
+        mTimeline->tick(HostClock::nanoseconds());
+}
+
+void AVCaptureAudioDataOutput::deliver(std::uint64_t source, std::span<const std::byte> samples, std::int64_t hostTime)
+{
+    const AutoreleasePool pool;
+    const std::lock_guard lock(mLock);
+    if (!mDelivers || source < mSource)
+        return;
+    if (std::exchange(mSource, source) != source)
+        mTimeline->deviceChanged();
+    std::vector<std::int16_t> values(samples.size() / bytesPerFrame * channels);
+    std::memcpy(values.data(), samples.data(), values.size() * sizeof(std::int16_t));
+    mTimeline->push(values, hostTime, HostClock::nanoseconds());
+}
+
+void AVCaptureAudioDataOutput::post(std::span<const std::int16_t> samples, std::int64_t hostTime)
+{
     const Ref<AVCaptureConnection> connection(connectionWithMediaType(AVMediaTypeAudio));
-    if (!connection || samples.size() < bytesPerFrame)
+    if (!connection)
         return;
     // Whoever asks the connection for its level needs no delegate.
-    std::vector<std::int16_t> values(samples.size() / sizeof(std::int16_t));
-    std::memcpy(values.data(), samples.data(), values.size() * sizeof(std::int16_t));
-    connection->measure(values, channels);
-    if (!queue)
+    connection->measure(samples, channels);
+    const auto queue = mReceiver.queue();
+    const std::size_t frames = samples.size() / channels;
+    if (!queue || mWaitingFrames.load() + frames > mostWaitingFrames)
         return;
+    mWaitingFrames += frames;
 
-    Ref<CMFormatDescription> format;
-    {
-        const std::lock_guard lock(mFormatLock);
-        if (!mFormat)
-            mFormat = makeFormat();
-        format = mFormat;
-    }
+    if (!mFormat)
+        mFormat = makeFormat();
     CMSampleTimingInfo timing;
     timing.presentationTimeStamp = CMTimeMake(hostTime, timescale);
-    timing.duration = CMTimeMake(static_cast<std::int64_t>(samples.size() / bytesPerFrame), sampleRate);
-    const auto sample = make<CMSampleBuffer>(std::move(samples), format, timing);
-    dispatch_async(queue, [weakSelf = WeakRef { this }, sample, connection] {
-        if (const auto self = weakSelf.strongReference())
-            self->mReceiver.deliver(self, sample, connection);
+    timing.duration = CMTimeMake(static_cast<std::int64_t>(frames), sampleRate);
+    const auto bytes = std::as_bytes(samples);
+    const auto sample = make<CMSampleBuffer>(std::vector(bytes.begin(), bytes.end()), mFormat, timing);
+    dispatch_async(queue, [weakSelf = WeakRef { this }, frames, sample, connection] {
+        const auto self = weakSelf.strongReference();
+        if (!self)
+            return;
+        self->mWaitingFrames -= frames;
+        self->mReceiver.deliver(self, sample, connection);
     });
 }

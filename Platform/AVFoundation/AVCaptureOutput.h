@@ -17,6 +17,8 @@ public:
     AVCaptureConnection* connectionWithMediaType(AVMediaType mediaType) const;
     /// Set by the session.
     void setConnection(Ref<AVCaptureConnection> connection);
+    /// Told by the session when it begins to deliver and when it ends: nothing is delivered once that has returned.
+    virtual void setDelivering(bool /*delivers*/) { }
 
 private:
     mutable std::mutex mConnectionLock;

@@ -63,7 +63,7 @@ AVCaptureSession::AVCaptureSession()
 
 AVCaptureSession::~AVCaptureSession()
 {
-    mGraph->setDelivering(false);
+    setDelivering(false);
     mGraph->apply({}, {});
 }
 
@@ -124,6 +124,7 @@ void AVCaptureSession::addOutput(AVCaptureOutput* output)
             NSInvalidArgumentException, "The session has an output of this kind, or there is none to add.");
     const std::lock_guard lock(mLock);
     mOutputs.emplace_back(output);
+    output->setDelivering(mRunning);
     connect();
 }
 
@@ -135,6 +136,7 @@ void AVCaptureSession::removeOutput(AVCaptureOutput* output)
     if (const Ref<AVCaptureConnection> connection { output->connectionWithMediaType(output->mediaType()) })
         connection->setActive(false);
     output->setConnection(nullptr);
+    output->setDelivering(false);
     applyIfNotConfiguring();
 }
 
@@ -177,7 +179,7 @@ void AVCaptureSession::startRunning()
         if (mRunning)
             return;
         mRunning = true;
-        mGraph->setDelivering(true);
+        setDelivering(true);
         applyIfNotConfiguring();
     }
     NSNotificationCenter::defaultCenter()->postNotificationName_object(
@@ -191,7 +193,7 @@ void AVCaptureSession::stopRunning()
         if (!mRunning)
             return;
         mRunning = false;
-        mGraph->setDelivering(false);
+        setDelivering(false);
         mGraph->apply({}, {});
     }
     NSNotificationCenter::defaultCenter()->postNotificationName_object(
@@ -207,6 +209,13 @@ bool AVCaptureSession::isRunning() const
 void AVCaptureSession::waitUntilSettled() const
 {
     mGraph->waitUntilSettled();
+}
+
+void AVCaptureSession::setDelivering(bool delivers)
+{
+    mGraph->setDelivering(delivers);
+    for (const auto& output : mOutputs)
+        output->setDelivering(delivers);
 }
 
 void AVCaptureSession::connect()

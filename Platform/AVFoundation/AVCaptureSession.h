@@ -69,6 +69,8 @@ private:
     /// Gives every output the connection that its inputs make possible. With the lock.
     void connect();
     void applyIfNotConfiguring();
+    /// With the lock.
+    void setDelivering(bool delivers);
 
     mutable std::mutex mLock;
     int mConfiguring = 0;

@@ -21,12 +21,19 @@ bool CaptureLatch::waitFor(std::chrono::milliseconds longest) const
     return mOpened.wait_for(lock, longest, [this] { return mIsOpen; });
 }
 
+namespace {
+
+std::atomic<std::uint64_t> attempts { 0 };
+
+}
+
 CaptureAttempt::CaptureAttempt(Target target, std::function<void()> delivers, std::function<void(Ref<NSError>)> failed)
     : mTarget(std::move(target))
     , mVideoOutput(kindOf<AVCaptureVideoDataOutput>(mTarget.output))
     , mAudioOutput(kindOf<AVCaptureAudioDataOutput>(mTarget.output))
     , mDelivers(std::move(delivers))
     , mFailed(std::move(failed))
+    , mNumber(++attempts)
     , mLastArrival(HostClock::nanoseconds())
 {
 }
@@ -98,7 +105,7 @@ void CaptureAttempt::soundCame(std::vector<std::byte> samples, std::int64_t host
 {
     noteArrival();
     if (mAudioOutput && passes())
-        mAudioOutput->deliver(std::move(samples), hostTime);
+        mAudioOutput->deliver(mNumber, samples, hostTime);
 }
 
 void CaptureAttempt::sourceFailed(Ref<NSError> error)

@@ -67,6 +67,7 @@ private:
     AVCaptureAudioDataOutput* const mAudioOutput;
     const std::function<void()> mDelivers;
     const std::function<void(Ref<NSError>)> mFailed;
+    const std::uint64_t mNumber; ///< above those of the attempts before
     const std::shared_ptr<CaptureLatch> mClosed = std::make_shared<CaptureLatch>();
     std::atomic<bool> mIsGivenUp { false };
     std::atomic<bool> mHasDelivered { false };

@@ -271,11 +271,15 @@ TEST_F(AVCaptureSessionTest, TheSoundConnectionOffersLevelAndSamplesWithoutADele
     ASSERT_NE(connection, nullptr);
     EXPECT_EQ(connection->averagePowerLevel(), -160);
     EXPECT_TRUE(connection->latestSamples(100).empty());
-    constexpr std::int16_t half = 16384;
-    const std::vector<std::int16_t> loud(9600, half);
-    std::vector<std::byte> bytes(loud.size() * sizeof(std::int16_t));
-    std::memcpy(bytes.data(), loud.data(), bytes.size());
-    audioOutput->deliver(std::move(bytes), HostClock::nanoseconds());
+    const std::vector<std::int16_t> loud(1920, 16384);
+    HostClock::driveByHand(true);
+    session->startRunning();
+    for (int run = 0; run < 20; ++run) {
+        const auto taken = HostClock::nanoseconds();
+        HostClock::advance(20'000'000);
+        audioOutput->deliver(UINT64_MAX, std::as_bytes(std::span(loud)), taken);
+    }
+    HostClock::driveByHand(false);
     EXPECT_NEAR(connection->averagePowerLevel(), -6.02, 0.01);
     EXPECT_NEAR(connection->peakPowerLevel(), -6.02, 0.01);
     EXPECT_EQ(connection->latestSamples(3), (std::vector<float> { 0.5F, 0.5F, 0.5F }));

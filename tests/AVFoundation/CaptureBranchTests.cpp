@@ -156,8 +156,12 @@ TEST_F(CaptureBranchTest, TheRestWorksWhileOneDeviceDoesNot)
     session->startRunning();
     dispatch_sync(microphone.device()->queue(), [] {});
     ASSERT_TRUE(microphone.isOpen());
-    microphone.deliver();
+    for (int i = 0; i < 5; ++i) {
+        HostClock::advance(static_cast<std::int64_t>(step * 1e9));
+        microphone.deliver();
+    }
     EXPECT_TRUE(audio->waitFor(1));
+    EXPECT_GT(audioOutput->connectionWithMediaType(AVMediaTypeAudio)->peakPowerLevel(), -10);
     camera.setHangs(false);
 }
 
@@ -274,7 +278,7 @@ TEST_F(CaptureBranchTest, SilenceStandsInForAMicrophone)
     StandardErrorCapture log;
     session->startRunning();
     session->waitUntilSettled();
-    microphone.deliver();
+    pass(0.5, { &microphone });
     ASSERT_TRUE(audio->waitFor(1));
     auto* const connection = audioOutput->connectionWithMediaType(AVMediaTypeAudio);
     EXPECT_GT(connection->peakPowerLevel(), -10);

@@ -42,7 +42,7 @@ public:
     int interruptions() const { return read(&Script::interruptions); }
     bool isOpen() const { return read(&Script::sink) != nullptr; }
 
-    /// Brings one grey picture, or a fiftieth of a second of loud sound, if it is open.
+    /// Brings one grey picture, or a tenth of a second of loud sound, if it is open.
     void deliver()
     {
         const std::lock_guard lock(mScript->lock);
@@ -50,7 +50,8 @@ public:
         if (!sink)
             return;
         if (mDevice->hasMediaType(AVMediaTypeAudio)) {
-            sink->soundCame(std::vector<std::byte>(960 * 4, std::byte { 64 }), HostClock::nanoseconds());
+            constexpr std::int64_t tenth = 100'000'000;
+            sink->soundCame(std::vector<std::byte>(4800 * 4, std::byte { 64 }), HostClock::nanoseconds() - tenth);
         } else if (sink->admitPicture()) {
             Ref<CVPixelBuffer> picture;
             const auto dimensions = sink->requestedDimensions();
