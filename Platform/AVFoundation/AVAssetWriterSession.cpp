@@ -14,9 +14,14 @@ constexpr double fragmentSeconds = 0.5;
 /// They are surfaces of the pool that the view and the virtual camera draw from too: half of what it has.
 constexpr std::size_t mostWaitingPictures = 8;
 constexpr double mostWaitingSoundSeconds = 4;
-/// What the stamps of sound may be off before frames are cut or silence is put in, in seconds. Stamps tremble, and
-/// clocks of sound cards go their own way slowly.
-constexpr double soundTolerance = 0.04;
+/// What the stamps of sound may be off before frames are cut or silence is put in, in seconds. Stamps of some callers
+/// tremble, and clocks of sound cards go their own way slowly; where they did not until now, less is a gap.
+constexpr double mostSoundTolerance = 0.04;
+constexpr double leastSoundTolerance = 0.005;
+constexpr int runsUntilTrusted = 10;
+/// Sound that ends this much before the pictures, in seconds, is still on its way and becomes silence; when more is
+/// missing, nobody delivers any.
+constexpr double mostMissingAtTheEnd = 5;
 /// How long finishing waits: for the pictures that wait to be encoded, and for all together. The write queue, with
 /// every frame that comes meanwhile, stands still for that time.
 constexpr std::chrono::milliseconds timeForLatePictures { 80 };
@@ -200,13 +205,16 @@ bool AVAssetWriterSession::appendSound(CMSampleBufferRef sampleBuffer)
     const double rate = mSoundFormat->mSampleRate;
     const auto sinceStart = CMTimeSubtract(sampleBuffer->timing().presentationTimeStamp, mStartTime);
     const std::int64_t difference = rescale(sinceStart, std::lround(rate)) - static_cast<std::int64_t>(mSoundFrames);
-    const double tolerated = mSoundFrames == 0 ? 0 : rate * soundTolerance;
+    const double tolerated = toleratedSoundFrames();
     std::uint64_t silence = 0;
     std::size_t cut = 0;
     if (static_cast<double>(difference) > tolerated)
         silence = static_cast<std::uint64_t>(difference);
     else if (static_cast<double>(-difference) > tolerated)
         cut = static_cast<std::size_t>(-difference);
+    else
+        mSoundTremble = std::max(mSoundTremble, std::abs(difference));
+    ++mSoundRuns;
     const std::size_t frames = sampleBuffer->sampleCount();
     if (cut >= frames)
         return true;
@@ -216,6 +224,16 @@ bool AVAssetWriterSession::appendSound(CMSampleBufferRef sampleBuffer)
     mSoundFrames += silence + frames - cut;
     post(Sound { { bytes.begin(), bytes.end() }, static_cast<std::uint32_t>(frames - cut), silence });
     return true;
+}
+
+double AVAssetWriterSession::toleratedSoundFrames() const
+{
+    if (mSoundFrames == 0)
+        return 0;
+    const double most = mSoundFormat->mSampleRate * mostSoundTolerance;
+    if (mSoundRuns < runsUntilTrusted)
+        return most;
+    return std::min(most, mSoundFormat->mSampleRate * leastSoundTolerance + 2 * static_cast<double>(mSoundTremble));
 }
 
 void AVAssetWriterSession::post(Job job)
@@ -308,10 +326,12 @@ Ref<NSError> AVAssetWriterSession::write(Sound& sound)
         const std::uint64_t frames = std::min(sound.silence, oneSecond);
         mSoundTrack->appendSound(std::vector<std::byte>(frames * frameSize), static_cast<std::uint32_t>(frames));
         sound.silence -= frames;
+        mWrittenSoundFrames += frames;
         if (auto error = writeFragmentIfDue(fragmentSeconds))
             return error;
     }
     mSoundTrack->appendSound(sound.bytes, sound.frames);
+    mWrittenSoundFrames += sound.frames;
     return writeFragmentIfDue(fragmentSeconds);
 }
 
@@ -338,8 +358,22 @@ Ref<NSError> AVAssetWriterSession::writeRest()
         error = mEncoder->finish(output());
     if (mPictureTrack)
         mPictureTrack->endPictures(mLastPictureEnd);
+    if (mPictureTrack && mSoundTrack && !error && !mPendingError)
+        error = writeMissingSound();
     const auto fileError = mFile->writeFragment();
     return error ? error : fileError;
+}
+
+Ref<NSError> AVAssetWriterSession::writeMissingSound()
+{
+    const std::uint64_t rate = mSoundTrack->timescale();
+    const std::uint64_t end
+        = (mLastPictureEnd * rate + AVAssetWriterTrack::pictureTimescale - 1) / AVAssetWriterTrack::pictureTimescale;
+    if (mWrittenSoundFrames == 0 || end <= mWrittenSoundFrames
+        || static_cast<double>(end - mWrittenSoundFrames) > mostMissingAtTheEnd * static_cast<double>(rate))
+        return nullptr;
+    Sound rest { {}, 0, end - mWrittenSoundFrames };
+    return write(rest);
 }
 
 void AVAssetWriterSession::complete()

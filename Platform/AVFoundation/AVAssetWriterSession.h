@@ -94,6 +94,10 @@ private:
     Ref<NSError> write(SoundFormat& format);
     Ref<NSError> writeFragmentIfDue(double seconds);
     Ref<NSError> writeRest();
+    /// No movie's sound is shorter than its picture: what was on its way when the recording ended becomes silence.
+    Ref<NSError> writeMissingSound();
+    /// By how many frames the next stamp may be off.
+    double toleratedSoundFrames() const;
     void complete();
     AVAssetWriterPictureEncoder::Output output();
 
@@ -110,6 +114,8 @@ private:
     bool mIsInRealTime = false;
     std::optional<AudioStreamBasicDescription> mSoundFormat;
     std::uint64_t mSoundFrames = 0;
+    int mSoundRuns = 0;
+    std::int64_t mSoundTremble = 0; ///< how many frames the stamps were off at the most
 
     // Between the two.
     mutable std::mutex mJobsLock;
@@ -131,6 +137,7 @@ private:
     AVAssetWriterTrack* mPictureTrack = nullptr;
     AVAssetWriterTrack* mSoundTrack = nullptr;
     std::uint64_t mLastPictureEnd = 0;
+    std::uint64_t mWrittenSoundFrames = 0;
     Ref<NSError> mFinalError;
     std::thread mThread;
 };

@@ -144,6 +144,47 @@ TEST_F(AVAssetWriterTiming, TremblingStampsNeitherCutNorFill)
     EXPECT_EQ(readMovie(path).soundBytes.size(), 6U * 4800 * 4);
 }
 
+TEST_F(AVAssetWriterTiming, OneRunThatAnExactCallerLeavesOutIsMissed)
+{
+    recording.addSoundInput();
+    ASSERT_TRUE(recording.begin());
+    for (int index = 0; index < 20; ++index)
+        ASSERT_TRUE(recording.appendSound(960, start + index * 20 * ms));
+    ASSERT_TRUE(recording.appendSound(960, start + 21 * 20 * ms, 77));
+    ASSERT_TRUE(recording.writer->finishWriting());
+    const auto movie = readMovie(path);
+    ASSERT_EQ(movie.soundBytes.size(), 22U * 960 * 4);
+    EXPECT_EQ(sampleAt(movie, 20 * 960), 0);
+    EXPECT_EQ(sampleAt(movie, 21 * 960 - 1), 0);
+    EXPECT_EQ(sampleAt(movie, 21 * 960), 77);
+}
+
+TEST_F(AVAssetWriterTiming, SoundThatIsStillOnItsWayAtTheEndBecomesSilence)
+{
+    ASSERT_TRUE(recording.beginWithBoth());
+    for (int index = 0; index < 30; ++index) {
+        Recording::waitUntilReady(*recording.pictureInput);
+        ASSERT_TRUE(recording.appendPicture(start + index * 40 * ms));
+        ASSERT_TRUE(index >= 28 || recording.appendSound(1920, start + index * 40 * ms));
+    }
+    ASSERT_TRUE(recording.writer->finishWriting());
+    const auto movie = readMovie(path);
+    EXPECT_NEAR(movie.picture.duration, 29 * 0.040 + 1.0 / 30, 0.0001);
+    EXPECT_GE(movie.sound.duration, movie.picture.duration - 0.00002);
+    EXPECT_NEAR(movie.sound.duration, movie.picture.duration, 0.0001);
+    EXPECT_EQ(sampleAt(movie, 28 * 1920), 0);
+}
+
+TEST_F(AVAssetWriterTiming, SoundThatEndedLongAgoStaysAsItIs)
+{
+    ASSERT_TRUE(recording.beginWithBoth());
+    ASSERT_TRUE(recording.appendSound(4800, start));
+    ASSERT_TRUE(recording.appendPicture(start));
+    ASSERT_TRUE(recording.appendPicture(start + 6000 * ms));
+    ASSERT_TRUE(recording.writer->finishWriting());
+    EXPECT_EQ(readMovie(path).soundBytes.size(), 4800U * 4);
+}
+
 TEST_F(AVAssetWriterTiming, ADriftingSoundClockIsFollowed)
 {
     // Half a per cent slow for 20 s, which makes 100 ms.
