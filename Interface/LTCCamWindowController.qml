@@ -33,6 +33,12 @@ InterfaceFile {
         Outlet { name: "recorder"; object: movieWriter }
     }
     InterfaceObject {
+        className: "LTCCaptureDeviceFollower"
+
+        Outlet { name: "outletMovieWriter"; object: movieWriter }
+        Outlet { name: "outletRecorder"; object: recorder }
+    }
+    InterfaceObject {
         id: captureFormat
         className: "CMFormatDescriptionModel"
     }
@@ -43,6 +49,18 @@ InterfaceFile {
 
     KeyBinding { id: cameraNames; object: recorder; keyPath: "videoDeviceNames" }
     KeyBinding { id: cameraName; object: recorder; keyPath: "selectedVideoDeviceName" }
+    KeyBinding {
+        id: cameraSize
+        object: recorder
+        keyPath: "selectedVideoDeviceFormats"
+        transformer: "NXTransformCaptureFormats"
+    }
+    KeyBinding {
+        id: cameraRate
+        object: recorder
+        keyPath: "selectedVideoDeviceSupportedFrameRateRanges"
+        transformer: "NXTransformCaptureFormats"
+    }
     KeyBinding { id: captureSummary; object: captureFormat; keyPath: "tooltipSummary" }
     KeyBinding { id: recording; object: owner; keyPath: "recordingInProgress" }
     KeyBinding {
@@ -144,7 +162,7 @@ InterfaceFile {
                 id: cameraPopUp
                 anchors.left: parent.left
                 anchors.leftMargin: Theme.space
-                anchors.verticalCenter: parent.verticalCenter
+                y: 7
                 width: 212
                 label: qsTr("Camera")
                 hint: captureSummary.value ? qsTr("Camera format: %1").arg(captureSummary.value) : ""
@@ -152,6 +170,19 @@ InterfaceFile {
                 choices: cameraNames.value
                 choice: cameraName.value ?? ""
                 selection: cameraName
+            }
+            Text {
+                anchors.left: cameraPopUp.left
+                anchors.leftMargin: 12
+                anchors.top: cameraPopUp.bottom
+                anchors.topMargin: 3
+                width: cameraPopUp.width - 24
+                text: [cameraSize.value, cameraRate.value].filter(each => each).join(", ")
+                color: Theme.secondaryText
+                font.pixelSize: Theme.smallTextSize
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: qsTr("Camera format %1").arg(text)
             }
             Row {
                 id: buttons

@@ -14,7 +14,7 @@ T.ComboBox {
     property url iconSource
 
     model: choices ?? []
-    currentIndex: Math.max(0, find(choice))
+    currentIndex: choices ? choices.indexOf(choice) : -1
     enabled: count > 0
 
     implicitWidth: 230
@@ -24,6 +24,7 @@ T.ComboBox {
 
     Accessible.role: Accessible.ComboBox
     Accessible.name: label
+    Accessible.description: choice
 
     Hint {
         control: popUp

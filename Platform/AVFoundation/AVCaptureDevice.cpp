@@ -87,6 +87,11 @@ bool AVCaptureDevice::isConnected() const
     return CaptureDeviceList::shared().contains(this);
 }
 
+bool AVCaptureDevice::isStandIn() const
+{
+    return CaptureDeviceList::shared().standIn(mProperties.mediaType) == this;
+}
+
 std::unique_ptr<CaptureSource> AVCaptureDevice::makeSource(CaptureSink& sink) const
 {
     return mMakeSource ? mMakeSource(sink) : nullptr;

@@ -71,6 +71,8 @@ public:
     AVCaptureDeviceFormat* activeFormat() const;
     /// Whether the device is still attached.
     bool isConnected() const;
+    /// Whether it is "Test Picture" or "Silence", which stand in for devices that the machine has not got.
+    bool isStandIn() const;
 
     std::unique_ptr<CaptureSource> makeSource(CaptureSink& sink) const;
     /// Where sessions open and close the device, one after the other, so that a device that does not answer holds up
