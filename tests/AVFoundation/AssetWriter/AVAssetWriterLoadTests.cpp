@@ -93,12 +93,12 @@ TEST_F(AVAssetWriterLoad, TheEncoderTakesStepsAndTheMovieCanBePlayedThroughThemA
     EXPECT_EQ(movie.decodingErrors, 0U);
     EXPECT_EQ(movie.decodedPictures, movie.picture.packets.size());
     EXPECT_GE(movie.pictureParameterSets.size(), 2U);
-    std::size_t inHalf = 0;
+    double inHalf = 0;
+    const double from = static_cast<double>(half) / 90000;
+    const double to = static_cast<double>(whole) / 90000;
     for (const auto& packet : movie.picture.packets)
-        inHalf += packet.time * 90000 >= static_cast<double>(half) && packet.time * 90000 < static_cast<double>(whole)
-            ? 1
-            : 0;
-    EXPECT_NEAR(static_cast<double>(inHalf), static_cast<double>((whole - half) / 3000) / 2, 1);
+        inHalf += packet.time >= from && packet.time < to ? 1 : 0;
+    EXPECT_NEAR(inHalf, (to - from) * 30 / 2, 1.5);
     EXPECT_NEAR(movie.duration, static_cast<double>(time) / 90000, 0.001);
 }
 
