@@ -41,7 +41,7 @@ std::string tryingProgram()
 }
 
 /// Files of a folder whose names begin with \p prefix, in order.
-std::vector<std::string> filesIn(const char* folder, std::string_view prefix)
+std::vector<std::string> filesIn(const std::filesystem::path& folder, std::string_view prefix)
 {
     std::vector<std::string> files;
     std::error_code error;
@@ -185,18 +185,26 @@ void AVAssetWriterHardware::forget()
     mFound.reset();
 }
 
-std::vector<AVAssetWriterHardware::Candidate> AVAssetWriterHardware::candidatesHere()
+std::vector<AVAssetWriterHardware::Candidate> AVAssetWriterHardware::candidatesHere(const std::filesystem::path& root)
 {
     // The processor's own graphics before a card that would have to be woken for it.
     std::vector<Candidate> candidates;
-    const auto renderNodes = filesIn("/dev/dri", "renderD");
+    const auto renderNodes = filesIn(root / "dev/dri", "renderD");
     for (const auto& node : renderNodes)
         candidates.push_back({ "h264_vaapi", node });
     if (!renderNodes.empty())
         candidates.push_back({ "h264_qsv", "" });
-    if (::access("/dev/nvidiactl", F_OK) == 0)
+    std::error_code error;
+    if (std::filesystem::exists(root / "dev/nvidiactl", error))
         candidates.push_back({ "h264_nvenc", "" });
-    if (!filesIn("/dev", "video").empty())
+    // The encoder looks at every video device, so it is asked only where one is no webcam.
+    const auto videoDevices = filesIn(root / "sys/class/video4linux", "video");
+    const bool hasOther = std::any_of(videoDevices.begin(), videoDevices.end(), [](const std::string& device) {
+        std::error_code none;
+        const auto driver = std::filesystem::read_symlink(device + "/device/driver", none).filename();
+        return !none && driver != "uvcvideo";
+    });
+    if (hasOther)
         candidates.push_back({ "h264_v4l2m2m", "" });
     return candidates;
 }

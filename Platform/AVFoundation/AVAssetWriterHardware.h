@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -41,8 +42,9 @@ public:
     /// Ends the trying and the program that does it.
     void stop();
 
-    /// The candidates of this machine by its device files.
-    static std::vector<Candidate> candidatesHere();
+    /// The candidates of this machine by its device files, which nobody opens for that.
+    /// \param root  of the file system that has them
+    static std::vector<Candidate> candidatesHere(const std::filesystem::path& root = "/");
     /// What the program does: opens the encoder and has it encode pictures until one comes out.
     /// \return why it does not work; empty when it does
     static std::string tryOne(const Candidate& candidate);

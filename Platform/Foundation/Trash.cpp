@@ -8,6 +8,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -94,6 +95,21 @@ int writeNote(const Trash& trash, const fs::path& file, fs::path& name)
     return EEXIST;
 }
 
+/// The two kinds of trash that a volume can have: the user's part of the one that its administrator made for all, and
+/// one of the user's own.
+std::vector<Trash> trashesOf(const fs::path& volume)
+{
+    const std::string user = std::to_string(getuid());
+    std::vector<Trash> trashes;
+    struct stat common { };
+    const fs::path shared = volume / ".Trash";
+    // It must be one in which nobody can meddle with the others' folders.
+    if (lstat(shared.c_str(), &common) == 0 && S_ISDIR(common.st_mode) && (common.st_mode & S_ISVTX) != 0)
+        trashes.push_back({ shared / user, volume });
+    trashes.push_back({ volume / (".Trash-" + user), volume });
+    return trashes;
+}
+
 /// \return 0 or the error's number
 int moveTo(const Trash& trash, const fs::path& file)
 {
@@ -122,12 +138,19 @@ Ref<NSError> moveToTrash(const std::filesystem::path& file)
     const fs::path absolute = fs::absolute(file, failure);
     if (failure)
         return NSError::errorWithErrno(failure.value(), file.string());
-    int number = ENOENT;
-    if (const auto home = homeTrash(); !home.empty())
-        number = moveTo({ home, {} }, absolute);
-    if (number != 0 && (number != ENOENT || homeTrash().empty())) {
-        const fs::path top = volumeOf(absolute);
-        number = moveTo({ top / (".Trash-" + std::to_string(getuid())), top }, absolute);
+    struct stat there { };
+    int number = lstat(absolute.c_str(), &there) == 0 ? 0 : errno;
+    if (number == 0) {
+        std::vector<Trash> trashes;
+        if (const auto home = homeTrash(); !home.empty())
+            trashes.push_back({ home, {} });
+        const auto others = trashesOf(volumeOf(absolute));
+        trashes.insert(trashes.end(), others.begin(), others.end());
+        for (const auto& trash : trashes) {
+            number = moveTo(trash, absolute);
+            if (number == 0)
+                break;
+        }
     }
     return number == 0 ? nullptr
                        : NSError::errorWithErrno(number, "\"" + absolute.string() + "\" cannot be moved to the trash");

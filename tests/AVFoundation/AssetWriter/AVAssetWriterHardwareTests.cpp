@@ -95,6 +95,31 @@ TEST_F(AVAssetWriterHardwareTest, WithoutCandidatesOrProgramItIsKnownAtOnce)
     EXPECT_EQ(calls(), "");
 }
 
+TEST_F(AVAssetWriterHardwareTest, TheDeviceFilesSayWhatIsWorthTrying)
+{
+    const std::filesystem::path root(folder.path());
+    const auto namesHere = [&] {
+        std::string names;
+        for (const auto& [name, device] : AVAssetWriterHardware::candidatesHere(root))
+            names += name + " " + device.substr(std::min(device.size(), folder.path().size())) + "\n";
+        return names;
+    };
+    EXPECT_EQ(namesHere(), "");
+    const auto addVideoDevice = [&](const std::string& name, const std::string& driver) {
+        std::filesystem::create_directories(root / "sys/class/video4linux" / name / "device");
+        std::filesystem::create_symlink(
+            "../drivers/" + driver, root / "sys/class/video4linux" / name / "device/driver");
+    };
+    addVideoDevice("video0", "uvcvideo");
+    EXPECT_EQ(namesHere(), "") << "a webcam encodes nothing and is not to be disturbed";
+    addVideoDevice("video11", "bcm2835-codec");
+    std::filesystem::create_directories(root / "dev/dri");
+    for (const auto* const file : { "dev/dri/renderD129", "dev/dri/renderD128", "dev/dri/card0", "dev/nvidiactl" })
+        std::ofstream(root / file) << "";
+    EXPECT_EQ(namesHere(),
+        "h264_vaapi /dev/dri/renderD128\nh264_vaapi /dev/dri/renderD129\nh264_qsv \nh264_nvenc \nh264_v4l2m2m \n");
+}
+
 TEST_F(AVAssetWriterHardwareTest, TheProgramOpensTheEncoderAndHasItEncode)
 {
     // The one encoder that every machine has stands in for one that only some have.

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <thread>
 
 namespace {
@@ -198,6 +199,20 @@ TEST_F(AVAssetWriterLoad, AStopWhileTheDiskIsSlowReturnsAndTheMovieIsCompletedBe
     ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
     EXPECT_EQ(readBoxes(path).back().first, "moov");
     EXPECT_GE(readMovie(path).decodedPictures, 58U);
+}
+
+TEST_F(AVAssetWriterLoad, TheEndOfTheProgramWaitsForAMovieThatASlowDiskHolds)
+{
+    const std::string command = std::string(RECORDER_PROGRAM) + " " + path + " 2 0 1 320 240 2000";
+    FILE* const recorder = ::popen(command.c_str(), "r");
+    ASSERT_NE(recorder, nullptr);
+    std::string said;
+    for (char line[512]; std::fgets(line, sizeof line, recorder);)
+        said += line;
+    EXPECT_EQ(::pclose(recorder), 0);
+    EXPECT_NE(said.find("finished 1\n"), std::string::npos) << said;
+    EXPECT_EQ(readBoxes(path).back().first, "moov");
+    EXPECT_GE(readMovie(path).decodedPictures, 50U);
 }
 
 TEST_F(AVAssetWriterLoad, AnotherMovieUnderTheNameIsLeftAloneByTheOneThatIsCompletedLate)

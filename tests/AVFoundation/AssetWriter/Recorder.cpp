@@ -4,6 +4,8 @@
 
 #include "Recording.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -13,7 +15,7 @@
 
 int main(int count, char** arguments)
 {
-    if (count != 5 && count != 7)
+    if (count != 5 && count != 7 && count != 8)
         return 2;
     const double seconds = std::atof(arguments[2]);
     if (const auto limit = std::strtoull(arguments[3], nullptr, 10)) {
@@ -23,8 +25,8 @@ int main(int count, char** arguments)
     }
     const bool inRealTime = std::atoi(arguments[4]) != 0;
 
-    const int width = count == 7 ? std::atoi(arguments[5]) : 640;
-    const int height = count == 7 ? std::atoi(arguments[6]) : 360;
+    const int width = count >= 7 ? std::atoi(arguments[5]) : 640;
+    const int height = count >= 7 ? std::atoi(arguments[6]) : 360;
     Recording recording(arguments[1], width, height, inRealTime);
     if (!recording.beginWithBoth())
         return 3;
@@ -38,6 +40,8 @@ int main(int count, char** arguments)
         std::fflush(stdout);
     }
     std::printf("status %d error %s\n", static_cast<int>(recording.writer->status()), recording.errorText().c_str());
+    if (count == 8)
+        FailPoint::arm("AVAssetWriter.writeSlowly", std::atoi(arguments[7]), 0, 1);
     const auto before = std::chrono::steady_clock::now();
     const bool isFinished = recording.writer->finishWriting();
     const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - before;

@@ -238,6 +238,15 @@ TEST_F(RecordingFailure, AReplacedMovieCanBeHadBackFromTheTrashOfItsVolume)
     EXPECT_TRUE(std::filesystem::exists(trash / "info" / (name + ".mov.trashinfo")));
     EXPECT_TRUE(std::filesystem::exists(trash / "info" / (name + ".2.mov.trashinfo")));
     EXPECT_NE(bytes[0], bytes[2]);
+
+    // The administrator's trash comes first where there is one that is safe.
+    std::filesystem::create_directory(movies / ".Trash");
+    std::filesystem::permissions(movies / ".Trash", std::filesystem::perms::all | std::filesystem::perms::sticky_bit);
+    startRecording();
+    ASSERT_TRUE(waitForPictures(15));
+    stopRecording();
+    const auto common = movies / ".Trash" / std::to_string(getuid());
+    EXPECT_EQ(outputOf("sha256sum <'" + (common / "files" / (name + ".mov")).string() + "'"), bytes[2]);
 }
 
 TEST_F(RecordingFailure, AStopOfTheSessionLeavesAnOrdinaryMovie)
