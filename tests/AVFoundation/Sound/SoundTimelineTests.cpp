@@ -139,6 +139,10 @@ TEST_P(SoundTimelineOfACrystal, IsHeardWhenItWasTaken)
     RecordProperty("worst", std::to_string(worst));
     EXPECT_GE(worst, 0);
     EXPECT_LT(worst, 0.012);
+    const double late = worstClick(begin + 60.5, 60);
+    RecordProperty("late", std::to_string(late));
+    EXPECT_GE(late, 0);
+    EXPECT_LT(late, 0.006);
     EXPECT_EQ(jumps, 0U);
 }
 
