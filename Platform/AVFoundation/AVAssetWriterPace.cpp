@@ -13,9 +13,9 @@ constexpr double longestInterval = 0.1;
 
 constexpr double tooMuch = 0.85;
 constexpr double muchWhileOthersWait = 0.6;
-constexpr double roomy = 0.5;
-/// What better compression may cost: less than anybody notices.
-constexpr double littleEnough = 0.1;
+/// What the next step up may be expected to take, for each step. Better compression may cost less than anybody notices;
+/// pictures that are left out everybody notices.
+constexpr std::array<double, 4> roomAbove { 0, 0.1, 0.5, 0.8 };
 
 /// How many times as long the step above a step takes, by measurement: "superfast" against "ultrafast", that against
 /// the same with fewer bits, and all pictures against every second one.
@@ -23,6 +23,7 @@ constexpr std::array<double, 4> costAbove { 1, 2.5, 1.5, 2 };
 
 constexpr double patienceAtFirst = 3; // seconds with room before it takes a step up
 constexpr double mostPatience = 60;
+constexpr double patienceWithoutPictures = 1.0 / 3; // of that, while pictures are left out
 
 }
 
@@ -49,13 +50,17 @@ void AVAssetWriterPace::pictureCame(double seconds, double interval, std::size_t
     if (mPictures < fewestPictures)
         return;
     const bool othersWait = waiting * 2 >= mostWaiting;
-    if (mStep < CoarseAndHalf && (mShare > tooMuch || (othersWait && mShare > muchWhileOthersWait))) {
+    // As long as none have to wait, the encoder keeps up, however short it is of time.
+    const bool isTooSlow = mStep == Coarse ? othersWait && mShare > tooMuch
+                                           : mShare > tooMuch || (othersWait && mShare > muchWhileOthersWait);
+    if (mStep < CoarseAndHalf && isTooSlow) {
         // A step up that did not last makes the next one wait longer.
         if (mWentUpLast)
             mPatience = std::min(mPatience * 2, mostPatience);
         mWentUpLast = false;
         changeTo(static_cast<Step>(mStep + 1));
-    } else if (mStep > Careful && mSecondsOfRoom >= mPatience) {
+    } else if (mStep > Careful
+        && mSecondsOfRoom >= mPatience * (mStep == CoarseAndHalf ? patienceWithoutPictures : 1)) {
         mWentUpLast = true;
         changeTo(static_cast<Step>(mStep - 1));
     }
@@ -63,7 +68,7 @@ void AVAssetWriterPace::pictureCame(double seconds, double interval, std::size_t
 
 bool AVAssetWriterPace::hasRoomAbove() const
 {
-    return mShare * costAbove[mStep] < (mStep == Fast ? littleEnough : roomy);
+    return mShare * costAbove[mStep] < roomAbove[mStep];
 }
 
 void AVAssetWriterPace::changeTo(Step step)

@@ -68,10 +68,11 @@ TEST_F(AVAssetWriterLoad, TheEncoderTakesStepsAndTheMovieCanBePlayedThroughThemA
         track.appendPicture(picture, time, isKeyFrame);
     };
     std::uint64_t time = 0;
+    std::size_t waiting = 8;
     const auto encodeUntil = [&](AVAssetWriterPace::Step step) {
         for (int index = 0; index < 600 && encoder->step() != step; ++index, time += 3000) {
             const auto picture = Recording::picture(320, 240, 0xFF405060, index);
-            ASSERT_EQ(encoder->encode(picture, time, { 0, 8 }, output), nullptr);
+            ASSERT_EQ(encoder->encode(picture, time, { waiting, 8 }, output), nullptr);
         }
         EXPECT_EQ(encoder->step(), step);
     };
@@ -80,6 +81,7 @@ TEST_F(AVAssetWriterLoad, TheEncoderTakesStepsAndTheMovieCanBePlayedThroughThemA
     encodeUntil(AVAssetWriterPace::Coarse);
     encodeUntil(AVAssetWriterPace::CoarseAndHalf);
     const auto half = time;
+    waiting = 0;
     FailPoint::arm("AVAssetWriter.encodeSlowly", 11'000); // much less, but not for nothing
     encodeUntil(AVAssetWriterPace::Coarse);
     const auto whole = time;

@@ -42,10 +42,17 @@ TEST(AVAssetWriterPace, OverloadGivesUpQualityFirstAndEverySecondPictureLast)
     EXPECT_EQ(pace.step(), Pace::Fast) << "a few pictures show nothing";
     run(pace, 1.5, 0.1);
     EXPECT_EQ(pace.step(), Pace::Coarse);
-    run(pace, 1.5, 0.4);
+    run(pace, 1.5, 0.4, mostWaiting);
     EXPECT_EQ(pace.step(), Pace::CoarseAndHalf);
-    run(pace, 1.5, 60);
+    run(pace, 1.5, 60, mostWaiting);
     EXPECT_EQ(pace.step(), Pace::CoarseAndHalf) << "there is nothing below";
+}
+
+TEST(AVAssetWriterPace, NoPictureIsLeftOutWhileNoneHasToWait)
+{
+    Pace pace;
+    run(pace, 0.97, 600, 2);
+    EXPECT_EQ(pace.step(), Pace::Coarse);
 }
 
 TEST(AVAssetWriterPace, OnTheLastStepEverySecondPictureIsTaken)
@@ -53,7 +60,7 @@ TEST(AVAssetWriterPace, OnTheLastStepEverySecondPictureIsTaken)
     Pace pace;
     EXPECT_TRUE(pace.takesNext());
     EXPECT_TRUE(pace.takesNext());
-    run(pace, 1.5, 1);
+    run(pace, 1.5, 1, mostWaiting);
     ASSERT_EQ(pace.step(), Pace::CoarseAndHalf);
     const bool first = pace.takesNext();
     EXPECT_EQ(pace.takesNext(), !first);
@@ -76,11 +83,13 @@ TEST(AVAssetWriterPace, PicturesThatWaitCountWhenTheEncoderIsTheReason)
 TEST(AVAssetWriterPace, WhatWasGivenUpComesBackAStepAtATime)
 {
     Pace pace;
-    run(pace, 2, 1);
+    run(pace, 2, 1, mostWaiting);
     ASSERT_EQ(pace.step(), Pace::CoarseAndHalf);
-    run(pace, 0.3, 2.8);
-    EXPECT_EQ(pace.step(), Pace::CoarseAndHalf);
-    run(pace, 0.3, 1.2);
+    run(pace, 0.9, 60);
+    EXPECT_EQ(pace.step(), Pace::CoarseAndHalf) << "all pictures would take nine tenths of the time";
+    run(pace, 0.3, 1.5);
+    EXPECT_EQ(pace.step(), Pace::Coarse) << "soon, since everybody sees what is missing";
+    run(pace, 0.3, 1.5);
     EXPECT_EQ(pace.step(), Pace::Coarse);
     run(pace, 0.3, 4);
     EXPECT_EQ(pace.step(), Pace::Fast);
