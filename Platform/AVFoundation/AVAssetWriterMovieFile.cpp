@@ -191,10 +191,13 @@ int AVAssetWriterMovieFile::reserve(std::uint64_t end)
     if (needed <= mReserved)
         return 0;
     for (const std::uint64_t length : { needed + reservationStep, needed }) {
-        if (::fallocate(mDescriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(length)) == 0) {
+        const auto failure = FAIL_POINT("AVAssetWriter.reserve");
+        if (!failure && ::fallocate(mDescriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(length)) == 0) {
             mReserved = length;
             return 0;
         }
+        if (failure)
+            errno = *failure;
         if (errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL) {
             mCanReserve = false;
             return hasRoomFor(needed - mEnd) ? 0 : ENOSPC;

@@ -40,8 +40,8 @@ public:
 
     /// How much time waits in the track that waits longest, in seconds.
     double pendingSeconds() const;
-    /// Puts what waits into the file. Fail points "AVAssetWriter.writeFragment" (status: an errno) and
-    /// "AVAssetWriter.writeSlowly" (status: milliseconds that it takes longer).
+    /// Puts what waits into the file. Fail points "AVAssetWriter.writeFragment" and "AVAssetWriter.reserve" (status: an
+    /// errno), and "AVAssetWriter.writeSlowly" (status: milliseconds that it takes longer).
     /// \return null, or why it could not be written; the file is then as it was before
     Ref<NSError> writeFragment();
     /// Makes it an ordinary movie of what is in the file. Fail point "AVAssetWriter.completeFile" (status: an errno).

@@ -1,6 +1,7 @@
 // Recordings on disks that are full, folders that may not be written to, and names that are taken: real ones. A program
 // of its own, since it mounts volumes for itself and gives up what lets a superuser pass every permission.
 
+#include "Platform/AVFoundation/AVAssetWriterMovieFile.h"
 #include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
 #include "tests/ZVFoundationAVCapture/AVCaptureCommon/RecordingDelegate.h"
 
@@ -75,6 +76,7 @@ protected:
     }
     void TearDown() override
     {
+        FailPoint::disarmAll();
         if (controller->session())
             controller->stopAndTearDownCaptureSession();
         controller->dispatchVideoQueue()->waitUntilQueueEmpty();
@@ -106,6 +108,7 @@ protected:
     {
         controller->actionStopRecording(nullptr);
         ASSERT_TRUE(delegate->waitFor("didStop", ++stops));
+        ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(std::chrono::seconds(20)));
         EXPECT_FALSE(controller->recordingInProgress());
     }
     /// The next recording, when nothing is wrong any more.
@@ -153,6 +156,41 @@ TEST_F(RecordingFailure, AFullDiskIsToldAndWhatWasWrittenCanBePlayed)
 
     ASSERT_NO_FATAL_FAILURE(mountMovies("size=64m"));
     expectThatTheNextWorks();
+}
+
+TEST_F(RecordingFailure, AFullDiskHasRoomForTheIndexOfALongMovie)
+{
+    if (!surroundings.canMount())
+        GTEST_SKIP() << "this system lets nobody mount a volume for himself";
+    // Once with room that is reserved, and once as on volumes on which that cannot be done.
+    for (const int failure : { 0, EOPNOTSUPP }) {
+        ASSERT_NO_FATAL_FAILURE(mountMovies("size=2m"));
+        if (failure != 0)
+            FailPoint::arm("AVAssetWriter.reserve", failure);
+        const auto path = movies / "long.mov";
+        const auto file = AVAssetWriterMovieFile::create(path.string(), nullptr);
+        ASSERT_NE(file, nullptr);
+        AVAssetWriterTrack::PictureFormat format;
+        format.width = format.height = 16;
+        format.transform = { 1, 0, 0, 1, 0, 0 };
+        auto& track = file->addTrack(format);
+        // Pictures so small, and so uneven, that the index is as long as they are.
+        std::uint64_t time = 0;
+        Ref<NSError> full;
+        for (int frame = 0; frame < 1'000'000 && !full; ++frame, time += 3000 + static_cast<unsigned>(frame) % 7) {
+            track.appendPicture(std::vector<std::byte>(5), time, true);
+            if (frame % 15 == 14)
+                full = file->writeFragment();
+        }
+        ASSERT_NE(full, nullptr);
+        EXPECT_EQ(full->localizedDescription()->string(),
+            "Cannot write the movie \"" + path.string() + "\": No space left on device");
+        const auto before = std::filesystem::file_size(path);
+        EXPECT_EQ(file->complete(), nullptr);
+        EXPECT_GT(std::filesystem::file_size(path), before + before / 10) << "the index is what has to find room";
+        EXPECT_EQ(outputOf("head -c 28 '" + path.string() + "' | tail -c 4"), "mdat");
+        EXPECT_TRUE(std::filesystem::remove(path));
+    }
 }
 
 TEST_F(RecordingFailure, ADiskThatIsFullFromTheBeginningLeavesNoMovie)
