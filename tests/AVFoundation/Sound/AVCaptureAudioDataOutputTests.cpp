@@ -4,14 +4,24 @@
 #include "tests/AVFoundation/Sound/SuppliedDevice.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <future>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
 constexpr std::int64_t ms = 1'000'000;
+
+struct Kept {
+    std::vector<std::int16_t> samples;
+    std::int64_t firstTime = 0;
+    std::int64_t nextTime = 0; ///< where the last run ended
+    int jumps = 0;
+    std::int64_t behind() const { return HostClock::nanoseconds() - nextTime; }
+};
 
 /// Keeps what it is given. Belongs to its queue.
 class SoundKeeper : public NSObject, public AVCaptureAudioDataOutputSampleBufferDelegate {
@@ -26,20 +36,17 @@ public:
         EXPECT_EQ(timing.duration.timescale, 48000);
         EXPECT_EQ(timing.duration.value, static_cast<std::int64_t>(sampleBuffer->sampleCount()));
         const std::int64_t time = timing.presentationTimeStamp.value;
-        if (samples.empty())
-            firstTime = time;
+        if (kept.samples.empty())
+            kept.firstTime = time;
         else
-            jumps += time != nextTime;
-        const std::size_t before = samples.size();
-        samples.resize(before + sampleBuffer->sampleCount() * 2);
-        std::memcpy(&samples[before], sampleBuffer->sound().data(), sampleBuffer->sound().size());
+            kept.jumps += time != kept.nextTime;
+        const std::size_t before = kept.samples.size();
+        kept.samples.resize(before + sampleBuffer->sampleCount() * 2);
+        std::memcpy(&kept.samples[before], sampleBuffer->sound().data(), sampleBuffer->sound().size());
         // Runs are whole milliseconds, so this is exact.
-        nextTime = time + static_cast<std::int64_t>(sampleBuffer->sampleCount()) * ms / 48;
+        kept.nextTime = time + static_cast<std::int64_t>(sampleBuffer->sampleCount()) * ms / 48;
     }
-    std::vector<std::int16_t> samples;
-    std::int64_t firstTime = 0;
-    std::int64_t nextTime = 0;
-    int jumps = 0;
+    Kept kept;
 };
 
 NS_IMPLEMENTATION(SoundKeeper, NSObject)
@@ -83,12 +90,6 @@ protected:
                 microphone->with([&](CaptureSink& sink) { sink.soundCame({ bytes.begin(), bytes.end() }, taken); });
         }
     }
-    /// A run of nothing lets the output do what the time asks for.
-    void settle()
-    {
-        output->deliver(lastSource, {}, HostClock::nanoseconds());
-        dispatch_sync(queue, [] {});
-    }
     void replaceMicrophone(SuppliedDevice& other)
     {
         session->beginConfiguration();
@@ -98,17 +99,21 @@ protected:
         session->commitConfiguration();
         session->waitUntilSettled();
     }
-    std::int64_t behind() const { return HostClock::nanoseconds() - keeper->nextTime; }
-    Ref<AVCaptureConnection> connection() const { return Ref(output->connectionWithMediaType(AVMediaTypeAudio)); }
-    /// Waits for what the timer has posted to its queue.
-    bool waitUntilBehindAtMost(std::int64_t longest)
+    /// All that has been delivered until now.
+    Kept kept() const
     {
-        return DispatchMain::runUntil(
-            [&] {
-                dispatch_sync(queue, [] {});
-                return behind() <= longest;
-            },
-            10);
+        Kept result;
+        dispatch_sync(queue, [&] { result = keeper->kept; });
+        return result;
+    }
+    Ref<AVCaptureConnection> connection() const { return Ref(output->connectionWithMediaType(AVMediaTypeAudio)); }
+    /// Waits until the timer's ticks have been worked off.
+    bool comesWithin(std::int64_t longest) const
+    {
+        const auto started = std::chrono::steady_clock::now();
+        while (kept().behind() > longest && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
+            std::this_thread::yield();
+        return kept().behind() <= longest;
     }
 
     AutoreleasePool pool;
@@ -125,12 +130,11 @@ TEST_F(AVCaptureAudioDataOutputTest, SoundIsDeliveredAsItWasTakenAndMeasured)
 {
     const auto begin = HostClock::nanoseconds();
     pass(1000 * ms, &first);
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->firstTime, begin);
-    EXPECT_LT(behind(), 10 * ms);
-    EXPECT_EQ(keeper->jumps, 0);
-    EXPECT_TRUE(
-        std::all_of(keeper->samples.begin() + 400, keeper->samples.end(), [](auto each) { return each == 1000; }));
+    const auto sound = kept();
+    EXPECT_EQ(sound.firstTime, begin);
+    EXPECT_LT(sound.behind(), 10 * ms);
+    EXPECT_EQ(sound.jumps, 0);
+    EXPECT_TRUE(std::all_of(sound.samples.begin() + 400, sound.samples.end(), [](auto each) { return each == 1000; }));
     EXPECT_EQ(connection()->latestSamples(2), (std::vector<float>(2, 1000 / 32768.0F)));
     EXPECT_NEAR(connection()->averagePowerLevel(), 20 * std::log10(1000 / 32768.0), 0.001);
 }
@@ -139,26 +143,28 @@ TEST_F(AVCaptureAudioDataOutputTest, AMicrophoneThatStallsBecomesSilenceInTime)
 {
     pass(1000 * ms, &first);
     pass(2000 * ms, nullptr);
-    EXPECT_TRUE(waitUntilBehindAtMost(350 * ms));
-    EXPECT_EQ(keeper->jumps, 0);
-    EXPECT_EQ(keeper->samples.back(), 0);
+    EXPECT_TRUE(comesWithin(350 * ms));
+    auto sound = kept();
+    EXPECT_EQ(sound.jumps, 0);
+    EXPECT_EQ(sound.samples.back(), 0);
     // The level shows what is delivered: silence.
     EXPECT_EQ(connection()->peakPowerLevel(), -160);
     EXPECT_EQ(connection()->latestSamples(1), std::vector<float> { 0 });
     pass(500 * ms, &first);
-    dispatch_sync(queue, [] {});
-    EXPECT_LT(behind(), 10 * ms);
-    EXPECT_EQ(keeper->samples.back(), 1000);
-    EXPECT_EQ(keeper->jumps, 0);
+    sound = kept();
+    EXPECT_LT(sound.behind(), 10 * ms);
+    EXPECT_EQ(sound.samples.back(), 1000);
+    EXPECT_EQ(sound.jumps, 0);
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, AMicrophoneThatBringsNothingIsSilent)
 {
     const auto begin = HostClock::nanoseconds();
     pass(1000 * ms, nullptr);
-    EXPECT_TRUE(waitUntilBehindAtMost(350 * ms));
-    EXPECT_EQ(keeper->firstTime, begin);
-    EXPECT_TRUE(std::ranges::all_of(keeper->samples, [](auto each) { return each == 0; }));
+    EXPECT_TRUE(comesWithin(350 * ms));
+    const auto sound = kept();
+    EXPECT_EQ(sound.firstTime, begin);
+    EXPECT_TRUE(std::ranges::all_of(sound.samples, [](auto each) { return each == 0; }));
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, AnotherMicrophoneGoesOnWithoutAGap)
@@ -167,12 +173,12 @@ TEST_F(AVCaptureAudioDataOutputTest, AnotherMicrophoneGoesOnWithoutAGap)
     replaceMicrophone(second);
     pass(500 * ms, nullptr);
     pass(1000 * ms, &second, -2000);
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->jumps, 0);
-    EXPECT_LT(behind(), 10 * ms);
-    EXPECT_EQ(keeper->samples.back(), -2000);
+    const auto sound = kept();
+    EXPECT_EQ(sound.jumps, 0);
+    EXPECT_LT(sound.behind(), 10 * ms);
+    EXPECT_EQ(sound.samples.back(), -2000);
     EXPECT_NEAR(connection()->peakPowerLevel(), 20 * std::log10(2000 / 32768.0), 0.001);
-    const auto silent = std::ranges::count(keeper->samples, 0) / 96;
+    const auto silent = std::ranges::count(sound.samples, 0) / 96;
     EXPECT_NEAR(static_cast<double>(silent), 500, 12);
 }
 
@@ -185,31 +191,31 @@ TEST_F(AVCaptureAudioDataOutputTest, SoundOfAnEarlierOpeningIsNotHeardAnyMore)
         pass(20 * ms, &first);
         output->deliver(lastSource, std::as_bytes(std::span(samples)), taken);
     }
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->samples.back(), 3000);
-    const auto newer = std::ranges::find(keeper->samples, 3000);
-    EXPECT_EQ(std::count(newer, keeper->samples.end(), 1000), 0);
-    EXPECT_EQ(keeper->jumps, 0);
+    const auto sound = kept();
+    EXPECT_EQ(sound.samples.back(), 3000);
+    const auto newer = std::ranges::find(sound.samples, 3000);
+    EXPECT_EQ(std::count(newer, sound.samples.end(), 1000), 0);
+    EXPECT_EQ(sound.jumps, 0);
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, NothingIsDeliveredAfterTheStopAndTheNextStartBeginsAnew)
 {
     pass(500 * ms, &first);
     session->stopRunning();
-    dispatch_sync(queue, [] {});
-    const std::size_t delivered = keeper->samples.size();
+    const std::size_t delivered = kept().samples.size();
     pass(1000 * ms, &first);
-    settle();
-    EXPECT_EQ(keeper->samples.size(), delivered);
+    const std::vector<std::byte> late(3840);
+    output->deliver(lastSource, late, HostClock::nanoseconds());
+    EXPECT_EQ(kept().samples.size(), delivered);
     session->waitUntilSettled();
     session->startRunning();
     session->waitUntilSettled();
     const auto begin = HostClock::nanoseconds();
-    keeper->samples.clear();
+    dispatch_sync(queue, [&] { keeper->kept = {}; });
     pass(500 * ms, &first);
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->firstTime, begin);
-    EXPECT_EQ(keeper->jumps, 0);
+    const auto sound = kept();
+    EXPECT_EQ(sound.firstTime, begin);
+    EXPECT_EQ(sound.jumps, 0);
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, ADelegateThatIsSecondsBehindLosesSoundAndNothingGrows)
@@ -220,13 +226,13 @@ TEST_F(AVCaptureAudioDataOutputTest, ADelegateThatIsSecondsBehindLosesSoundAndNo
     // The level needs no delegate.
     EXPECT_NEAR(connection()->peakPowerLevel(), 20 * std::log10(1000 / 32768.0), 0.001);
     gate.set_value();
-    dispatch_sync(queue, [] {});
-    EXPECT_LE(keeper->samples.size(), 5U * 48000 * 2);
-    EXPECT_GT(keeper->samples.size(), 4U * 48000 * 2);
+    auto sound = kept();
+    EXPECT_LE(sound.samples.size(), 5U * 48000 * 2);
+    EXPECT_GT(sound.samples.size(), 4U * 48000 * 2);
     pass(1000 * ms, &first);
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->jumps, 1);
-    EXPECT_LT(behind(), 10 * ms);
+    sound = kept();
+    EXPECT_EQ(sound.jumps, 1);
+    EXPECT_LT(sound.behind(), 10 * ms);
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, OddSizesAndNothingAreTaken)
@@ -238,9 +244,9 @@ TEST_F(AVCaptureAudioDataOutputTest, OddSizesAndNothingAreTaken)
             sink.soundCame({ odd.begin(), odd.begin() + static_cast<std::ptrdiff_t>(size) }, INT64_MIN);
         });
     pass(500 * ms, &first);
-    dispatch_sync(queue, [] {});
-    EXPECT_EQ(keeper->jumps, 0);
-    EXPECT_LT(behind(), 110 * ms);
+    const auto sound = kept();
+    EXPECT_EQ(sound.jumps, 0);
+    EXPECT_LT(sound.behind(), 110 * ms);
 }
 
 }
