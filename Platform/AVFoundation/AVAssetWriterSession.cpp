@@ -62,7 +62,13 @@ struct Unfinished {
 Unfinished& unfinished()
 {
     static Unfinished& sessions = *[] {
-        static const auto atExit = [] { AVAssetWriterSession::waitForUnfinished(timeToFinishAtExit); };
+        static const auto atExit = [] {
+            // Called when the threads stop and when the process ends, with one time for both.
+            static const auto deadline = std::chrono::steady_clock::now() + timeToFinishAtExit;
+            const auto left
+                = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            AVAssetWriterSession::waitForUnfinished(std::max(left, std::chrono::milliseconds(0)));
+        };
         std::atexit(atExit);
         DispatchMain::whenThreadsStop(atExit);
         return std::make_unique<Unfinished>().release();
