@@ -34,7 +34,6 @@ AVCaptureDevice::AVCaptureDevice(Properties properties, SourceMaker makeSource)
     : mProperties(std::move(properties))
     , mFormats(CFArray::create(mProperties.formats))
     , mMakeSource(std::move(makeSource))
-    , mQueue(dispatch_queue_create("AVCaptureDevice"))
 {
 }
 

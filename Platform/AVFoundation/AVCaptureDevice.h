@@ -2,8 +2,6 @@
 
 #include "Platform/AVFoundation/AVCaptureDeviceFormat.h"
 
-#include "Platform/dispatch/dispatch.h"
-
 #include <functional>
 #include <memory>
 
@@ -75,9 +73,6 @@ public:
     bool isStandIn() const;
 
     std::unique_ptr<CaptureSource> makeSource(CaptureSink& sink) const;
-    /// Where sessions open and close the device, one after the other, so that a device that does not answer holds up
-    /// nothing but itself.
-    dispatch_queue_t queue() const { return mQueue; }
     const Properties& properties() const noexcept { return mProperties; }
     std::string description() override;
 
@@ -85,5 +80,4 @@ private:
     const Properties mProperties;
     const Ref<CFArray> mFormats;
     const SourceMaker mMakeSource;
-    const Ref<dispatch_queue> mQueue;
 };

@@ -93,12 +93,12 @@ void AVCaptureSessionGraph::change(
     const std::vector<Ref<AVCaptureConnection>>& connections, CMVideoDimensions preferred)
 {
     assertOnQueue(mQueue);
-    std::erase_if(mClosing, [](const std::shared_ptr<CaptureLatch>& closed) { return closed->isOpen(); });
+    std::erase_if(mClosing, [](const CaptureClosing& closing) { return closing.closed->isOpen(); });
     std::erase_if(mBranches, [&](const std::shared_ptr<CaptureBranch>& branch) {
         if (std::ranges::find(connections, branch->connection()) != connections.end() && branch->prefers(preferred))
             return false;
-        if (auto closed = branch->end())
-            mClosing.push_back(std::move(closed));
+        if (auto closing = branch->end(); closing.closed)
+            mClosing.push_back(std::move(closing));
         return true;
     });
     const auto beginChange = [changes = mChanges]() -> std::shared_ptr<void> {

@@ -30,5 +30,5 @@ private:
     const std::shared_ptr<Changes> mChanges;
     WeakRef<AVCaptureSession> mSession;
     std::vector<std::shared_ptr<CaptureBranch>> mBranches; ///< belongs to the queue, as the next
-    std::vector<std::shared_ptr<CaptureLatch>> mClosing; ///< of devices that were being closed a while ago
+    std::vector<CaptureClosing> mClosing; ///< of devices that were being closed a while ago
 };

@@ -15,10 +15,42 @@ bool CaptureLatch::isOpen() const
     return mIsOpen;
 }
 
-bool CaptureLatch::waitFor(std::chrono::milliseconds longest) const
+bool CaptureLatch::waitUntil(std::chrono::steady_clock::time_point deadline) const
 {
     std::unique_lock lock(mLock);
-    return mOpened.wait_for(lock, longest, [this] { return mIsOpen; });
+    return mOpened.wait_until(lock, deadline, [this] { return mIsOpen; });
+}
+
+namespace {
+
+/// Sources that were interrupted while they started and have not come back. PipeWire's takes half a minute for that.
+class Stragglers {
+public:
+    static Stragglers& shared()
+    {
+        static auto* const shared = std::make_unique<Stragglers>().release(); // the last one may come back very late
+        return *shared;
+    }
+    void add(int count)
+    {
+        const std::lock_guard lock(mLock);
+        mCount += count;
+        mChanged.notify_all();
+    }
+    /// Waits while there are so many that the threads for other work could run out.
+    void waitUntilFew()
+    {
+        constexpr int most = 8;
+        std::unique_lock lock(mLock);
+        mChanged.wait(lock, [this] { return mCount < most; });
+    }
+
+private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    int mCount = 0;
+};
+
 }
 
 namespace {
@@ -34,22 +66,35 @@ CaptureAttempt::CaptureAttempt(Target target, std::function<void()> delivers, st
     , mDelivers(std::move(delivers))
     , mFailed(std::move(failed))
     , mNumber(++attempts)
+    , mQueue(dispatch_queue_create("CaptureAttempt"))
     , mLastArrival(HostClock::nanoseconds())
 {
 }
 
 CaptureAttempt::~CaptureAttempt() = default;
 
-Ref<NSError> CaptureAttempt::start(const AVCaptureDevice& device)
+Ref<NSError> CaptureAttempt::start(
+    const AVCaptureDevice& device, const std::vector<CaptureClosing>& before, std::chrono::milliseconds pause)
 {
+    if (pause.count() > 0 && mGivenUp.waitUntil(std::chrono::steady_clock::now() + pause))
+        return nullptr;
+    for (const auto& [closed, deadline] : before)
+        closed->waitUntil(deadline);
+    Stragglers::shared().waitUntilFew();
     std::shared_ptr<CaptureSource> source;
     {
         const std::lock_guard lock(mSourceLock);
-        if (mIsGivenUp.load())
+        if (isGivenUp())
             return nullptr;
         source = mSource = device.makeSource(*this);
+        mIsStarting = source != nullptr;
     }
-    return source ? source->start() : nullptr;
+    mLastArrival.store(HostClock::nanoseconds(), std::memory_order_relaxed);
+    auto error = source ? source->start() : nullptr;
+    const std::lock_guard lock(mSourceLock);
+    if (!std::exchange(mIsStarting, false) && source)
+        Stragglers::shared().add(-1);
+    return error;
 }
 
 void CaptureAttempt::stop()
@@ -67,14 +112,13 @@ void CaptureAttempt::stop()
 
 void CaptureAttempt::giveUp()
 {
-    std::shared_ptr<CaptureSource> source;
-    {
-        const std::lock_guard lock(mSourceLock);
-        mIsGivenUp.store(true);
-        source = mSource;
-    }
-    if (source)
-        source->interrupt();
+    const std::lock_guard lock(mSourceLock);
+    mGivenUp.open();
+    if (!std::exchange(mIsStarting, false))
+        return;
+    Stragglers::shared().add(1);
+    if (mSource->interrupt())
+        mClosed->open();
 }
 
 CMVideoDimensions CaptureAttempt::requestedDimensions() const

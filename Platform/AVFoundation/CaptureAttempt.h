@@ -15,13 +15,19 @@ class CaptureLatch {
 public:
     void open();
     bool isOpen() const;
-    /// Whether it opened within \p longest.
-    bool waitFor(std::chrono::milliseconds longest) const;
+    /// Whether it is open at \p deadline.
+    bool waitUntil(std::chrono::steady_clock::time_point deadline) const;
 
 private:
     mutable std::mutex mLock;
     mutable std::condition_variable mOpened;
     bool mIsOpen = false;
+};
+
+/// The closing of a device: not waited for any more when it takes too long.
+struct CaptureClosing {
+    std::shared_ptr<CaptureLatch> closed;
+    std::chrono::steady_clock::time_point deadline;
 };
 
 /// One source at work for an output: a device opened once, or what stands in for it.
@@ -39,13 +45,20 @@ public:
     CaptureAttempt(Target target, std::function<void()> delivers, std::function<void(Ref<NSError>)> failed);
     ~CaptureAttempt() override;
 
-    /// Makes the device's source and starts it; may take its time. Does nothing once it was given up.
-    Ref<NSError> start(const AVCaptureDevice& device);
-    /// Stops the source and opens \p closed; may take its time, and waits for `start`.
+    /// Where `start` and `stop` are to run, in this order.
+    dispatch_queue_t queue() const { return mQueue; }
+    /// Waits for \p before, makes the device's source and starts it. Does nothing once it was given up. May take its
+    /// time: that of the slowest driver.
+    ///
+    /// \param pause  is waited first, in case that it is given up: somebody goes through the cameras quickly
+    Ref<NSError> start(
+        const AVCaptureDevice& device, const std::vector<CaptureClosing>& before, std::chrono::milliseconds pause);
+    /// Stops the source and opens what `closed` gives; may take its time.
     void stop();
-    /// Lets nothing more through, and has a `start` that still runs return soon. Any thread.
+    /// Lets nothing more through, and has a `start` that still runs return as soon as it can. Any thread.
     void giveUp();
-    bool isGivenUp() const { return mIsGivenUp.load(); }
+    bool isGivenUp() const { return mGivenUp.isOpen(); }
+    /// Opens when the device is free for others.
     const std::shared_ptr<CaptureLatch>& closed() const { return mClosed; }
     /// When the last sample came, on the host clock; when it was made, before the first.
     std::int64_t lastArrival() const { return mLastArrival.load(std::memory_order_relaxed); }
@@ -60,7 +73,7 @@ public:
 
 private:
     void noteArrival();
-    bool passes() const { return !mIsGivenUp.load() && mTarget.delivering->load(); }
+    bool passes() const { return !isGivenUp() && mTarget.delivering->load(); }
 
     const Target mTarget;
     AVCaptureVideoDataOutput* const mVideoOutput;
@@ -69,9 +82,11 @@ private:
     const std::function<void(Ref<NSError>)> mFailed;
     const std::uint64_t mNumber; ///< above those of the attempts before
     const std::shared_ptr<CaptureLatch> mClosed = std::make_shared<CaptureLatch>();
-    std::atomic<bool> mIsGivenUp { false };
+    const Ref<dispatch_queue> mQueue;
+    CaptureLatch mGivenUp;
     std::atomic<bool> mHasDelivered { false };
     std::atomic<std::int64_t> mLastArrival;
     std::mutex mSourceLock; ///< guards the pointer, not the source
     std::shared_ptr<CaptureSource> mSource;
+    bool mIsStarting = false;
 };

@@ -21,6 +21,8 @@ constexpr std::int64_t untilAnnounced = second;
 constexpr std::int64_t untilTrusted = 10 * second;
 /// How long a device waits for the one before it to close.
 constexpr std::chrono::milliseconds longestClosing { 1000 };
+/// Who holds an arrow key down goes through the cameras faster than this; those in between are not opened.
+constexpr std::chrono::milliseconds untilSettled { 50 };
 
 /// What a person can do about the error.
 const char* adviceFor(const NSError& error, bool isVideo)
@@ -53,7 +55,7 @@ CaptureBranch::CaptureBranch(
 
 CaptureBranch::~CaptureBranch() = default;
 
-void CaptureBranch::begin(std::vector<std::shared_ptr<CaptureLatch>> before)
+void CaptureBranch::begin(std::vector<CaptureClosing> before)
 {
     assertOnQueue(mSurroundings.queue);
     mTimer = dispatch_source_create_timer(mSurroundings.queue);
@@ -61,12 +63,12 @@ void CaptureBranch::begin(std::vector<std::shared_ptr<CaptureLatch>> before)
         if (const auto self = weakSelf.lock())
             self->timePasses();
     });
-    openDevice(std::move(before));
+    openDevice(std::move(before), false);
     schedule();
     dispatch_resume(mTimer);
 }
 
-std::shared_ptr<CaptureLatch> CaptureBranch::end()
+CaptureClosing CaptureBranch::end()
 {
     assertOnQueue(mSurroundings.queue);
     if (mTimer)
@@ -75,7 +77,7 @@ std::shared_ptr<CaptureLatch> CaptureBranch::end()
     stopStandIn();
     closeDevice();
     mState = State::Ended;
-    return mClosed;
+    return mClosing;
 }
 
 std::shared_ptr<CaptureAttempt> CaptureBranch::makeAttempt(bool isStandIn)
@@ -111,17 +113,15 @@ std::shared_ptr<CaptureAttempt> CaptureBranch::makeAttempt(bool isStandIn)
     return attempt;
 }
 
-void CaptureBranch::openDevice(std::vector<std::shared_ptr<CaptureLatch>> before)
+void CaptureBranch::openDevice(std::vector<CaptureClosing> before, bool isRetry)
 {
     mState = State::Opening;
     mAttempt = makeAttempt(false);
-    dispatch_async(mDevice->queue(),
-        [change = mSurroundings.beginChange(), attempt = mAttempt, device = mDevice, before = std::move(before)] {
-            for (const auto& latch : before) {
-                if (!attempt->isGivenUp())
-                    latch->waitFor(longestClosing);
-            }
-            if (auto error = attempt->start(*device))
+    const auto pause = before.empty() || isRetry ? std::chrono::milliseconds(0) : untilSettled;
+    dispatch_async(mAttempt->queue(),
+        [change = mSurroundings.beginChange(), attempt = mAttempt, device = mDevice, before = std::move(before),
+            pause] {
+            if (auto error = attempt->start(*device, before, pause))
                 attempt->sourceFailed(std::move(error));
         });
 }
@@ -131,9 +131,9 @@ void CaptureBranch::closeDevice()
     if (!mAttempt)
         return;
     mAttempt->giveUp();
-    mClosed = mAttempt->closed();
-    dispatch_async(
-        mDevice->queue(), [change = mSurroundings.beginChange(), attempt = std::move(mAttempt)] { attempt->stop(); });
+    mClosing = { mAttempt->closed(), std::chrono::steady_clock::now() + longestClosing };
+    auto* const queue = mAttempt->queue();
+    dispatch_async(queue, [change = mSurroundings.beginChange(), attempt = std::move(mAttempt)] { attempt->stop(); });
     mAttempt = nullptr;
 }
 
@@ -197,7 +197,7 @@ void CaptureBranch::startStandIn()
     if (!device || device == mDevice)
         return;
     mStandIn = makeAttempt(true);
-    mStandIn->start(*device);
+    mStandIn->start(*device, {}, std::chrono::milliseconds(0));
 }
 
 void CaptureBranch::stopStandIn()
@@ -217,10 +217,10 @@ void CaptureBranch::timePasses()
         announceTrouble();
     if (mState == State::Pausing && now >= mRetryTime) {
         // One that does not even close is not asked a second time.
-        if (mClosed && !mClosed->isOpen())
+        if (mClosing.closed && !mClosing.closed->isOpen())
             mRetryTime = now + mPause;
         else
-            openDevice({});
+            openDevice({ mClosing }, true);
     } else if (mAttempt) {
         const bool isOpening = mState == State::Opening;
         const auto patience = isOpening ? openingPatience : runningPatience;

@@ -9,8 +9,8 @@
 /// half a second to eight. Until it delivers again, what stands in for its kind delivers in its place: the test
 /// picture, or silence. Trouble that lasts is told in one line, and so is its end.
 ///
-/// Everything that decides belongs to one queue, the session's, and never waits. Opening and closing run on the queue
-/// of the device, where they may take their time.
+/// Everything that decides belongs to one queue, the session's, and never waits. Opening and closing run elsewhere,
+/// where they may take their time.
 class CaptureBranch : public std::enable_shared_from_this<CaptureBranch> {
 public:
     struct Surroundings {
@@ -26,16 +26,16 @@ public:
     bool prefers(CMVideoDimensions dimensions) const { return !mIsVideo || mPreferred == dimensions; }
 
     /// Begins to open the device, once those of \p before are closed or have taken too long for that: two cameras at
-    /// one port may not have room to run together.
-    void begin(std::vector<std::shared_ptr<CaptureLatch>> before);
-    /// Brings nothing more and closes the device; \return what opens when that is done
-    std::shared_ptr<CaptureLatch> end();
+    /// one port may not have room to run together, and one may be the same.
+    void begin(std::vector<CaptureClosing> before);
+    /// Brings nothing more and closes the device; \return its closing
+    CaptureClosing end();
 
 private:
     enum class State { Opening, Running, Pausing, Ended };
 
     // On the queue:
-    void openDevice(std::vector<std::shared_ptr<CaptureLatch>> before);
+    void openDevice(std::vector<CaptureClosing> before, bool isRetry);
     std::shared_ptr<CaptureAttempt> makeAttempt(bool isStandIn);
     void deviceDelivers(const CaptureAttempt* attempt);
     void deviceFailed(const CaptureAttempt* attempt, Ref<NSError> error);
@@ -60,7 +60,7 @@ private:
     State mState = State::Opening;
     std::shared_ptr<CaptureAttempt> mAttempt; ///< the device, while it is open or being opened
     std::shared_ptr<CaptureAttempt> mStandIn; ///< while the device is in trouble
-    std::shared_ptr<CaptureLatch> mClosed; ///< of the last attempt that was given up
+    CaptureClosing mClosing; ///< of the last attempt that was given up, once there was one
     Ref<dispatch_source> mTimer;
     std::int64_t mRetryTime = 0;
     std::int64_t mPause = 0;

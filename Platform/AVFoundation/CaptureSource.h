@@ -37,6 +37,8 @@ public:
     virtual Ref<NSError> start() = 0;
     /// Brings nothing more once it has returned.
     virtual void stop() = 0;
-    /// Has a `start` that still runs on another thread return soon, where the source can; `stop` follows.
-    virtual void interrupt() { }
+    /// Has a `start` that still runs on another thread return as soon as it can; `stop` follows.
+    ///
+    /// \return whether the device is free for others at once, however long `start` takes
+    virtual bool interrupt() { return false; }
 };

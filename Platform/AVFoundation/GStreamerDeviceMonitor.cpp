@@ -22,6 +22,7 @@ bool isOwnCamera(std::string_view nodeName)
 
 constexpr CMVideoDimensions usualDimensions { 1280, 720 };
 constexpr std::size_t mostFormats = 64;
+constexpr std::int64_t untilLossIsKnown = 1'000'000'000;
 
 /// What the host knows about a device, by key.
 class Facts {
@@ -251,19 +252,36 @@ void GStreamerDeviceMonitor::stopProvider(Provider& provider)
 void GStreamerDeviceMonitor::pipeWireConnectionChanged(bool isConnected)
 {
     assertOnQueue(mQueue);
+    mIsPipeWireConnected = isConnected;
+    if (isConnected) {
+        // What was connected at the start has been told by then; what is still to be stopped is started after that.
+        for (auto& provider : mProviders)
+            if (provider.isPipeWire && !provider.isStarted)
+                startProvider(provider);
+        tellChanges();
+        return;
+    }
+    {
+        const std::lock_guard lock(mLock);
+        mChoice.wentAll(HostDeviceChoice::Library::PipeWire);
+    }
+    tellChanges();
+    // The provider is stopped without regard for its own thread, which may be about to hear of the loss too.
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, untilLossIsKnown), mQueue, [weakSelf = weak_from_this()] {
+        if (const auto self = weakSelf.lock())
+            self->restartPipeWireProvider();
+    });
+}
+
+void GStreamerDeviceMonitor::restartPipeWireProvider()
+{
+    assertOnQueue(mQueue);
     for (auto& provider : mProviders) {
         if (!provider.isPipeWire)
             continue;
-        // What was connected at the start has been told by then.
-        if (isConnected && provider.isStarted)
-            continue;
         stopProvider(provider);
-        if (isConnected)
+        if (mIsPipeWireConnected)
             startProvider(provider);
-    }
-    if (!isConnected) {
-        const std::lock_guard lock(mLock);
-        mChoice.wentAll(HostDeviceChoice::Library::PipeWire);
     }
     tellChanges();
 }

@@ -40,6 +40,7 @@ private:
     void startProvider(Provider& provider);
     void stopProvider(Provider& provider);
     void pipeWireConnectionChanged(bool isConnected);
+    void restartPipeWireProvider();
     void handle(GstMessage* message);
     void came(GstDevice* device);
     void went(GstDevice* device);
@@ -49,7 +50,8 @@ private:
 
     CaptureDeviceList& mList;
     const Ref<dispatch_queue> mQueue;
-    std::vector<Provider> mProviders; ///< belongs to the queue
+    std::vector<Provider> mProviders; ///< belongs to the queue, as the next
+    bool mIsPipeWireConnected = false;
     std::unique_ptr<PipeWireWatch> mPipeWire;
     std::mutex mLock;
     HostDeviceChoice mChoice;

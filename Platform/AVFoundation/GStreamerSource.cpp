@@ -122,13 +122,13 @@ void GStreamerSource::stop()
     mConnection.reset();
 }
 
-void GStreamerSource::interrupt()
+bool GStreamerSource::interrupt()
 {
-    // PipeWire's element waits half a minute for a stream that will never come; without a connection it gives up.
+    // PipeWire's element waits half a minute for a stream that will never come. Without its connection it waits all
+    // the same, but holds nothing of the camera any more.
     const std::lock_guard lock(mLock);
     mIsInterrupted = true;
-    if (mConnection)
-        ::shutdown(mConnection.get(), SHUT_RDWR);
+    return mConnection && ::shutdown(mConnection.get(), SHUT_RDWR) == 0;
 }
 
 void GStreamerSource::giveOwnConnection(GstElement* source)

@@ -15,7 +15,7 @@ public:
     ~GStreamerSource() override;
     Ref<NSError> start() override;
     void stop() override;
-    void interrupt() override;
+    bool interrupt() override;
 
 protected:
     CaptureSink& sink() const noexcept { return mSink; }

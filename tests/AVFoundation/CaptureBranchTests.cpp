@@ -154,8 +154,7 @@ TEST_F(CaptureBranchTest, TheRestWorksWhileOneDeviceDoesNot)
     use(camera);
     use(microphone);
     session->startRunning();
-    dispatch_sync(microphone.device()->queue(), [] {});
-    ASSERT_TRUE(microphone.isOpen());
+    ASSERT_TRUE(DispatchMain::runUntil([&] { return microphone.isOpen(); }, 10));
     for (int i = 0; i < 5; ++i) {
         HostClock::advance(static_cast<std::int64_t>(step * 1e9));
         microphone.deliver();
@@ -174,6 +173,7 @@ TEST_F(CaptureBranchTest, ACameraThatDoesNotComeBackFromOpeningIsInterruptedAndH
     use(stuck);
     StandardErrorCapture log;
     session->startRunning();
+    ASSERT_TRUE(DispatchMain::runUntil([&] { return stuck.openings() == 1; }, 10));
     for (int i = 0; i < 75; ++i) {
         HostClock::advance(static_cast<std::int64_t>(step * 1e9));
         std::this_thread::yield();

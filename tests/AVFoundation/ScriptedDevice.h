@@ -104,12 +104,13 @@ private:
             if (mScript->sink == &mSink)
                 mScript->sink = nullptr;
         }
-        void interrupt() override
+        bool interrupt() override
         {
             const std::lock_guard lock(mScript->lock);
             ++mScript->interruptions;
             mScript->isInterrupted = true;
             mScript->changed.notify_all();
+            return false;
         }
 
     private:

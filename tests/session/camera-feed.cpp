@@ -1,9 +1,11 @@
 // camera-feed: publishes what it reads on standard input (YUV4MPEG2, 4:2:0) as a PipeWire camera.
 //
 //     ffmpeg ... -f yuv4mpegpipe -pix_fmt yuv420p - | camera-feed --name "Session Camera" [--rate 30] [--count FILE]
+//         [--property KEY=VALUE] [--grey yes]
 //
-// --count keeps the number of frames shown so far in FILE. SIGUSR1 freezes the picture, and lets it go on: frames still
-// come, all alike.
+// --count keeps the number of frames shown so far in FILE. --property is one more property of the node. --grey makes it
+// a camera without colours, of which the brightness is shown. SIGUSR1 freezes the picture, and lets it go on: frames
+// still come, all alike.
 //
 // The node drives its own graph from an absolute timer, so its rate does not drift, and it reads a new frame only while
 // somebody watches: an unwatched camera stands still and holds its reader's pipe back. Every frame is shown once, at
@@ -91,10 +93,15 @@ struct StreamDeleter {
 /// The camera node. Everything happens on the main loop.
 class Camera {
 public:
-    Camera(Footage& footage, std::string description, int countFile)
+    struct Options {
+        std::string description = "Session Camera";
+        int countFile = -1;
+        std::vector<std::string> properties; ///< "key=value"
+        bool isGrey = false;
+    };
+    Camera(Footage& footage, Options options)
         : m_footage(footage)
-        , m_description(std::move(description))
-        , m_countFile(countFile)
+        , m_options(std::move(options))
         , m_loop(pw_main_loop_new(nullptr))
     {
     }
@@ -148,13 +155,18 @@ private:
             .command = nullptr,
             .trigger_done = nullptr,
         };
-        std::string nodeName = "session-camera." + m_description;
+        std::string nodeName = "session-camera." + m_options.description;
         for (char& character : nodeName)
             character = character == ' ' ? '-' : character;
         pw_properties* properties = pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_MEDIA_ROLE, "Camera",
-            PW_KEY_NODE_NAME, nodeName.c_str(), PW_KEY_NODE_DESCRIPTION, m_description.c_str(), nullptr);
+            PW_KEY_NODE_NAME, nodeName.c_str(), PW_KEY_NODE_DESCRIPTION, m_options.description.c_str(), nullptr);
+        for (const auto& property : m_options.properties) {
+            const auto sign = property.find('=');
+            if (sign != std::string::npos)
+                pw_properties_set(properties, property.substr(0, sign).c_str(), property.substr(sign + 1).c_str());
+        }
         m_stream.reset(pw_stream_new_simple(
-            pw_main_loop_get_loop(m_loop.get()), m_description.c_str(), properties, &events, this));
+            pw_main_loop_get_loop(m_loop.get()), m_options.description.c_str(), properties, &events, this));
         if (!m_stream) {
             std::fprintf(stderr, "camera-feed: PipeWire: %s\n", std::strerror(errno));
             return false;
@@ -162,7 +174,7 @@ private:
         uint8_t memory[1024];
         spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory, sizeof memory);
         spa_video_info_raw format {};
-        format.format = SPA_VIDEO_FORMAT_I420;
+        format.format = m_options.isGrey ? SPA_VIDEO_FORMAT_GRAY8 : SPA_VIDEO_FORMAT_I420;
         format.size = SPA_RECTANGLE(m_footage.width, m_footage.height);
         format.framerate = m_footage.rate;
         const spa_pod* params[] = { spa_format_video_raw_build(&builder, SPA_PARAM_EnumFormat, &format) };
@@ -173,6 +185,12 @@ private:
         return result >= 0;
     }
 
+    /// Of each frame: all of it, or only the brightness.
+    size_t shownSize() const
+    {
+        return m_options.isGrey ? size_t { m_footage.width } * m_footage.height : m_footage.frameSize();
+    }
+
     void offerBuffers()
     {
         uint8_t memory[1024];
@@ -180,7 +198,7 @@ private:
         const spa_pod* params[] = {
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
                 SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
-                SPA_PARAM_BUFFERS_size, SPA_POD_Int(static_cast<int>(m_footage.frameSize())), SPA_PARAM_BUFFERS_stride,
+                SPA_PARAM_BUFFERS_size, SPA_POD_Int(static_cast<int>(shownSize())), SPA_PARAM_BUFFERS_stride,
                 SPA_POD_Int(static_cast<int>(m_footage.width)), SPA_PARAM_BUFFERS_dataType,
                 SPA_POD_CHOICE_FLAGS_Int(1 << SPA_DATA_MemFd))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
@@ -229,10 +247,10 @@ private:
         if (!buffer)
             return; // every buffer is with a slow watcher: this frame stays for the next tick
         spa_data& data = buffer->buffer->datas[0];
-        if (data.data && data.maxsize >= m_frame.size()) {
-            std::memcpy(data.data, m_frame.data(), m_frame.size());
+        if (data.data && data.maxsize >= shownSize()) {
+            std::memcpy(data.data, m_frame.data(), shownSize());
             data.chunk->offset = 0;
-            data.chunk->size = static_cast<uint32_t>(m_frame.size());
+            data.chunk->size = static_cast<uint32_t>(shownSize());
             data.chunk->stride = static_cast<int32_t>(m_footage.width);
         }
         void* meta = spa_buffer_find_meta_data(buffer->buffer, SPA_META_Header, sizeof(spa_meta_header));
@@ -258,7 +276,7 @@ private:
         // One line of fixed length, so that a reader never sees half of a longer number.
         char line[24];
         const int length = std::snprintf(line, sizeof line, "%20llu\n", static_cast<unsigned long long>(m_sequence));
-        if (m_countFile >= 0 && pwrite(m_countFile, line, static_cast<size_t>(length), 0) != length)
+        if (m_options.countFile >= 0 && pwrite(m_options.countFile, line, static_cast<size_t>(length), 0) != length)
             std::fprintf(stderr, "camera-feed: the count is not written: %s\n", std::strerror(errno));
     }
 
@@ -270,8 +288,7 @@ private:
     }
 
     Footage& m_footage;
-    std::string m_description;
-    int m_countFile;
+    Options m_options;
     std::unique_ptr<pw_main_loop, LoopDeleter> m_loop;
     std::unique_ptr<pw_stream, StreamDeleter> m_stream;
     spa_source* m_timer = nullptr;
@@ -287,16 +304,21 @@ private:
 
 int main(int argc, char* argv[])
 {
-    std::string name = "Session Camera";
+    Camera::Options options;
     unsigned rate = 0;
-    int countFile = -1;
     for (int index = 1; index + 1 < argc; index += 2) {
-        if (std::string_view(argv[index]) == "--name")
-            name = argv[index + 1];
-        else if (std::string_view(argv[index]) == "--rate")
-            rate = static_cast<unsigned>(std::strtoul(argv[index + 1], nullptr, 10));
-        else if (std::string_view(argv[index]) == "--count")
-            countFile = open(argv[index + 1], O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+        const std::string_view option = argv[index];
+        const char* const value = argv[index + 1];
+        if (option == "--name")
+            options.description = value;
+        else if (option == "--rate")
+            rate = static_cast<unsigned>(std::strtoul(value, nullptr, 10));
+        else if (option == "--count")
+            options.countFile = open(value, O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+        else if (option == "--property")
+            options.properties.emplace_back(value);
+        else if (option == "--grey")
+            options.isGrey = true;
     }
     Footage footage;
     if (!footage.readHeader()) {
@@ -306,7 +328,7 @@ int main(int argc, char* argv[])
     if (rate != 0)
         footage.rate = SPA_FRACTION(rate, 1);
     pw_init(&argc, &argv);
-    const int result = Camera(footage, name, countFile).run();
+    const int result = Camera(footage, std::move(options)).run();
     pw_deinit();
     return result;
 }
