@@ -155,8 +155,9 @@ Ref<NSError> GStreamerSource::build()
     gst_bin_add(GST_BIN(mPipeline.get()), source);
 
     GError* failure = nullptr;
-    const auto description
-        = chain() + " ! appsink name=sink sync=false max-buffers=4 drop=true enable-last-sample=false";
+    const auto elements = chain();
+    const auto description = (elements.empty() ? "" : elements + " ! ")
+        + "appsink name=sink sync=false max-buffers=4 drop=true enable-last-sample=false";
     GstElement* const tail = gst_parse_bin_from_description(description.c_str(), TRUE, &failure);
     if (failure) {
         const GErrorOwner error(failure);

@@ -20,7 +20,8 @@ public:
 protected:
     CaptureSink& sink() const noexcept { return mSink; }
     GstDevice* device() const noexcept { return mDevice.get(); }
-    /// What stands between the device's element and the sink, as GStreamer writes a chain of elements.
+    /// What stands between the device's element and the sink, as GStreamer writes a chain of elements;
+    /// empty for nothing.
     virtual std::string chain() const = 0;
     /// The form that the device is asked for; null for any.
     virtual GstCapsOwner requestedCaps() const { return nullptr; }

@@ -1,12 +1,16 @@
 #include "Platform/AVFoundation/GStreamerVideoFormats.h"
 
+#include "Platform/AVFoundation/H264VideoReader.h"
+#include "Platform/AVFoundation/JPEGVideoReader.h"
+#include "Platform/AVFoundation/RawVideoReader.h"
+
 #include <algorithm>
 #include <cmath>
 #include <tuple>
 
 namespace {
 
-constexpr double wantedRate = 30;
+constexpr double wantedRate = GStreamerVideoFormat::wantedRate;
 constexpr double leastRate = 24;
 
 /// The values that a field of whole numbers can take, a range by the one nearest to \p preferred.
@@ -66,19 +70,35 @@ Fraction rateOf(const GValue* value)
     return best;
 }
 
-std::string textOfField(const GstStructure* structure, const char* name)
+/// The texts that a field can take; one empty text where it is not told.
+std::vector<std::string> textsOf(const GValue* value)
 {
-    const GValue* value = gst_structure_get_value(structure, name);
-    if (value && GST_VALUE_HOLDS_LIST(value) && gst_value_list_get_size(value) > 0)
-        value = gst_value_list_get_value(value, 0);
-    return value && G_VALUE_HOLDS_STRING(value) && g_value_get_string(value) ? g_value_get_string(value) : "";
+    if (value && GST_VALUE_HOLDS_LIST(value)) {
+        std::vector<std::string> result;
+        for (guint i = 0; i < gst_value_list_get_size(value); ++i)
+            std::ranges::copy(textsOf(gst_value_list_get_value(value, i)), std::back_inserter(result));
+        return result;
+    }
+    return { value && G_VALUE_HOLDS_STRING(value) && g_value_get_string(value) ? g_value_get_string(value) : "" };
 }
 
-int decodingCost(const GStreamerVideoFormat& format)
+/// How dear it is to make BGRA of a form; raw pictures that GStreamer has to convert first are the dearest.
+int readingCost(const GStreamerVideoFormat& format)
 {
-    if (format.mediaType == "video/x-raw")
-        return 0;
-    return format.mediaType == "image/jpeg" ? 1 : 2;
+    if (format.mediaType == JPEGVideoReader::mediaType)
+        return 1;
+    if (format.mediaType == H264VideoReader::mediaType)
+        return 2;
+    return RawVideoReader::readsDirectly(format.pixelFormat) ? 0 : 3;
+}
+
+bool canBeRead(const char* mediaType)
+{
+    const GstCapsOwner readable(gst_caps_from_string(VideoSampleReader::readableCaps));
+    for (guint i = 0; i < gst_caps_get_size(readable.get()); ++i)
+        if (gst_structure_has_name(gst_caps_get_structure(readable.get(), i), mediaType))
+            return true;
+    return false;
 }
 
 /// Orders by suitability: what comes first is better.
@@ -88,8 +108,11 @@ auto rank(const GStreamerVideoFormat& format, CMVideoDimensions preferred)
     const bool isFast = format.rateNumerator == 0 || format.rate() >= leastRate;
     const bool covers = width >= preferred.width && height >= preferred.height;
     const long area = static_cast<long>(width) * height;
+    // The rest of a smaller picture is cut away before it is made larger.
+    const auto part = VideoFrameConverter::partWithProportions(format.dimensions, preferred);
+    const long used = covers ? 0 : static_cast<long>(part.width) * part.height;
     const double rate = format.rateNumerator == 0 ? wantedRate : format.rate();
-    return std::tuple(!isFast, !covers, covers ? area : -area, std::abs(rate - wantedRate), decodingCost(format));
+    return std::tuple(format.isGrey(), !isFast, !covers, -used, area, std::abs(rate - wantedRate), readingCost(format));
 }
 
 }
@@ -119,13 +142,20 @@ std::vector<GStreamerVideoFormat> GStreamerVideoFormatsOf(const GstCaps* caps, C
         const auto widths = integersOf(gst_structure_get_value(structure, "width"), preferred.width);
         const auto heights = integersOf(gst_structure_get_value(structure, "height"), preferred.height);
         const auto rate = rateOf(gst_structure_get_value(structure, "framerate"));
-        GStreamerVideoFormat format { gst_structure_get_name(structure), textOfField(structure, "format"), {},
-            rate.numerator, rate.denominator };
-        for (const int width : widths) {
-            for (const int height : heights) {
-                format.dimensions = { width, height };
-                if (width > 0 && height > 0)
-                    result.push_back(format);
+        if (!canBeRead(gst_structure_get_name(structure)))
+            continue;
+        GStreamerVideoFormat format;
+        format.mediaType = gst_structure_get_name(structure);
+        format.rateNumerator = rate.numerator;
+        format.rateDenominator = rate.denominator;
+        for (const auto& pixelFormat : textsOf(gst_structure_get_value(structure, "format"))) {
+            format.pixelFormat = pixelFormat;
+            for (const int width : widths) {
+                for (const int height : heights) {
+                    format.dimensions = { width, height };
+                    if (width > 0 && height > 0)
+                        result.push_back(format);
+                }
             }
         }
     }

@@ -1,120 +1,153 @@
 #include "Platform/AVFoundation/GStreamerVideoSource.h"
 
+#include <algorithm>
+
 namespace {
 
 /// Pictures that may be in use at a time before new ones are lost.
 constexpr std::size_t mostPictures = 24;
+/// Forms that the camera is told one by one, the best first, before it is told that any will do.
+constexpr std::size_t mostWishes = 16;
 
-/// A picture's planes as the converter wants them; null where it does not know the format.
-std::optional<VideoFrameConverter::Frame> frameOf(const GstVideoFrame& mapped)
+std::int64_t intervalOf(const GstCaps* caps)
 {
-    using Layout = VideoFrameConverter::Layout;
-    static constexpr std::pair<GstVideoFormat, Layout> layouts[] {
-        { GST_VIDEO_FORMAT_I420, Layout::I420 },
-        { GST_VIDEO_FORMAT_YV12, Layout::I420 },
-        { GST_VIDEO_FORMAT_Y42B, Layout::I422 },
-        { GST_VIDEO_FORMAT_Y444, Layout::I444 },
-        { GST_VIDEO_FORMAT_NV12, Layout::NV12 },
-        { GST_VIDEO_FORMAT_YUY2, Layout::YUY2 },
-        { GST_VIDEO_FORMAT_UYVY, Layout::UYVY },
-        { GST_VIDEO_FORMAT_BGRA, Layout::BGRA },
-        { GST_VIDEO_FORMAT_BGRx, Layout::BGRA },
-        { GST_VIDEO_FORMAT_RGBA, Layout::RGBA },
-        { GST_VIDEO_FORMAT_RGBx, Layout::RGBA },
-        { GST_VIDEO_FORMAT_BGR, Layout::BGR },
-        { GST_VIDEO_FORMAT_RGB, Layout::RGB },
-    };
-    const auto& info = mapped.info;
-    for (const auto& [format, layout] : layouts) {
-        if (GST_VIDEO_INFO_FORMAT(&info) != format)
-            continue;
-        VideoFrameConverter::Frame frame;
-        frame.layout = layout;
-        frame.dimensions = { GST_VIDEO_FRAME_WIDTH(&mapped), GST_VIDEO_FRAME_HEIGHT(&mapped) };
-        for (guint plane = 0; plane < GST_VIDEO_FRAME_N_PLANES(&mapped) && plane < frame.planes.size(); ++plane)
-            frame.planes[plane] = { static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&mapped, plane)),
-                GST_VIDEO_FRAME_PLANE_STRIDE(&mapped, plane) };
-        if (format == GST_VIDEO_FORMAT_YV12)
-            std::swap(frame.planes[1], frame.planes[2]);
-        frame.isFullRange = info.colorimetry.range == GST_VIDEO_COLOR_RANGE_0_255;
-        frame.isHighDefinition = info.colorimetry.matrix == GST_VIDEO_COLOR_MATRIX_BT709;
-        return frame;
-    }
-    return std::nullopt;
+    int numerator = 0;
+    int denominator = 0;
+    if (!gst_structure_get_fraction(gst_caps_get_structure(caps, 0), "framerate", &numerator, &denominator)
+        || numerator <= 0 || denominator <= 0)
+        return 0;
+    return static_cast<std::int64_t>(
+        gst_util_uint64_scale(GST_SECOND, static_cast<guint64>(denominator), static_cast<guint64>(numerator)));
 }
 
+VideoFrameConverter::Orientation orientationOf(GstVideoOrientationMethod method)
+{
+    switch (method) {
+    case GST_VIDEO_ORIENTATION_90R:
+        return { false, 1 };
+    case GST_VIDEO_ORIENTATION_180:
+        return { false, 2 };
+    case GST_VIDEO_ORIENTATION_90L:
+        return { false, 3 };
+    case GST_VIDEO_ORIENTATION_HORIZ:
+        return { true, 0 };
+    case GST_VIDEO_ORIENTATION_VERT:
+        return { true, 2 };
+    case GST_VIDEO_ORIENTATION_UL_LR:
+        return { true, 3 };
+    case GST_VIDEO_ORIENTATION_UR_LL:
+        return { true, 1 };
+    default:
+        return {};
+    }
+}
+
+}
+
+GStreamerVideoSource::GStreamerVideoSource(CaptureSink& sink, GstDevice* device)
+    : GStreamerSource(sink, device)
+    , mPace(static_cast<std::int64_t>(GST_SECOND / GStreamerVideoFormat::wantedRate))
+{
 }
 
 Ref<NSError> GStreamerVideoSource::start()
 {
     const GstCapsOwner caps(gst_device_get_caps(device()));
     mFormats = GStreamerVideoFormatsOf(caps.get(), sink().preferredDimensions());
+    mCaps = nullptr;
+    mReader = nullptr;
+    mOrientation = GST_VIDEO_ORIENTATION_IDENTITY;
     return GStreamerSource::start();
-}
-
-std::string GStreamerVideoSource::chain() const
-{
-    if (mFormats.empty() || mFormats.front().mediaType == "video/x-raw")
-        return "videoconvert";
-    if (mFormats.front().mediaType == "image/jpeg")
-        return "jpegdec ! videoconvert";
-    return "decodebin ! videoconvert";
 }
 
 GstCapsOwner GStreamerVideoSource::requestedCaps() const
 {
-    return mFormats.empty() ? GstCapsOwner(gst_caps_new_empty_simple("video/x-raw")) : mFormats.front().caps();
+    // The order is the order of preference. That any form will do lets a camera that others use already, or that
+    // changes its form, be read in the one that it has.
+    GstCapsOwner result(gst_caps_new_empty());
+    for (std::size_t index = 0; index < std::min(mFormats.size(), mostWishes); ++index)
+        gst_caps_append(result.get(), mFormats[index].caps().release());
+    gst_caps_append(result.get(), gst_caps_from_string(deliveredCaps()));
+    return result;
 }
 
 const char* GStreamerVideoSource::deliveredCaps() const
 {
-    return "video/x-raw,format={I420,YV12,Y42B,Y444,NV12,YUY2,UYVY,BGRA,BGRx,RGBA,RGBx,BGR,RGB}";
+    return VideoSampleReader::readableCaps;
+}
+
+void GStreamerVideoSource::configure(GstElement* source)
+{
+    GStreamerSource::configure(source);
+    const GstOwned<GstPad> pad(gst_element_get_static_pad(source, "src"));
+    if (pad)
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, eventPasses, this, nullptr);
+}
+
+GstPadProbeReturn GStreamerVideoSource::eventPasses(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self)
+{
+    GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
+    if (GST_EVENT_TYPE(event) != GST_EVENT_TAG)
+        return GST_PAD_PROBE_OK;
+    GstTagList* tags = nullptr;
+    gst_event_parse_tag(event, &tags);
+    // How the camera stands, in its housing or in the hand.
+    GstVideoOrientationMethod method = GST_VIDEO_ORIENTATION_IDENTITY;
+    if (gst_video_orientation_from_tag(tags, &method))
+        static_cast<GStreamerVideoSource*>(self)->mOrientation = method;
+    return GST_PAD_PROBE_OK;
 }
 
 void GStreamerVideoSource::sampleCame(GstSample* sample)
 {
-    if (!sink().admitPicture())
+    GstCaps* const caps = gst_sample_get_caps(sample);
+    if (!caps || !prepareFor(caps))
         return;
-    auto picture = pictureFrom(sample);
-    if (!picture) {
+    const std::int64_t hostTime = hostTimeOf(sample);
+    if (!mReader->needsEverySample() && !admits(hostTime))
+        return;
+    const auto read = mReader->read(sample, hostTime);
+    const bool isAdmitted = !mReader->needsEverySample() || (read && admits(read->hostTime));
+    if (read && isAdmitted)
+        deliver(*read);
+    else if (isAdmitted)
         sink().pictureFailed();
-        return;
-    }
-    std::int64_t duration = 0;
-    if (mInfo.fps_n > 0)
-        duration = static_cast<std::int64_t>(
-            gst_util_uint64_scale(GST_SECOND, static_cast<guint64>(mInfo.fps_d), static_cast<guint64>(mInfo.fps_n)));
-    sink().pictureCame(std::move(picture), hostTimeOf(sample), duration);
+    mReader->finish();
 }
 
-Ref<CVPixelBuffer> GStreamerVideoSource::pictureFrom(GstSample* sample)
+bool GStreamerVideoSource::prepareFor(GstCaps* caps)
 {
-    GstCaps* const caps = gst_sample_get_caps(sample);
-    if (!caps)
-        return nullptr;
-    if (caps != mInfoCaps.get()) {
-        if (!gst_video_info_from_caps(&mInfo, caps))
-            return nullptr;
-        mInfoCaps.reset(gst_caps_ref(caps));
-    }
-    GstVideoFrame mapped;
-    if (!gst_video_frame_map(&mapped, &mInfo, gst_sample_get_buffer(sample), GST_MAP_READ))
-        return nullptr;
-    struct Unmap {
-        GstVideoFrame& frame;
-        ~Unmap() { gst_video_frame_unmap(&frame); }
-    } const unmap { mapped };
+    if (caps == mCaps.get())
+        return static_cast<bool>(mReader);
+    if (!mReader || !mReader->goesOnWith(caps))
+        mReader = VideoSampleReader::readerOf(caps);
+    if (!mCaps || intervalOf(caps) != intervalOf(mCaps.get()))
+        mPace.begin(intervalOf(caps));
+    mCaps.reset(gst_caps_ref(caps));
+    return static_cast<bool>(mReader);
+}
 
-    const auto frame = frameOf(mapped);
-    if (!frame)
-        return nullptr;
+bool GStreamerVideoSource::admits(std::int64_t hostTime)
+{
+    return mPace.takes(hostTime) && sink().admitPicture();
+}
+
+void GStreamerVideoSource::deliver(const VideoSampleReader::Picture& read)
+{
+    if (auto picture = pictureFrom(read.frame))
+        sink().pictureCame(std::move(picture), read.hostTime, mPace.interval());
+    else
+        sink().pictureFailed();
+}
+
+Ref<CVPixelBuffer> GStreamerVideoSource::pictureFrom(VideoFrameConverter::Frame frame)
+{
+    frame.orientation = orientationOf(mOrientation);
     auto dimensions = sink().requestedDimensions();
     if (dimensions.width == 0)
-        dimensions = frame->dimensions;
+        dimensions = VideoFrameConverter::uprightDimensions(frame);
     auto picture = emptyPicture(dimensions);
-    if (!picture || !mConverter.convert(*frame, *picture))
-        return nullptr;
-    return picture;
+    return picture && mConverter.convert(frame, *picture) ? picture : nullptr;
 }
 
 Ref<CVPixelBuffer> GStreamerVideoSource::emptyPicture(CMVideoDimensions dimensions)
