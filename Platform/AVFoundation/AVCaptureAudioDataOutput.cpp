@@ -96,7 +96,7 @@ void AVCaptureAudioDataOutput::deliver(std::uint64_t source, std::span<const std
 {
     const AutoreleasePool pool;
     const std::lock_guard lock(mLock);
-    if (!mDelivers || source < mSource)
+    if (!mDelivers || source < mSource || samples.size() < bytesPerFrame)
         return;
     if (std::exchange(mSource, source) != source)
         mTimeline->deviceChanged();

@@ -67,9 +67,8 @@ GType soundCardType()
             source->close = [](GstAudioSrc*) -> gboolean { return TRUE; };
             source->delay = [](GstAudioSrc*) -> guint { return card.delay; };
             source->reset = [](GstAudioSrc*) {};
-            source->read = [](GstAudioSrc*, gpointer data, guint size, GstClockTime*) -> guint {
-                std::memset(data, 0, size);
-                // Comes back when the card's crystal has counted so far.
+            source->read = [](GstAudioSrc*, gpointer, guint size, GstClockTime*) -> guint {
+                // Comes back when the card's crystal has counted so far; of what it heard nobody asks.
                 card.frames += size / 4;
                 const auto due = card.start + card.frames * 1'000'000'000 / 48000 * 100 / card.speed;
                 std::this_thread::sleep_for(std::chrono::nanoseconds(due - HostClock::nanoseconds()));
