@@ -26,7 +26,7 @@ enum AVAssetWriterStatus : std::int64_t {
 /// Writes one QuickTime movie: H.264 pictures and linear PCM sound.
 ///
 /// The samples of all inputs are put into the file by a thread of the writer's own. While it grows the file is a
-/// fragmented movie, a fragment each half second, so that whatever happens to the program it can be played up to that
+/// fragmented movie, three fragments a second, so that whatever happens to the program it can be played up to that
 /// point; `finishWriting` makes it an ordinary one, in place, by adding the index and changing sixteen bytes. Formats:
 /// QuickTime File Format; ISO/IEC 14496-12 (boxes and movie fragments) and 14496-15 (H.264 in them).
 ///

@@ -9,8 +9,9 @@
 
 namespace {
 
-/// Whatever ends the program costs less than this and one frame more, in seconds of the movie.
-constexpr double fragmentSeconds = 0.5;
+/// Whatever ends the program costs less than this, what waits for the encoder and one frame more, in seconds of the
+/// movie: well under a second on a busy machine too.
+constexpr double fragmentSeconds = 1.0 / 3;
 /// They are surfaces of the pool that the view and the virtual camera draw from too: half of what it has.
 constexpr std::size_t mostWaitingPictures = 8;
 constexpr double mostWaitingSoundSeconds = 4;

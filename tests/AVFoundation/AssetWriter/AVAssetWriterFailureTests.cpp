@@ -135,7 +135,7 @@ TEST_F(AVAssetWriterFailure, AFolderThatVanishesFailsAnAppendAndLeavesNoMovie)
 
 TEST_F(AVAssetWriterFailure, AFullDiskFailsAnAppendAndLeavesWhatWasWritten)
 {
-    FailPoint::arm("AVAssetWriter.writeFragment", ENOSPC, 5); // the beginning and four fragments go well
+    FailPoint::arm("AVAssetWriter.writeFragment", ENOSPC, 7); // the beginning and six fragments go well
     Recording recording(path);
     ASSERT_TRUE(recording.beginWithBoth());
     EXPECT_TRUE(appendUntilItFails(recording, 30));
