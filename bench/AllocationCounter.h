@@ -8,5 +8,7 @@ namespace AllocationCounter {
 
 /// How often this thread has allocated so far.
 std::uint64_t count() noexcept;
+/// How many of them were of 64 KiB or more: memory for pictures and the like.
+std::uint64_t largeCount() noexcept;
 
 }

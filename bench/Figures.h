@@ -37,6 +37,10 @@ void measureChecks(const BenchRequest& request);
 const std::vector<FigureName>& writerFigures();
 void measureWriter(const BenchRequest& request);
 
+/// Pictures on their way from the camera to the delegate, in this process.
+const std::vector<FigureName>& captureFigures();
+void measureCapture(const BenchRequest& request);
+
 /// Sound on its way from the microphone to the host clock, in this process.
 const std::vector<FigureName>& soundFigures();
 void measureSound(const BenchRequest& request);

@@ -16,6 +16,7 @@ std::vector<FigureName> allFigures()
     auto figures = checkFigures();
     figures.insert(figures.end(), dispatchFigures().begin(), dispatchFigures().end());
     figures.insert(figures.end(), writerFigures().begin(), writerFigures().end());
+    figures.insert(figures.end(), captureFigures().begin(), captureFigures().end());
     figures.insert(figures.end(), soundFigures().begin(), soundFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
@@ -91,6 +92,8 @@ int main(int count, char** arguments)
             measureDispatch(request);
         if (request.wantsAny(writerFigures()))
             measureWriter(request);
+        if (request.wantsAny(captureFigures()))
+            measureCapture(request);
         if (request.wantsAny(soundFigures()))
             measureSound(request);
         if (request.wantsAny(filterFigures()))

@@ -104,12 +104,20 @@ std::array<Plane, 3> planesFrom(const VideoFrameConverter::Frame& frame, int x, 
 /// Copies pixels of four bytes and makes them opaque; \p from and \p to may be the same.
 void copyOpaque(const std::uint8_t* from, std::uint8_t* to, int count)
 {
-    const std::uint32_t opaque = 0xFF000000U;
-    for (int x = 0; x < count; ++x) {
-        std::uint32_t pixel = 0;
-        std::memcpy(&pixel, from + static_cast<std::ptrdiff_t>(x) * 4, 4);
-        pixel |= opaque;
-        std::memcpy(to + static_cast<std::ptrdiff_t>(x) * 4, &pixel, 4);
+    // Four at a time, which the compiler makes one instruction of.
+    constexpr std::uint64_t opaquePair = 0xFF000000'FF000000U;
+    std::ptrdiff_t at = 0;
+    const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(count) * 4;
+    for (; at + 16 <= end; at += 16) {
+        std::array<std::uint64_t, 2> pixels;
+        std::memcpy(pixels.data(), from + at, 16);
+        pixels[0] |= opaquePair;
+        pixels[1] |= opaquePair;
+        std::memcpy(to + at, pixels.data(), 16);
+    }
+    for (; at < end; at += 4) {
+        std::memmove(to + at, from + at, 4);
+        to[at + 3] = 255;
     }
 }
 

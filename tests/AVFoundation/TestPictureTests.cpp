@@ -1,7 +1,6 @@
 #include "Platform/AVFoundation/TestPicture.h"
 #include "Platform/AVFoundation/TestPictureCounter.h"
 
-#include <ctime>
 #include <gtest/gtest.h>
 
 namespace {
@@ -22,14 +21,6 @@ struct Memory {
     std::vector<std::byte> pixels;
     TestPicture::Shown shown;
 };
-
-/// Processor time of this thread.
-double processorMilliseconds()
-{
-    timespec time {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
 
 constexpr CMVideoDimensions usual { 1280, 720 };
 constexpr int noon = 12 * 3600;
@@ -71,25 +62,6 @@ TEST(TestPicture, SuccessiveFramesDiffer)
     for (std::size_t i = 0; i < first.pixels.size(); i += 4)
         different += first.pixels[i + 1] != second.pixels[i + 1];
     EXPECT_GT(different, 500U);
-}
-
-TEST(TestPicture, AFrameIsDrawnInUnderHalfAMillisecond)
-{
-    const TestPicture picture(usual);
-    Memory memory(usual);
-    picture.draw(memory.pixels, memory.bytesPerRow, 0, noon, memory.shown);
-    constexpr std::uint32_t frames = 300;
-    double best = 1e9;
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        const double begin = processorMilliseconds();
-        for (std::uint32_t number = 1; number <= frames; ++number)
-            picture.draw(memory.pixels, memory.bytesPerRow, number, noon + static_cast<int>(number / 30), memory.shown);
-        best = std::min(best, (processorMilliseconds() - begin) / frames);
-    }
-    RecordProperty("milliseconds", std::to_string(best));
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_LT(best, 0.5);
-#endif
 }
 
 TEST(TestPicture, MemoryThatIsTooSmallIsLeftAlone)
