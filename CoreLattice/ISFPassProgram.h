@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CoreLattice/GLNames.h"
 #include "CoreLattice/ISFDocument.h"
+#include "Platform/OpenGL/GLNames.h"
 
 #include <map>
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "CoreLattice/ISFDocument.h"
 #include "CoreLattice/ISFPassProgram.h"
-#include "CoreLattice/PictureTexture.h"
 #include "Platform/CoreFoundation/CFType.h"
+#include "Platform/OpenGL/PictureTexture.h"
 
 #include <map>
 

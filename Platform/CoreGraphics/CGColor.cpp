@@ -7,6 +7,16 @@ CFTypeID CGColorSpace::typeID() const noexcept
     return CGColorSpaceGetTypeID();
 }
 
+Ref<CGColorSpace> CGColorSpaceCreateWithName(CFString* name)
+{
+    if (FAIL_POINT("CGColorSpaceCreateWithName") || !name || !CFEqual(name, kCGColorSpaceSRGB))
+        return nullptr;
+    return make<CGColorSpace>();
+}
+
+// The parameter is what is dropped.
+void CGColorSpaceRelease(Ref<CGColorSpace> /*space*/) { }
+
 Ref<CGColorSpace> CGColorSpaceCreateDeviceRGB()
 {
     if (FAIL_POINT("CGColorSpaceCreateDeviceRGB"))

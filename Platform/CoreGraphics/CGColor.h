@@ -18,8 +18,13 @@ inline CFTypeID CGColorSpaceGetTypeID()
     static constinit CFTypeIdentifier identifier { "CGColorSpace" };
     return identifier.value();
 }
+inline CFString* const kCGColorSpaceSRGB = CFSTR("kCGColorSpaceSRGB");
+/// \return null for a name that is not one of the above, and at the fail point "CGColorSpaceCreateWithName"
+Ref<CGColorSpace> CGColorSpaceCreateWithName(CFString* name);
 /// \return null at the fail point "CGColorSpaceCreateDeviceRGB"
 Ref<CGColorSpace> CGColorSpaceCreateDeviceRGB();
+/// Drops the caller's reference; null is allowed.
+void CGColorSpaceRelease(Ref<CGColorSpace> space);
 
 /// A colour of the sRGB space with straight alpha, each part from 0 to 1. Unchanging; any thread may use it.
 class CGColor final : public CFType {

@@ -1,10 +1,16 @@
 #include "Platform/CoreImage/CIContext.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreGraphics/CGContext.h"
+#include "Platform/CoreImage/CIContextDrawing.h"
+#include "Platform/Foundation/NSLog.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
+
+NS_IMPLEMENTATION(CIContext, NSObject) { }
 
 namespace {
 
@@ -37,6 +43,126 @@ Ref<CGImage> sourceOf(const CIImage& image)
     return CGImageCreateWithPixelBuffer(buffer);
 }
 
+/// What the surface shows of the image's plane, as a target whose rows count from the top.
+std::optional<PictureScaler::Target> targetOf(IOSurface& surface, const CGRect& bounds)
+{
+    const auto within = [](CGFloat length, std::size_t limit) {
+        return static_cast<int>(std::clamp(std::round(length), 0.0, static_cast<CGFloat>(limit)));
+    };
+    const int width = within(bounds.size.width, surface.width());
+    const int height = within(bounds.size.height, surface.height());
+    if (width == 0 || height == 0)
+        return std::nullopt;
+    auto* const pixels
+        = surface.baseAddress() + (surface.height() - static_cast<std::size_t>(height)) * surface.bytesPerRow();
+    return PictureScaler::Target { pixels, surface.bytesPerRow(), width, height };
+}
+
+/// The image's source as pixels with blue first.
+Ref<CVPixelBuffer> pixelBufferOf(const CIImage& image)
+{
+    auto* const buffer = image.pixelBuffer();
+    if (buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA)
+        return Ref(buffer);
+    return CIContext::createPixelBuffer(*make<CIImage>(Ref(buffer), Ref(image.image()), CGAffineTransformIdentity));
+}
+
+bool isUpright(const CGAffineTransform& transform)
+{
+    return transform.b == 0 && transform.c == 0 && transform.a != 0 && transform.d != 0;
+}
+
+/// A picture that is turned or slanted: as it is drawn into any bitmap.
+void draw(const CIImage& image, const PictureScaler::Target& target, const CGRect& bounds)
+{
+    for (int y = 0; y < target.height; ++y)
+        std::memset(target.pixels + static_cast<std::size_t>(y) * target.bytesPerRow, 0,
+            static_cast<std::size_t>(target.width) * 4);
+    const auto source = sourceOf(image);
+    const auto space = CGColorSpaceCreateDeviceRGB();
+    const auto context = CGBitmapContextCreate(target.pixels, static_cast<std::size_t>(target.width),
+        static_cast<std::size_t>(target.height), 8, target.bytesPerRow, space, kCGBitmapInfoBGRA);
+    if (!source)
+        return;
+    CGContextTranslateCTM(context, -bounds.origin.x, -bounds.origin.y);
+    CGContextConcatCTM(context, image.transform());
+    CGContextDrawImage(context,
+        CGRectMake(0, 0, static_cast<CGFloat>(source->width()), static_cast<CGFloat>(source->height())), source);
+}
+
+}
+
+Ref<CIContext> CIContext::contextWithCGLContext_pixelFormat_colorSpace_options(
+    CGLContextObj context, CGLPixelFormatObj format, CGColorSpaceRef space, CFDictionary* /*options*/)
+{
+    if (FAIL_POINT("CIContext.contextWithCGLContext:pixelFormat:colorSpace:options:") || !context || !format || !space)
+        return nullptr;
+    return make<CIContext>(Ref(context));
+}
+
+CIContext::CIContext(Ref<CGLContext> context)
+    : mContext(std::move(context))
+{
+}
+
+CIContext::~CIContext()
+{
+    if (!mDrawing)
+        return;
+    const CGLContext::Use use(*mContext);
+    if (!use || mGeneration != mContext->generation())
+        mDrawing->forget();
+    mDrawing = nullptr;
+}
+
+void CIContext::render_toIOSurface_bounds_colorSpace(
+    CIImage* image, IOSurfaceRef surface, const CGRect& bounds, CGColorSpaceRef /*space*/)
+{
+    const auto target = image && surface ? targetOf(*surface, bounds) : std::nullopt;
+    if (!target || surface->pixelFormat() != kCVPixelFormatType_32BGRA)
+        return;
+    const std::lock_guard lock(mLock);
+    const auto buffer = isUpright(image->transform()) ? pixelBufferOf(*image) : nullptr;
+    if (!buffer) {
+        draw(*image, *target, bounds);
+        return;
+    }
+    const auto& transform = image->transform();
+    const auto left = transform.tx - bounds.origin.x;
+    const auto bottom = target->height - (transform.ty - bounds.origin.y);
+    const PictureScaler::Span across { left, left + transform.a * static_cast<CGFloat>(buffer->width()) };
+    const PictureScaler::Span down { bottom - transform.d * static_cast<CGFloat>(buffer->height()), bottom };
+    if (!usesOpenGL(*buffer, across, down))
+        mScaler.scale({ buffer->baseAddress(), buffer->bytesPerRow(), static_cast<int>(buffer->width()),
+                          static_cast<int>(buffer->height()) },
+            *target, across, down);
+    else if (!renderWithOpenGL(*buffer, *target, across, down))
+        NSLog(CFSTR("A picture could not be rendered: the graphics driver failed."));
+}
+
+bool CIContext::usesOpenGL(const CVPixelBuffer& buffer, PictureScaler::Span across, PictureScaler::Span down) const
+{
+    // Beyond this a pixel of the result would read so many of the source that a driver might give up.
+    constexpr double mostReduction = 64;
+    return (!mContext->isSoftware() || FAIL_POINT("CIContext.rendersWithTheProcessor"))
+        && static_cast<double>(buffer.width()) <= mostReduction * std::abs(across.end - across.start)
+        && static_cast<double>(buffer.height()) <= mostReduction * std::abs(down.end - down.start);
+}
+
+bool CIContext::renderWithOpenGL(const CVPixelBuffer& buffer, const PictureScaler::Target& target,
+    PictureScaler::Span across, PictureScaler::Span down)
+{
+    const CGLContext::Use use(*mContext);
+    if (!use || FAIL_POINT("CIContext.render"))
+        return false;
+    if (!mDrawing || mGeneration != mContext->generation()) {
+        // The names of a lost context mean nothing, or something else, in the new one.
+        if (mDrawing)
+            mDrawing->forget();
+        mDrawing = std::make_unique<CIContextDrawing>();
+        mGeneration = mContext->generation();
+    }
+    return mDrawing->scale(buffer, target, across, down);
 }
 
 Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)

@@ -6,8 +6,6 @@
 
 #include <utility>
 
-namespace CoreLattice {
-
 /// Owns one name that OpenGL gave out; it goes with the owner, in the thread that has the context.
 template <class Traits> class GLName {
 public:
@@ -32,6 +30,8 @@ public:
     }
     static GLName create() { return GLName(Traits::create()); }
     GLuint get() const noexcept { return mName; }
+    /// The context was lost and the name with it.
+    void forget() noexcept { mName = 0; }
 
 private:
     GLuint mName = 0;
@@ -77,5 +77,3 @@ using GLFramebuffer = GLName<GLFramebufferTraits>;
 using GLProgram = GLName<GLProgramTraits>;
 using GLSampler = GLName<GLSamplerTraits>;
 using GLShader = GLName<GLShaderTraits>;
-
-}

@@ -1,6 +1,4 @@
-#include "CoreLattice/PictureTexture.h"
-
-namespace CoreLattice {
+#include "Platform/OpenGL/PictureTexture.h"
 
 namespace {
 
@@ -22,6 +20,8 @@ void PictureTexture::allocate(std::size_t width, std::size_t height, bool floati
     else
         glTexImage2D(
             GL_TEXTURE_2D, 0, GL_RGBA, size(width), size(height), 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
+    // It has no smaller versions of itself, without which it would count as incomplete.
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     mWidth = width;
     mHeight = height;
     mFloatingPoint = floatingPoint;
@@ -53,6 +53,4 @@ bool PictureTexture::makeTarget(std::size_t width, std::size_t height, bool floa
     glClearColor(0, 0, 0, 0);
     glClear(GL_COLOR_BUFFER_BIT);
     return true;
-}
-
 }

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "CoreLattice/GLNames.h"
 #include "Platform/CoreVideo/CVPixelBuffer.h"
+#include "Platform/OpenGL/GLNames.h"
 
 #include <cstddef>
 
-namespace CoreLattice {
-
-/// A texture with its size, optionally with a framebuffer to render into it. Rows from the top. Render thread only.
+/// A texture with its size, optionally with a framebuffer to render into it. Rows from the top. While its context is
+/// current.
 class PictureTexture {
 public:
     std::size_t width() const noexcept { return mWidth; }
@@ -21,6 +20,13 @@ public:
     /// \return false when the driver cannot render into such a texture
     bool makeTarget(std::size_t width, std::size_t height, bool floatingPoint);
 
+    /// The context was lost and everything with it.
+    void forget() noexcept
+    {
+        mTexture.forget();
+        mFramebuffer.forget();
+    }
+
 private:
     void allocate(std::size_t width, std::size_t height, bool floatingPoint);
 
@@ -30,5 +36,3 @@ private:
     std::size_t mHeight = 0;
     bool mFloatingPoint = false;
 };
-
-}
