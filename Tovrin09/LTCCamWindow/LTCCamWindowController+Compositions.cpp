@@ -128,5 +128,9 @@ void LTCCamWindowController::setQCPickerViewPreviewInputImageOnMainThread(CVPixe
 
 tagThumbnailImage LTCCamWindowController::_thumbnailPixelBufferWithPixelBuffer(CVPixelBufferRef videoImage)
 {
+    if (const auto renderer = outletThumbnailRenderer.strongReference(); isPresent(renderer.get())) {
+        renderer->setInputPixelBuffer(videoImage);
+        return { renderer->copyOutputPixelBuffer(), CGAffineTransformIdentity };
+    }
     return { videoImage, CGAffineTransformMakeScale(0.25, 0.25) };
 }

@@ -28,6 +28,7 @@ NS_IMPLEMENTATION(LTCCamWindowController, NSWindowController)
     type.outlet("outletRevealMovies", &Self::outletRevealMovies);
     type.outlet("outletCaptureFormat", &Self::outletCaptureFormat);
     type.outlet("outletProcessedFormat", &Self::outletProcessedFormat);
+    type.outlet("outletThumbnailRenderer", &Self::outletThumbnailRenderer);
     type.outlet("outletButtonStartStopRecording", &Self::outletButtonStartStopRecording);
 
     type.message("windowWillClose:", &Self::windowWillClose);

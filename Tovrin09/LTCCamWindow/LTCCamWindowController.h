@@ -10,6 +10,7 @@
 #include "Platform/Foundation/NSURL.h"
 #include "Tovrin09/LTCCamWindow/CMFormatDescriptionModel.h"
 #include "Tovrin09/LTCCamWindow/LTCCamWindowControllerDelegate.h"
+#include "Tovrin09/LTCCamWindow/LTCThumbnailInputRenderer.h"
 #include "Tovrin09/LTCCamWindow/NXRolloverTextFieldRevealFolder.h"
 #include "Tovrin09/LTCCamWindow/QCViewWithImageFilterOutput.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureFilteredMovieWriterController.h"
@@ -122,6 +123,7 @@ public:
     WeakRef<NXRolloverTextFieldRevealFolder> outletRevealMovies;
     WeakRef<CMFormatDescriptionModel> outletCaptureFormat;
     WeakRef<CMFormatDescriptionModel> outletProcessedFormat;
+    WeakRef<LTCThumbnailInputRenderer> outletThumbnailRenderer;
     WeakRef<NSButton> outletButtonStartStopRecording;
 
 private:

@@ -1,4 +1,5 @@
 #include "Tovrin09/LTCCamWindow/LTCCamWindowController.h"
+#include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 
 #include "CoreLattice/LTCCompositionRepository.h"
 #include "Platform/CoreFoundation/FailPoint.h"
@@ -274,6 +275,22 @@ TEST_F(LTCCamWindowControllerTest, AThumbnailWithoutARendererIsAQuarterOfTheFram
     const auto thumbnail = controller->_thumbnailPixelBufferWithPixelBuffer(captured);
     EXPECT_EQ(thumbnail.pixelBuffer, captured);
     EXPECT_EQ(thumbnail.transform, CGAffineTransformMakeScale(0.25, 0.25));
+}
+
+TEST_F(LTCCamWindowControllerTest, AThumbnailOfARendererIsItsOwnSmallPicture)
+{
+    const auto context = make<AVCaptureAcceleratedContext>();
+    const auto renderer = make<LTCThumbnailInputRenderer>();
+    context->setDelegate(renderer);
+    context->awakeFromNib();
+    controller->outletThumbnailRenderer = renderer;
+    const auto captured = frame();
+    const auto thumbnail = controller->_thumbnailPixelBufferWithPixelBuffer(captured);
+    ASSERT_TRUE(thumbnail.pixelBuffer);
+    EXPECT_EQ(thumbnail.pixelBuffer->width(), 640U);
+    EXPECT_EQ(thumbnail.pixelBuffer->height(), 360U);
+    EXPECT_EQ(thumbnail.pixelBuffer->baseAddress()[0], captured->baseAddress()[0]);
+    EXPECT_EQ(thumbnail.transform, CGAffineTransformIdentity);
 }
 
 TEST_F(LTCCamWindowControllerTest, WithoutAPickerNothingIsQueuedForAFrame)
