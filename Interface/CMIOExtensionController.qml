@@ -10,6 +10,7 @@ InterfaceFile {
         Outlet { name: "window"; object: outputWindow }
         Outlet { name: "outletViewController"; object: viewController }
         Outlet { name: "outletExtensionController"; object: extensionRequests }
+        Outlet { name: "outletSurfaceRenderer"; object: surfaceRenderer }
     }
 
     InterfaceObject {
@@ -37,6 +38,10 @@ InterfaceFile {
         className: "ZVCMIOSystemExtensionController"
 
         Outlet { name: "delegate"; object: viewController }
+    }
+    InterfaceObject {
+        id: surfaceRenderer
+        className: "ZVCMIOOutputSurfaceRenderer"
     }
     TableRows {
         id: statusRows

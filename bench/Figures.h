@@ -49,6 +49,10 @@ void measureSound(const BenchRequest& request);
 const std::vector<FigureName>& filterFigures();
 void measureFilters(const BenchRequest& request);
 
+/// The renderers that scale pictures, beside a library, in this process.
+const std::vector<FigureName>& renderFigures();
+void measureRenderers(const BenchRequest& request);
+
 /// The serial queues, and plain ones that do the same work, in this process.
 const std::vector<FigureName>& dispatchFigures();
 void measureDispatch(const BenchRequest& request);

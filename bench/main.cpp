@@ -19,6 +19,7 @@ std::vector<FigureName> allFigures()
     figures.insert(figures.end(), captureFigures().begin(), captureFigures().end());
     figures.insert(figures.end(), soundFigures().begin(), soundFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
+    figures.insert(figures.end(), renderFigures().begin(), renderFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
     return figures;
 }
@@ -96,6 +97,8 @@ int main(int count, char** arguments)
             measureCapture(request);
         if (request.wantsAny(soundFigures()))
             measureSound(request);
+        if (request.wantsAny(renderFigures()))
+            measureRenderers(request);
         if (request.wantsAny(filterFigures()))
             measureFilters(request);
         if (request.wantsAny(programFigures()))

@@ -6,6 +6,8 @@ NS_IMPLEMENTATION(CMIOExtensionController, NSWindowController)
 {
     type.outlet("outletViewController", &CMIOExtensionController::outletViewController);
     type.outlet("outletExtensionController", &CMIOExtensionController::outletExtensionController);
+    type.outlet("outletSurfaceRenderer", &CMIOExtensionController::outletSurfaceRenderer);
+    type.key("outputSurfaceRenderer", &CMIOExtensionController::outputSurfaceRenderer);
     type.key("outputViewController", &CMIOExtensionController::outputViewController);
     type.message("applicationWillFinishLaunching:", &CMIOExtensionController::applicationWillFinishLaunching);
     type.message("applicationDidFinishLaunching:", &CMIOExtensionController::applicationDidFinishLaunching);

@@ -3,6 +3,7 @@
 #include "Platform/AppKit/NSWindowController.h"
 #include "Platform/Foundation/NSNotification.h"
 #include "Tovrin09/Tovrin09/CMIOOutputViewController.h"
+#include "Tovrin09/Tovrin09/ZVCMIOOutputSurfaceRenderer.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceClient/ZVCMIOSystemExtensionController.h"
 
 /// Owns the output window, which shows what goes to the virtual camera, and hands the steps of the launch on to it.
@@ -13,6 +14,7 @@ public:
     using NSWindowController::NSWindowController;
 
     Ref<CMIOOutputViewController> outputViewController() const { return outletViewController.strongReference(); }
+    Ref<ZVCMIOOutputSurfaceRenderer> outputSurfaceRenderer() const { return outletSurfaceRenderer.strongReference(); }
 
     Ref<CFString> windowNibName() override;
     void windowDidLoad() override;
@@ -22,4 +24,6 @@ public:
 
     WeakRef<CMIOOutputViewController> outletViewController;
     WeakRef<ZVCMIOSystemExtensionController> outletExtensionController;
+    /// Nothing uses it but who asks for it.
+    WeakRef<ZVCMIOOutputSurfaceRenderer> outletSurfaceRenderer;
 };
