@@ -127,6 +127,10 @@ void H264VideoReader::finish()
 
 void H264VideoReader::decodePieces(std::span<const std::uint8_t> data, std::int64_t hostTime)
 {
+    // A copy, since the library reads a little past the end.
+    mPieces.assign(data.begin(), data.end());
+    mPieces.resize(data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+    data = std::span<const std::uint8_t>(mPieces).first(data.size());
     while (!data.empty()) {
         std::uint8_t* whole = nullptr;
         int size = 0;

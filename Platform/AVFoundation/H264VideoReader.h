@@ -45,6 +45,7 @@ private:
     };
     std::unique_ptr<AVCodecContext, ContextDeleter> mContext;
     std::unique_ptr<AVCodecParserContext, ParserDeleter> mParser; ///< where a sample need not be a whole picture
+    std::vector<std::uint8_t> mPieces; ///< the last sample for the parser
     const std::unique_ptr<AVFrame, FrameDeleter> mNext;
     const std::unique_ptr<AVFrame, FrameDeleter> mFrame; ///< the newest picture
     const std::unique_ptr<AVPacket, PacketDeleter> mPacket;
