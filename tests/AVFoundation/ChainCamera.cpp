@@ -22,6 +22,14 @@ GstElement* makeChainElement(GstDevice* device)
     GstElement* const element = gst_element_factory_make("appsrc", nullptr);
     g_object_set(element, "is-live", TRUE, "format", GST_FORMAT_TIME, nullptr);
     camera.mElement.reset(static_cast<GstElement*>(gst_object_ref(element)));
+    const GstOwned<GstPad> pad(gst_element_get_static_pad(element, "src"));
+    gst_pad_add_probe(
+        pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+        [](GstPad*, GstPadProbeInfo*, gpointer self) {
+            const std::lock_guard lock(static_cast<ChainCamera*>(self)->mHandOver);
+            return GST_PAD_PROBE_OK;
+        },
+        &camera, nullptr);
     return element;
 }
 
@@ -59,6 +67,7 @@ void ChainCamera::push(const std::string& caps, std::vector<std::uint8_t> bytes,
 {
     std::this_thread::sleep_until(mLastPush + interval);
     mLastPush = std::chrono::steady_clock::now();
+    std::unique_lock handOver(mHandOver);
     GstBuffer* const buffer = bytes.empty() ? gst_buffer_new() : gst_buffer_new_memdup(bytes.data(), bytes.size());
     if (time >= 0) {
         GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(time);
@@ -67,6 +76,7 @@ void ChainCamera::push(const std::string& caps, std::vector<std::uint8_t> bytes,
         if (clock)
             GST_BUFFER_PTS(buffer) = gst_clock_get_time(clock.get()) - gst_element_get_base_time(mElement.get());
     }
+    handOver.unlock();
     const GstCapsOwner form(gst_caps_from_string(caps.c_str()));
     const GstSampleOwner sample(gst_sample_new(buffer, form.get(), nullptr, nullptr));
     gst_buffer_unref(buffer);
@@ -86,14 +96,14 @@ void ChainCamera::pushTags(const char* tags)
 bool NotingSink::admitPicture()
 {
     const std::lock_guard lock(mLock);
-    admitted += !refuses;
+    admitted += refuses ? 0 : 1;
     return !refuses;
 }
 
 void NotingSink::pictureCame(Ref<CVPixelBuffer> picture, std::int64_t hostTime, std::int64_t duration)
 {
     const std::lock_guard lock(mLock);
-    lastPicture = std::move(picture);
+    mLastPicture = std::move(picture);
     times.push_back(hostTime);
     lastDuration = duration;
     ++pictures;
@@ -117,6 +127,12 @@ void NotingSink::sourceFailed(Ref<NSError> error)
 std::array<int, 3> NotingSink::pixel(std::size_t x, std::size_t y)
 {
     const std::lock_guard lock(mLock);
-    const auto* const at = lastPicture->baseAddress() + y * lastPicture->bytesPerRow() + x * 4;
+    const auto* const at = mLastPicture->baseAddress() + y * mLastPicture->bytesPerRow() + x * 4;
     return { std::to_integer<int>(at[0]), std::to_integer<int>(at[1]), std::to_integer<int>(at[2]) };
+}
+
+Ref<CVPixelBuffer> NotingSink::last()
+{
+    const std::lock_guard lock(mLock);
+    return mLastPicture;
 }

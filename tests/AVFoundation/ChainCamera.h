@@ -3,6 +3,7 @@
 #include "Platform/AVFoundation/CaptureSource.h"
 #include "Platform/AVFoundation/GStreamerTypes.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <gst/app/gstappsrc.h>
@@ -31,6 +32,7 @@ private:
     GstOwned<GstDevice> mDevice;
     GstOwned<GstElement> mElement;
     std::chrono::steady_clock::time_point mLastPush;
+    std::mutex mHandOver; ///< what is written into a buffer is there for the thread that reads it
 };
 
 /// Notes what a source brings.
@@ -58,16 +60,17 @@ public:
     std::array<int, 3> pixel(std::size_t x, std::size_t y);
 
     CMVideoDimensions requested { 320, 180 };
-    bool refuses = false; ///< no picture is admitted
-    int pictures = 0;
-    int admitted = 0;
-    int failures = 0;
+    std::atomic<bool> refuses { false }; ///< no picture is admitted
+    std::atomic<int> pictures { 0 };
+    std::atomic<int> admitted { 0 };
+    std::atomic<int> failures { 0 };
     std::vector<std::int64_t> times;
     std::int64_t lastDuration = 0;
-    Ref<CVPixelBuffer> lastPicture;
     Ref<NSError> lastError;
+    Ref<CVPixelBuffer> last();
 
 private:
+    Ref<CVPixelBuffer> mLastPicture;
     std::mutex mLock;
     std::condition_variable mCame;
 };

@@ -145,8 +145,8 @@ protected:
     void expectBars(int tolerance, const std::string& what)
     {
         for (std::size_t bar = 0; bar < bars.size(); ++bar) {
-            const auto width = sink.lastPicture->width();
-            const auto pixel = sink.pixel(width * (bar * 2 + 1) / 14, sink.lastPicture->height() / 3);
+            const auto width = sink.last()->width();
+            const auto pixel = sink.pixel(width * (bar * 2 + 1) / 14, sink.last()->height() / 3);
             for (std::size_t component = 0; component < 3; ++component)
                 EXPECT_NEAR(pixel[component], bars[bar][component], tolerance) << what << " bar " << bar;
         }

@@ -35,7 +35,7 @@ TEST_F(GStreamerVideoSourceTest, RawPicturesArriveInTheSizeAskedForStampedOnTheH
     ASSERT_FALSE(source->start());
     ASSERT_TRUE(sink.waitForPictures(5));
     source->stop();
-    EXPECT_EQ(sink.lastPicture->width(), 320U);
+    EXPECT_EQ(sink.last()->width(), 320U);
     EXPECT_GT(middle(), 250);
     EXPECT_GT(sink.times.back(), before);
     EXPECT_LE(sink.times.back(), HostClock::nanoseconds());
@@ -53,7 +53,7 @@ TEST_F(GStreamerVideoSourceTest, CompressedPicturesAreDecoded)
     ASSERT_TRUE(sink.waitForPictures(3));
     source->stop();
     EXPECT_GT(middle(), 245);
-    EXPECT_EQ(std::to_integer<int>(sink.lastPicture->baseAddress()[2]) / 16, 0);
+    EXPECT_EQ(std::to_integer<int>(sink.last()->baseAddress()[2]) / 16, 0);
 }
 
 TEST_F(GStreamerVideoSourceTest, EveryRawFormatHasTheColoursOfItsStandard)
@@ -79,14 +79,14 @@ TEST_F(GStreamerVideoSourceTest, EveryRawFormatHasTheColoursOfItsStandard)
             ASSERT_TRUE(sink.waitForPictures(before + 1)) << format;
             // Ten bits of the full range are cut to eight first, and BT.2020 amplifies that the most.
             const bool isHardest = colours.matrix == Matrix::BT2020 && colours.isFullRange && format.ends_with("_10LE");
-            EXPECT_LE(reference.worstDifference(*sink.lastPicture), isHardest ? 3 : 2) << format << " " << caps;
+            EXPECT_LE(reference.worstDifference(*sink.last()), isHardest ? 3 : 2) << format << " " << caps;
         }
         // Untold: red, green and blue as they are, brightness alone likewise, and the rest as webcams mean it.
         ReferencePicture reference(format, 98, 54, { Matrix::BT601, format.starts_with("GRAY") });
         const int before = sink.pictures;
         camera->push(reference.caps(), reference.bytes());
         ASSERT_TRUE(sink.waitForPictures(before + 1)) << format;
-        EXPECT_LE(reference.worstDifference(*sink.lastPicture), 2) << format << " untold";
+        EXPECT_LE(reference.worstDifference(*sink.last()), 2) << format << " untold";
         source->stop();
         EXPECT_EQ(sink.failures, 0);
     }
@@ -102,7 +102,7 @@ TEST_F(GStreamerVideoSourceTest, PicturesOfOddSizesKeepTheirColours)
         const int before = sink.pictures;
         camera->push(reference.caps(), reference.bytes());
         ASSERT_TRUE(sink.waitForPictures(before + 1)) << format;
-        EXPECT_LE(reference.worstDifference(*sink.lastPicture), 2) << format;
+        EXPECT_LE(reference.worstDifference(*sink.last()), 2) << format;
     }
 }
 
@@ -117,7 +117,7 @@ TEST_F(GStreamerVideoSourceTest, AtEverySizeAnUntoldStandardIsTheWebcamsOwn)
             const int before = sink.pictures;
             camera->push(reference.caps(), reference.bytes());
             ASSERT_TRUE(sink.waitForPictures(before + 1)) << format;
-            EXPECT_LE(reference.worstDifference(*sink.lastPicture), 2) << format << size.width;
+            EXPECT_LE(reference.worstDifference(*sink.last()), 2) << format << size.width;
         }
     }
 }
@@ -152,9 +152,9 @@ TEST_F(GStreamerVideoSourceTest, ACameraThatChangesItsFormatGoesOn)
                 caps.replace(caps.rfind('=') + 1, std::string::npos, rate);
                 camera->push(caps, reference.bytes());
                 ASSERT_TRUE(sink.waitForPictures(++pictures)) << caps;
-                EXPECT_EQ(sink.lastPicture->width(), 64U);
+                EXPECT_EQ(sink.last()->width(), 64U);
                 if (size == sink.requested) {
-                    EXPECT_LE(reference.worstDifference(*sink.lastPicture), 2) << caps;
+                    EXPECT_LE(reference.worstDifference(*sink.last()), 2) << caps;
                 }
             }
         }
@@ -175,7 +175,7 @@ TEST_F(GStreamerVideoSourceTest, ABufferThatIsTooShortIsLeftOut)
     camera->push(reference.caps(), reference.bytes());
     ASSERT_TRUE(sink.waitForPictures(1));
     EXPECT_EQ(sink.failures, 1);
-    EXPECT_LE(reference.worstDifference(*sink.lastPicture), 2);
+    EXPECT_LE(reference.worstDifference(*sink.last()), 2);
 }
 
 TEST_F(GStreamerVideoSourceTest, ATurnedCameraShowsAnUprightPicture)
@@ -212,7 +212,7 @@ TEST_F(GStreamerVideoSourceTest, ATurnedCameraShowsAnUprightPicture)
     const ReferencePicture upright("BGRx", 64, 36, {});
     camera->push(upright.caps(), upright.bytes());
     ASSERT_TRUE(sink.waitForPictures(6));
-    EXPECT_LE(upright.worstDifference(*sink.lastPicture), 0);
+    EXPECT_LE(upright.worstDifference(*sink.last()), 0);
     const auto corner = [&](const char* orientation, int pictures) {
         camera->pushTags((std::string("taglist,image-orientation=(string)") + orientation).c_str());
         camera->push(upright.caps(), upright.bytes());
@@ -258,13 +258,13 @@ TEST_F(GStreamerVideoSourceTest, WithoutASizeThePictureIsAsLargeAsItIsUpright)
     const std::vector<std::uint8_t> bytes(64 * 36, 9);
     camera->push(form, bytes);
     ASSERT_TRUE(sink.waitForPictures(1));
-    EXPECT_EQ(sink.lastPicture->width(), 128U);
-    EXPECT_EQ(sink.lastPicture->height(), 36U);
+    EXPECT_EQ(sink.last()->width(), 128U);
+    EXPECT_EQ(sink.last()->height(), 36U);
     camera->pushTags("taglist,image-orientation=(string)rotate-90");
     camera->push(form, bytes);
     ASSERT_TRUE(sink.waitForPictures(2));
-    EXPECT_EQ(sink.lastPicture->width(), 36U);
-    EXPECT_EQ(sink.lastPicture->height(), 128U);
+    EXPECT_EQ(sink.last()->width(), 36U);
+    EXPECT_EQ(sink.last()->height(), 128U);
 }
 
 TEST_F(GStreamerVideoSourceTest, EveryPictureKeepsTheTimeAtWhichItWasTaken)
