@@ -5,6 +5,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
 
+#include <condition_variable>
 #include <sys/socket.h>
 
 namespace {
@@ -72,6 +73,43 @@ bool hasProperty(GstElement* element, const char* name)
 
 }
 
+/// What the pipeline calls: the source for as long as it wants to hear.
+struct GStreamerSource::Callbacks {
+    explicit Callbacks(GStreamerSource& owner)
+        : source(&owner)
+    {
+    }
+    /// Nothing is called once it has returned.
+    void forget()
+    {
+        const std::lock_guard guard(lock);
+        source = nullptr;
+    }
+    static gpointer retained(const std::shared_ptr<Callbacks>& callbacks)
+    {
+        return std::make_unique<std::shared_ptr<Callbacks>>(callbacks).release();
+    }
+    static void release(gpointer callbacks)
+    {
+        const std::unique_ptr<std::shared_ptr<Callbacks>> owner(static_cast<std::shared_ptr<Callbacks>*>(callbacks));
+    }
+    static Callbacks& from(gpointer callbacks) { return **static_cast<std::shared_ptr<Callbacks>*>(callbacks); }
+
+    std::recursive_mutex lock;
+    GStreamerSource* source;
+};
+
+/// A pipeline that is being started on one of GStreamer's own threads, which may be left to it.
+struct GStreamerSource::Opening {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool isInterrupted = false;
+    bool isOver = false;
+    bool isLeft = false; ///< nobody waits for it any more
+    bool hasFailed = false;
+    UniqueFD connection; ///< of one that was left: to be closed after its pipeline
+};
+
 GStreamerSource::GStreamerSource(CaptureSink& sink, GstDevice* device)
     : mSink(sink)
     , mDevice(static_cast<GstDevice*>(gst_object_ref(device)))
@@ -98,7 +136,7 @@ Ref<NSError> GStreamerSource::start()
         return std::exchange(mStartError, nullptr);
     };
     setStarting(true);
-    const bool hasFailed = gst_element_set_state(mPipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE;
+    const bool hasFailed = !play();
     auto error = setStarting(false);
     if (hasFailed) {
         stop();
@@ -108,6 +146,47 @@ Ref<NSError> GStreamerSource::start()
     if (error)
         mSink.sourceFailed(std::move(error));
     return nullptr;
+}
+
+bool GStreamerSource::play()
+{
+    const auto opening = std::make_shared<Opening>();
+    {
+        const std::lock_guard lock(mLock);
+        opening->isInterrupted = mIsInterrupted && mConnection;
+        mOpening = opening;
+    }
+    gst_element_call_async(
+        mPipeline.get(),
+        [](GstElement* pipeline, gpointer data) {
+            const auto& started = *static_cast<std::shared_ptr<Opening>*>(data);
+            const bool hasFailed = gst_element_set_state(pipeline, GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE;
+            std::unique_lock lock(started->lock);
+            started->hasFailed = hasFailed;
+            started->isOver = true;
+            started->changed.notify_all();
+            const bool isLeft = started->isLeft;
+            lock.unlock();
+            if (isLeft)
+                gst_element_set_state(pipeline, GST_STATE_NULL);
+        },
+        std::make_unique<std::shared_ptr<Opening>>(opening).release(),
+        [](gpointer data) {
+            const std::unique_ptr<std::shared_ptr<Opening>> owner(static_cast<std::shared_ptr<Opening>*>(data));
+        });
+    std::unique_lock lock(opening->lock);
+    opening->changed.wait(lock, [&] { return opening->isOver || opening->isInterrupted; });
+    if (opening->isOver)
+        return !opening->hasFailed;
+    // PipeWire's element waits half a minute for a stream that will never come, also without its connection. It is
+    // left to do so, and what it still says is not heard.
+    opening->isLeft = true;
+    lock.unlock();
+    mCallbacks->forget();
+    const std::lock_guard guard(mLock);
+    opening->connection = std::move(mConnection);
+    mPipeline = nullptr;
+    return false;
 }
 
 void GStreamerSource::stop()
@@ -124,11 +203,17 @@ void GStreamerSource::stop()
 
 bool GStreamerSource::interrupt()
 {
-    // PipeWire's element waits half a minute for a stream that will never come. Without its connection it waits all
-    // the same, but holds nothing of the camera any more.
     const std::lock_guard lock(mLock);
     mIsInterrupted = true;
-    return mConnection && ::shutdown(mConnection.get(), SHUT_RDWR) == 0;
+    // Only PipeWire's devices are free at once; a driver that hangs has to be waited for.
+    if (!mConnection || ::shutdown(mConnection.get(), SHUT_RDWR) != 0)
+        return false;
+    if (mOpening) {
+        const std::lock_guard openingLock(mOpening->lock);
+        mOpening->isInterrupted = true;
+        mOpening->changed.notify_all();
+    }
+    return true;
 }
 
 void GStreamerSource::giveOwnConnection(GstElement* source)
@@ -171,7 +256,9 @@ Ref<NSError> GStreamerSource::build()
     gst_app_sink_set_caps(GST_APP_SINK(sink.get()), delivered.get());
     GstAppSinkCallbacks callbacks {};
     callbacks.new_sample = newSample;
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
+    mCallbacks = std::make_shared<Callbacks>(*this);
+    gst_app_sink_set_callbacks(
+        GST_APP_SINK(sink.get()), &callbacks, Callbacks::retained(mCallbacks), &Callbacks::release);
 
     const auto caps = requestedCaps();
     if (!gst_element_link_filtered(source, tail, caps.get()))
@@ -180,7 +267,7 @@ Ref<NSError> GStreamerSource::build()
     const GstOwned<GstClock> clock(gst_system_clock_obtain());
     gst_pipeline_use_clock(GST_PIPELINE(mPipeline.get()), clock.get());
     const GstOwned<GstBus> bus(gst_element_get_bus(mPipeline.get()));
-    gst_bus_set_sync_handler(bus.get(), message, this, nullptr);
+    gst_bus_set_sync_handler(bus.get(), message, Callbacks::retained(mCallbacks), &Callbacks::release);
     return nullptr;
 }
 
@@ -207,19 +294,27 @@ std::int64_t GStreamerSource::hostTimeOf(GstSample* sample) const
     return time > now || time < now - oldest ? now : time;
 }
 
-GstFlowReturn GStreamerSource::newSample(GstAppSink* sink, gpointer self)
+GstFlowReturn GStreamerSource::newSample(GstAppSink* sink, gpointer callbacks)
 {
     const GstSampleOwner sample(gst_app_sink_pull_sample(sink));
     if (!sample)
         return GST_FLOW_EOS;
     const AutoreleasePool pool;
-    static_cast<GStreamerSource*>(self)->sampleCame(sample.get());
+    auto& heard = Callbacks::from(callbacks);
+    const std::lock_guard lock(heard.lock);
+    if (heard.source)
+        heard.source->sampleCame(sample.get());
     return GST_FLOW_OK;
 }
 
-GstBusSyncReply GStreamerSource::message(GstBus* /*bus*/, GstMessage* message, gpointer self)
+GstBusSyncReply GStreamerSource::message(GstBus* /*bus*/, GstMessage* message, gpointer callbacks)
 {
-    static_cast<GStreamerSource*>(self)->messageCame(message);
+    {
+        auto& heard = Callbacks::from(callbacks);
+        const std::lock_guard lock(heard.lock);
+        if (heard.source)
+            heard.source->messageCame(message);
+    }
     gst_message_unref(message);
     return GST_BUS_DROP;
 }

@@ -5,6 +5,7 @@
 #include "Platform/CoreMediaIO/UniqueFD.h"
 
 #include <gst/app/gstappsink.h>
+#include <memory>
 #include <mutex>
 
 /// A device of the host behind a GStreamer pipeline that ends in an application sink. The pipeline runs on the system's
@@ -34,9 +35,12 @@ protected:
     std::int64_t hostTimeOf(GstSample* sample) const;
 
 private:
-    static GstFlowReturn newSample(GstAppSink* sink, gpointer self);
-    static GstBusSyncReply message(GstBus* bus, GstMessage* message, gpointer self);
+    struct Callbacks;
+    struct Opening;
+    static GstFlowReturn newSample(GstAppSink* sink, gpointer callbacks);
+    static GstBusSyncReply message(GstBus* bus, GstMessage* message, gpointer callbacks);
     Ref<NSError> build();
+    bool play();
     void giveOwnConnection(GstElement* source);
     void messageCame(GstMessage* message);
     void failed(Ref<NSError> error);
@@ -47,6 +51,8 @@ private:
     std::mutex mLock;
     UniqueFD mConnection; ///< to PipeWire, for a source that reads from there
     bool mIsInterrupted = false;
+    std::shared_ptr<Callbacks> mCallbacks;
+    std::shared_ptr<Opening> mOpening; ///< while the pipeline starts
     bool mIsStarting = false;
     Ref<NSError> mStartError; ///< what failed while the pipeline was started
 };

@@ -89,11 +89,11 @@ class HotPlug(unittest.TestCase):
         """What the pop-up shows."""
         return self.pop_up.accessible.get_description()
 
-    def expect(self, camera, seconds=15):
-        """The camera is in use: the pop-up shows its name and the window its picture."""
-        self.wait(f"{camera} in the pop-up", lambda: self.chosen() == camera, seconds)
-        colour = camera if camera in self.cameras else ""
-        self.wait(f"the picture of {camera}", lambda: self.shown() == colour, seconds)
+    def expect(self, camera, shown=None):
+        """The camera is in use: the pop-up shows its name and the window its picture, or the one that stands in."""
+        self.wait(f"{camera} in the pop-up", lambda: self.chosen() == camera)
+        colour = shown if shown is not None else camera if camera in self.cameras else ""
+        self.wait(f"the picture of {camera}", lambda: self.shown() == colour)
 
     def entries(self):
         """name -> control of every entry of the open pop-up."""
@@ -185,6 +185,24 @@ class HotPlug(unittest.TestCase):
         self.assertEqual(self.application.wait_for_end(15), 0)
         self.expect_movie(seconds)
         self.assertEqual(processes_named("tovrin"), [])
+
+    def test_quitting_while_another_program_holds_the_camera(self):
+        self.plug_in("Red")
+        wait_for("the camera's node", lambda: "session-camera.Red" in output_of("pw-cli", "ls", "Node"), 15)
+        caps = "video/x-raw,format=I420,width=640,height=360"
+        holder = subprocess.Popen(
+            ["gst-launch-1.0", "-q", "pipewiresrc", "target-object=session-camera.Red", "do-timestamp=true",
+             "stream-properties=p,node.exclusive=true", "!", caps, "!", "fakesink", "sync=false"],
+            stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        try:
+            wait_for("the holder", lambda: "link.input.node" in output_of("pw-cli", "ls", "Link"), 15)
+            self.start()
+            self.expect("Red", shown="")
+            os.kill(self.application.pid, signal.SIGTERM)
+            self.assertEqual(self.application.wait_for_end(4), 0)
+        finally:
+            holder.kill()
+            holder.wait()
 
 
 if __name__ == "__main__":
