@@ -216,13 +216,13 @@ TEST(VideoFrameConverter, EveryColourIsThatOfTheStandardsEquations)
                 for (int x = 0; x < size.width; ++x) {
                     const auto brightness = isFullRange ? x * step / 255.0 : (x * step - 16) / 219.0;
                     const double whole = isFullRange ? 255 : 224;
-                    const double red = brightness + 2 * (1 - redWeight) * (painted.byte(2, x, y) - 128) / whole;
-                    const double blue = brightness + 2 * (1 - blueWeight) * (painted.byte(1, x, y) - 128) / whole;
-                    const double green
-                        = (brightness - redWeight * red - blueWeight * blue) / (1 - redWeight - blueWeight);
+                    const double redPart = brightness + 2 * (1 - redWeight) * (painted.byte(2, x, y) - 128) / whole;
+                    const double bluePart = brightness + 2 * (1 - blueWeight) * (painted.byte(1, x, y) - 128) / whole;
+                    const double greenPart
+                        = (brightness - redWeight * redPart - blueWeight * bluePart) / (1 - redWeight - blueWeight);
                     const auto pixel = pixelAt(*buffer, static_cast<std::size_t>(x), static_cast<std::size_t>(y));
                     for (const auto& [value, wanted] :
-                        { std::pair(pixel[0], blue), { pixel[1], green }, { pixel[2], red } })
+                        { std::pair(pixel[0], bluePart), { pixel[1], greenPart }, { pixel[2], redPart } })
                         worst = std::max(worst, std::abs(value - std::clamp(wanted, 0.0, 1.0) * 255));
                 }
             }
