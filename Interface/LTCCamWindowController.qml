@@ -17,7 +17,6 @@ InterfaceFile {
         Outlet { name: "outletRevealPictures"; object: picturesFolder }
         Outlet { name: "outletCaptureFormat"; object: captureFormat }
         Outlet { name: "outletProcessedFormat"; object: processedFormat }
-        Outlet { name: "outletThumbnailRenderer"; object: thumbnailRenderer }
         Outlet { name: "outletButtonStartStopRecording"; object: recordControl }
     }
 
@@ -38,15 +37,6 @@ InterfaceFile {
 
         Outlet { name: "outletMovieWriter"; object: movieWriter }
         Outlet { name: "outletRecorder"; object: recorder }
-    }
-    InterfaceObject {
-        className: "AVCaptureAcceleratedContext"
-
-        Outlet { name: "delegate"; object: thumbnailRenderer }
-    }
-    InterfaceObject {
-        id: thumbnailRenderer
-        className: "LTCThumbnailInputRenderer"
     }
     InterfaceObject {
         id: captureFormat
