@@ -153,6 +153,7 @@ bool GStreamerSource::play()
     const auto opening = std::make_shared<Opening>();
     {
         const std::lock_guard lock(mLock);
+        const std::lock_guard openingLock(opening->lock);
         opening->isInterrupted = mIsInterrupted && mConnection;
         mOpening = opening;
     }
@@ -160,8 +161,12 @@ bool GStreamerSource::play()
         mPipeline.get(),
         [](GstElement* pipeline, gpointer data) {
             const auto& started = *static_cast<std::shared_ptr<Opening>*>(data);
-            const bool hasFailed = gst_element_set_state(pipeline, GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE;
             std::unique_lock lock(started->lock);
+            if (started->isLeft)
+                return;
+            lock.unlock();
+            const bool hasFailed = gst_element_set_state(pipeline, GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE;
+            lock.lock();
             started->hasFailed = hasFailed;
             started->isOver = true;
             started->changed.notify_all();

@@ -1,8 +1,13 @@
 #include "Platform/dispatch/WorkerPool.h"
 
+#include "Platform/dispatch/dispatch.h"
+
 #include <chrono>
+#include <cstdlib>
+#include <utility>
 
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
@@ -15,7 +20,16 @@ constexpr std::chrono::seconds patienceAtExit { 5 };
 WorkerPool& WorkerPool::shared()
 {
     // Never destroyed: threads may still look at it while the process exits.
-    static WorkerPool* const pool = std::make_unique<WorkerPool>().release();
+    static WorkerPool* const pool = [] {
+        static const pid_t process = ::getpid();
+        // What runs on must not meet static objects and libraries that are being taken down: a library that is loaded
+        // meanwhile is set up a second time. A child made by fork has none of the threads.
+        std::atexit([] {
+            if (::getpid() == process)
+                DispatchMain::stopThreads();
+        });
+        return std::make_unique<WorkerPool>().release();
+    }();
     return *pool;
 }
 
@@ -84,12 +98,13 @@ void WorkerPool::stop()
 {
     std::unique_lock lock(mLock);
     mStopping = true;
+    if (mThreads.empty())
+        return;
     mWork.notify_all();
     // A thread that does not come back is left behind: the process ends in a moment.
-    if (!mEnded.wait_for(lock, patienceAtExit, [this] { return mAlive == 0; }))
-        return;
+    const bool haveAllEnded = mEnded.wait_for(lock, patienceAtExit, [this] { return mAlive == 0; });
+    auto threads = std::exchange(mThreads, {});
     lock.unlock();
-    for (auto& thread : mThreads)
-        thread.join();
-    mThreads.clear();
+    for (auto& thread : threads)
+        haveAllEnded ? thread.join() : thread.detach();
 }

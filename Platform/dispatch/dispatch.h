@@ -79,7 +79,8 @@ void drain();
 /// drain) or the machine's clock has moved by \p seconds; says whether \p done was met.
 bool runUntil(const std::function<bool()>& done, double seconds);
 /// Stops the threads of pool and timers when their present items have run; posted work that has not started is kept
-/// and never runs. For the end of the process.
+/// and never runs. For the end of the process: `exit` calls it, ahead of the destructors of static objects, where
+/// nobody has before.
 void stopThreads();
 
 }

@@ -3,16 +3,15 @@
 #include "Platform/AVFoundation/CaptureSource.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/Foundation/NSNotification.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 
 #include <gtest/gtest.h>
 
-class AVCaptureDeviceTest : public testing::Test {
+class AVCaptureDeviceTest : public testing::Test, AttachedDevices {
 protected:
-    void SetUp() override { CaptureDeviceList::shared().useHostDevices(false); }
     void TearDown() override
     {
         FailPoint::disarmAll();
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
     static Ref<AVCaptureDevice> makeDevice(const std::string& name, AVMediaType mediaType)

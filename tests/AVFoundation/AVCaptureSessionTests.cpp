@@ -1,7 +1,7 @@
-#include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/Foundation/NSNotification.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 #include "tests/AVFoundation/CaptureRecorder.h"
 
 #include <algorithm>
@@ -31,11 +31,10 @@ NS_IMPLEMENTATION(Listener, NSObject)
 
 }
 
-class AVCaptureSessionTest : public testing::Test {
+class AVCaptureSessionTest : public testing::Test, AttachedDevices {
 protected:
     void SetUp() override
     {
-        CaptureDeviceList::shared().useHostDevices(false);
         session = make<AVCaptureSession>();
         videoOutput = make<AVCaptureVideoDataOutput>();
         audioOutput = make<AVCaptureAudioDataOutput>();
@@ -55,7 +54,6 @@ protected:
         dispatch_sync(videoQueue, [] {});
         dispatch_sync(audioQueue, [] {});
         FailPoint::disarmAll();
-        CaptureDeviceList::shared().removeAll();
     }
     static Ref<AVCaptureDeviceInput> firstInput(AVMediaType mediaType)
     {

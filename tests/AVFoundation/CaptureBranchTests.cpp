@@ -1,6 +1,7 @@
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/Foundation/NSNotification.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 #include "tests/AVFoundation/CaptureRecorder.h"
 #include "tests/AVFoundation/ScriptedDevice.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
@@ -28,11 +29,10 @@ std::vector<std::string> linesAbout(const std::string& log, const std::string& n
 }
 
 /// A session whose devices and clock are the test's.
-class CaptureBranchTest : public testing::Test {
+class CaptureBranchTest : public testing::Test, AttachedDevices {
 protected:
     void SetUp() override
     {
-        CaptureDeviceList::shared().useHostDevices(false);
         HostClock::driveByHand(true);
         session = make<AVCaptureSession>();
         videoOutput->setVideoSettings(
@@ -60,7 +60,6 @@ protected:
         DispatchMain::drain();
         NSNotificationCenter::defaultCenter()->removeObserver(errors.get());
         HostClock::driveByHand(false);
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
     void use(const ScriptedDevice& scripted)

@@ -323,6 +323,27 @@ TEST(DispatchQueueDeathTest, WhatHasNotStartedWhenTheThreadsStopIsKeptAndNeverRu
         testing::ExitedWithCode(0), "");
 }
 
+TEST(DispatchQueueDeathTest, ExitWaitsForWhatRunsBeforeStaticObjectsGo)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            static std::atomic<bool> hasRun { false };
+            // Called after everything that is registered later.
+            std::atexit([] { std::_Exit(hasRun ? 0 : 1); });
+            std::promise<void> begun;
+            const auto queue = dispatch_queue_create("queue");
+            dispatch_async(queue, [&begun] {
+                begun.set_value();
+                std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                hasRun = true;
+            });
+            begun.get_future().wait();
+            std::exit(2);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 #ifndef NDEBUG
 class DispatchWaitDeathTest : public testing::Test {
 protected:

@@ -37,7 +37,9 @@ const char* __tsan_default_suppressions()
     // operations by which they order them. A report names one of them only for such a call of its own: what the tree's
     // code does is still seen, also beneath them.
     return "race:libglib-2.0.so\n"
+           "race:libgobject-2.0.so\n"
            "race:libgstreamer-1.0.so\n"
+           "race:libjpeg.so\n"
            "race:libpulse.so\n"
            "race:libpulsecommon\n"
            "race:libQt6Core.so\n"

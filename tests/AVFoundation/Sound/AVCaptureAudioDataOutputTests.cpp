@@ -1,6 +1,7 @@
 #include "Platform/AVFoundation/AVCaptureSession.h"
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/HostClock.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 #include "tests/AVFoundation/Sound/SuppliedDevice.h"
 
 #include <algorithm>
@@ -55,11 +56,10 @@ NS_IMPLEMENTATION(SoundKeeper, NSObject)
         &SoundKeeper::captureOutput_didOutputSampleBuffer_fromConnection);
 }
 
-class AVCaptureAudioDataOutputTest : public testing::Test {
+class AVCaptureAudioDataOutputTest : public testing::Test, AttachedDevices {
 protected:
     void SetUp() override
     {
-        CaptureDeviceList::shared().useHostDevices(false);
         HostClock::driveByHand(true);
         for (auto* const device : { first.device(), second.device() })
             CaptureDeviceList::shared().deviceCame(Ref(device));
@@ -75,7 +75,6 @@ protected:
         session->waitUntilSettled();
         dispatch_sync(queue, [] {});
         HostClock::driveByHand(false);
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
     /// Lets time go by, in which \p microphone, if there is one, brings sound of one value.

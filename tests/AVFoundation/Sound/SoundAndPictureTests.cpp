@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/HostClock.h"
 #include "tests/AVFoundation/AssetWriter/MovieReader.h"
 #include "tests/AVFoundation/AssetWriter/Recording.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 #include "tests/AVFoundation/Sound/Microphone.h"
 #include "tests/AVFoundation/Sound/SoundMeasures.h"
 #include "tests/AVFoundation/Sound/SuppliedDevice.h"
@@ -55,11 +56,10 @@ NS_IMPLEMENTATION(MovieDelegate, NSObject)
 /// of sound that arrives; timers fire on the way. What each of them is, and when it arrives, is computed from the true
 /// time. All classes between the devices and the file are the real ones and run on their own queues; after each event
 /// the delegate's queue is waited for. So the clock goes as fast as the machine records.
-class SoundAndPicture : public testing::Test {
+class SoundAndPicture : public testing::Test, AttachedDevices {
 protected:
     void SetUp() override
     {
-        CaptureDeviceList::shared().useHostDevices(false);
         HostClock::driveByHand(true);
         begin = HostClock::nanoseconds();
         for (auto* const device : { camera.device(), firstMicrophone.device(), secondMicrophone.device() })
@@ -89,7 +89,6 @@ protected:
         session->waitUntilSettled();
         dispatch_sync(queue, [] {});
         HostClock::driveByHand(false);
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
 

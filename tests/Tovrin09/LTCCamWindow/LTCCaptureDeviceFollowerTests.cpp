@@ -4,6 +4,7 @@
 #include "Platform/AVFoundation/CaptureSource.h"
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 
 #include <gtest/gtest.h>
 
@@ -22,16 +23,14 @@ public:
 
 /// A graph, its recorder controller and the follower as the interface file puts them together, and a machine whose
 /// devices the test attaches.
-class DeviceFollower : public testing::Test {
+class DeviceFollower : public testing::Test, AttachedDevices {
 protected:
-    DeviceFollower() { CaptureDeviceList::shared().useHostDevices(false); }
     void TearDown() override
     {
         follower = nullptr;
         recorder = nullptr;
         writer = nullptr;
         FailPoint::disarmAll();
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
     void launch()

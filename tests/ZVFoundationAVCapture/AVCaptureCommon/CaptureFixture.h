@@ -3,6 +3,7 @@
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/AVFoundation/CaptureSource.h"
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/AVFoundation/AttachedDevices.h"
 #include "tests/WithRequirements/LoggedChecks.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureFilteredMovieWriterController.h"
@@ -11,14 +12,11 @@
 #include <gtest/gtest.h>
 
 /// A machine whose devices the test attaches.
-class CaptureFixture : public testing::Test {
+class CaptureFixture : public testing::Test, AttachedDevices {
 protected:
-    /// Before the members of a test make their sessions, which look for devices.
-    CaptureFixture() { CaptureDeviceList::shared().useHostDevices(false); }
     void TearDown() override
     {
         FailPoint::disarmAll();
-        CaptureDeviceList::shared().removeAll();
         DispatchMain::drain();
     }
     static Ref<AVCaptureDevice> attach(const std::string& name, const std::string& manufacturer = "",
