@@ -73,7 +73,9 @@ public:
     /// Writes what waits, completes the index in place and closes the file: under 200 ms however long the movie is.
     /// With inputs in real time that also holds for an encoder and a disk that are behind: pictures that still wait are
     /// lost, and a disk that takes longer gets the rest from the writer's thread, beside everything else. The file can
-    /// be played all the while. Fail point "AVAssetWriter.finishWriting".
+    /// be played all the while. A disk that has not taken the movie's beginning is waited for a moment longer, then the
+    /// writer has failed, with the disk's name in its error, and what there is goes to the disk as soon as it answers.
+    /// Fail point "AVAssetWriter.finishWriting".
     ///
     /// \return true when a playable file is left, also when a part was lost, and when nothing is left to be told: a
     /// writer that has failed before, and has said so, is done with then. False when there is no movie and nobody has

@@ -27,6 +27,8 @@ constexpr double mostMissingAtTheEnd = 5;
 /// every frame that comes meanwhile, stands still for that time.
 constexpr std::chrono::milliseconds timeForLatePictures { 80 };
 constexpr std::chrono::milliseconds timeToFinish { 150 };
+/// And for a movie of which nothing can be played yet, since an error is told after it.
+constexpr std::chrono::milliseconds timeToBegin { 1500 };
 /// At the end of the process, for a disk that is slow.
 constexpr std::chrono::seconds timeToFinishAtExit { 10 };
 CFString* const endWasLost = CFSTR("The end of a movie was lost: %@");
@@ -117,6 +119,7 @@ bool AVAssetWriterSession::open(
         if (!mEncoder)
             return fail(error);
     }
+    mPath = path;
     mFile = AVAssetWriterMovieFile::create(path, &error);
     if (!mFile)
         return fail(error);
@@ -428,29 +431,44 @@ bool AVAssetWriterSession::finish()
 {
     end(Ending::Writing);
     mIsOpen = false;
-    if (mIsInRealTime) {
+    if (mIsInRealTime && !waitForEnd(timeToFinish)) {
         std::unique_lock lock(mJobsLock);
-        const bool hasEnded = mEnded.wait_for(lock, timeToFinish, [this] { return mHasEnded; });
-        if (!hasEnded && mIsPlayable && !mPendingError) {
+        if (!mIsPlayable)
+            mEnded.wait_for(lock, timeToBegin, [this] { return mHasEnded; });
+        if (!mHasEnded && !mPendingError) {
             mIsLeftAlone = true;
+            const bool isPlayable = mIsPlayable;
             lock.unlock();
-            waitForUnfinished(std::chrono::milliseconds(0));
-            auto& others = unfinished();
-            const std::scoped_lock listLock(others.lock);
-            others.sessions.push_back(shared_from_this());
-            auto writing = AVAssetWriterStatusWriting;
-            mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
+            leaveToItsThread();
+            if (!isPlayable)
+                return fail(CFSTR("There is no movie yet: %@"),
+                    sampleError(
+                        "The disk with \"" + mPath + "\" does not answer; the movie is completed when it does"));
+            setCompleted();
             return true;
         }
     }
     join();
     if (!mFinalError) {
-        auto writing = AVAssetWriterStatusWriting;
-        mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
+        setCompleted();
         return mIsPlayable;
     }
     fail(mIsPlayable ? endWasLost : CFSTR("There is no movie: %@"), mFinalError);
     return mIsPlayable;
+}
+
+void AVAssetWriterSession::setCompleted()
+{
+    auto writing = AVAssetWriterStatusWriting;
+    mStatus.compare_exchange_strong(writing, AVAssetWriterStatusCompleted);
+}
+
+void AVAssetWriterSession::leaveToItsThread()
+{
+    waitForUnfinished(std::chrono::milliseconds(0));
+    auto& others = unfinished();
+    const std::scoped_lock lock(others.lock);
+    others.sessions.push_back(shared_from_this());
 }
 
 void AVAssetWriterSession::cancel()

@@ -99,6 +99,9 @@ private:
     /// By how many frames the next stamp may be off.
     double toleratedSoundFrames() const;
     void complete();
+    void setCompleted();
+    /// Has the session live until its thread has ended.
+    void leaveToItsThread();
     AVAssetWriterPictureEncoder::Output output();
 
     std::atomic<AVAssetWriterStatus> mStatus { AVAssetWriterStatusUnknown };
@@ -107,6 +110,7 @@ private:
     Ref<NSError> mError;
 
     // The appending side.
+    std::string mPath;
     CMTime mStartTime;
     std::optional<std::uint64_t> mLastPictureTime;
     bool mIsOpen = false;

@@ -210,6 +210,26 @@ TEST_F(AVAssetWriterLoad, AStopWhileTheDiskIsSlowReturnsAndTheMovieIsCompletedBe
     EXPECT_GE(readMovie(path).decodedPictures, 50U);
 }
 
+TEST_F(AVAssetWriterLoad, AStopBeforeADeadDiskHasTakenAnythingFailsAndTheMovieIsCompletedWhenItAnswers)
+{
+    FailPoint::arm("AVAssetWriter.writeSlowly", 6000, 0, 1);
+    auto recording = std::make_unique<Recording>(path, 320, 240, true);
+    recording->addPictureInput();
+    ASSERT_TRUE(recording->begin());
+    appendInRealTime(*recording, 30);
+    EXPECT_FALSE(recording->writer->finishWriting());
+    EXPECT_EQ(recording->writer->status(), AVAssetWriterStatusFailed);
+    const AutoreleasePool pool;
+    EXPECT_EQ(textOf(recording->writer->error()->localizedDescription()),
+        "The disk with \"" + path + "\" does not answer; the movie is completed when it does");
+    EXPECT_FALSE(AVAssetWriter::waitForUnfinishedMovies(std::chrono::milliseconds(0))) << "it has not been waited for";
+
+    recording.reset();
+    ASSERT_TRUE(AVAssetWriter::waitForUnfinishedMovies(deadline));
+    EXPECT_EQ(readBoxes(path).back().first, "moov");
+    EXPECT_GE(readMovie(path).decodedPictures, 8U);
+}
+
 TEST_F(AVAssetWriterLoad, TheEndOfTheProgramWaitsForAMovieThatASlowDiskHolds)
 {
     const std::string command = std::string(RECORDER_PROGRAM) + " " + path + " 2 0 1 320 240 2000";
