@@ -1,10 +1,14 @@
 #include "Platform/CoreImage/PictureScaler.h"
 
+#include "Platform/CoreImage/WordVectors.h"
+
 #include <libyuv.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+
+using namespace WordVectors;
 
 namespace {
 
@@ -13,6 +17,12 @@ constexpr std::size_t parts = 4;
 using Pixel = float __attribute__((vector_size(parts * sizeof(float))));
 using WholePixel = std::int32_t __attribute__((vector_size(parts * sizeof(std::int32_t))));
 using BytePixel = std::uint8_t __attribute__((vector_size(parts)));
+
+constexpr std::size_t wordCount = 8;
+constexpr std::size_t byteCount = 16;
+
+/// Every product of a word loses up to a 256th of a step: with so many along each axis the result is still within one.
+constexpr int mostTapsInWords = 64;
 
 bool isAt(double value, double place)
 {
@@ -25,23 +35,27 @@ struct Weight {
     double value;
 };
 
-/// What of the source lies under the target's pixel \p index.
-std::vector<Weight> weightsOf(int index, int sourceLength, PictureScaler::Span span)
+/// What of the source lies under the target's pixel \p index, in place of what \p result had.
+void findWeights(std::vector<Weight>& result, int index, int sourceLength, PictureScaler::Span span)
 {
-    std::vector<Weight> result;
+    result.clear();
     const double scale = (span.end - span.start) / sourceLength;
     const auto sourceAt = [&](double place) { return (place - span.start) / scale; };
     if (std::abs(scale) < 1) {
         const auto [low, high] = std::minmax({ sourceAt(index), sourceAt(index + 1.0) });
         const double from = std::max(low, 0.0);
         const double to = std::min<double>(high, sourceLength);
-        for (int tap = static_cast<int>(from); tap < to; ++tap)
-            result.push_back({ tap, (std::min(to, tap + 1.0) - std::max<double>(from, tap)) / (high - low) });
-        return result;
+        for (int tap = static_cast<int>(from); tap < to; ++tap) {
+            const double value = (std::min(to, tap + 1.0) - std::max<double>(from, tap)) / (high - low);
+            // What calculating leaves of an edge is not worth a whole row.
+            if (!isAt(value, 0))
+                result.push_back({ tap, value });
+        }
+        return;
     }
     const double middle = sourceAt(index + 0.5);
     if (middle < 0 || middle > sourceLength)
-        return result;
+        return;
     const double place = std::floor(middle - 0.5);
     const double right = middle - 0.5 - place;
     const auto inside = [sourceLength](double tap) { return std::clamp(static_cast<int>(tap), 0, sourceLength - 1); };
@@ -50,33 +64,141 @@ std::vector<Weight> weightsOf(int index, int sourceLength, PictureScaler::Span s
         result.back().value = 1;
     else
         result.push_back({ inside(place + 1), right });
-    return result;
 }
 
 }
 
-void PictureScaler::prepare(Axis& axis, int sourceLength, int targetLength, Span span)
+bool PictureScaler::prepare(Axis& axis, int sourceLength, int targetLength, Span span)
 {
     if (axis.sourceLength == sourceLength && axis.taps.size() == static_cast<std::size_t>(targetLength)
         && axis.span.start == span.start && axis.span.end == span.end)
-        return;
+        return false;
     axis.taps.clear();
     axis.weights.clear();
+    axis.shares.clear();
+    axis.mostTaps = 0;
+    std::vector<Weight> weights;
     for (int index = 0; index < targetLength; ++index) {
         Taps taps { 0, 0, axis.weights.size() };
-        for (const auto& weight : weightsOf(index, sourceLength, span)) {
+        constexpr double whole = 65536;
+        double sum = 0;
+        findWeights(weights, index, sourceLength, span);
+        for (const auto& weight : weights) {
             if (taps.count == 0)
                 taps.first = weight.index;
             axis.weights.push_back(static_cast<float>(weight.value));
+            const double share = std::round((sum + weight.value) * whole) - std::round(sum * whole);
+            axis.shares.push_back(static_cast<std::uint16_t>(std::clamp(share, 0.0, whole - 1)));
+            sum += weight.value;
             ++taps.count;
         }
+        axis.mostTaps = std::max(axis.mostTaps, taps.count);
         axis.taps.push_back(taps);
     }
     axis.sourceLength = sourceLength;
     axis.span = span;
+    return true;
+}
+
+void PictureScaler::layOutColumns()
+{
+    mPairs = std::max<std::size_t>(1, (static_cast<std::size_t>(mAcross.mostTaps) + 1) / 2);
+    // Four pixels are made at a time, and every pair of taps is read, whether it weighs anything or not.
+    const auto columns = (mAcross.taps.size() + 3) / 4 * 4;
+    mColumnStarts.assign(columns, 0);
+    mColumnShares.assign(columns * mPairs * wordCount, 0);
+    const auto rowBytes = static_cast<std::size_t>(mAcross.sourceLength) * parts;
+    mWords.assign((rowBytes + byteCount - 1) / byteCount * byteCount + mPairs * wordCount, 0);
+    for (std::size_t column = 0; column < mAcross.taps.size(); ++column) {
+        const auto& taps = mAcross.taps[column];
+        mColumnStarts[column] = static_cast<std::uint32_t>(taps.first) * parts;
+        auto* const shares = mColumnShares.data() + column * mPairs * wordCount;
+        for (std::size_t tap = 0; tap < static_cast<std::size_t>(taps.count); ++tap)
+            std::fill_n(shares + tap * parts, parts, mAcross.shares[taps.weights + tap]);
+    }
+}
+
+template <bool isFirst>
+void PictureScaler::combineTwoRows(const std::uint8_t* a, const std::uint8_t* b, Words shareA, Words shareB)
+{
+    const auto add = [&](const void* fourOfA, const void* fourOfB, std::uint16_t* sums) {
+        const auto bytesA = loaded<Bytes>(fourOfA);
+        const auto bytesB = loaded<Bytes>(fourOfB);
+        auto lower = highProducts(lowerBytes(bytesA), shareA) + highProducts(lowerBytes(bytesB), shareB);
+        auto upper = highProducts(upperBytes(bytesA), shareA) + highProducts(upperBytes(bytesB), shareB);
+        if (!isFirst) {
+            lower += loaded<Words>(sums);
+            upper += loaded<Words>(sums + wordCount);
+        }
+        store(sums, lower);
+        store(sums + wordCount, upper);
+    };
+    const auto length = static_cast<std::size_t>(mAcross.sourceLength) * parts;
+    const auto wholeLength = length / byteCount * byteCount;
+    auto* const words = mWords.data();
+    for (std::size_t i = 0; i < wholeLength; i += byteCount)
+        add(a + i, b + i, words + i);
+    if (wholeLength != length) {
+        Bytes lastOfA {};
+        Bytes lastOfB {};
+        std::memcpy(&lastOfA, a + wholeLength, length - wholeLength);
+        std::memcpy(&lastOfB, b + wholeLength, length - wholeLength);
+        add(&lastOfA, &lastOfB, words + wholeLength);
+    }
 }
 
 void PictureScaler::combineRows(const Source& source, const Taps& taps)
+{
+    const auto* const rows = reinterpret_cast<const std::uint8_t*>(source.pixels)
+        + static_cast<std::size_t>(taps.first) * source.bytesPerRow;
+    const auto* const shares = mDown.shares.data() + taps.weights;
+    for (std::size_t tap = 0; tap < static_cast<std::size_t>(taps.count); tap += 2) {
+        const bool isSingle = tap + 1 == static_cast<std::size_t>(taps.count);
+        const auto* const a = rows + tap * source.bytesPerRow;
+        const auto* const b = isSingle ? a : a + source.bytesPerRow;
+        const auto shareA = filled(shares[tap]);
+        const auto shareB = isSingle ? Words {} : filled(shares[tap + 1]);
+        if (tap == 0)
+            combineTwoRows<true>(a, b, shareA, shareB);
+        else
+            combineTwoRows<false>(a, b, shareA, shareB);
+    }
+}
+
+template <std::size_t fixedPairs> void PictureScaler::combineColumns(std::byte* row, Words rounding) const
+{
+    const auto pairs = fixedPairs ? fixedPairs : mPairs;
+    const auto* const words = mWords.data();
+    const auto* starts = mColumnStarts.data();
+    const auto* shares = mColumnShares.data();
+    const auto column = [&] {
+        const auto* pixels = words + *starts++;
+        Words sum = highProducts(loaded<Words>(pixels), loaded<Words>(shares));
+        shares += wordCount;
+        for (std::size_t pair = 1; pair < pairs; ++pair, shares += wordCount) {
+            pixels += wordCount;
+            sum += highProducts(loaded<Words>(pixels), loaded<Words>(shares));
+        }
+        return sum;
+    };
+    const auto fourColumns = [&] {
+        const auto a = column();
+        const auto b = column();
+        const auto c = column();
+        const auto d = column();
+        return upperHalves(folded(a, b) + rounding, folded(c, d) + rounding);
+    };
+    const auto length = mAcross.taps.size() * parts;
+    const auto wholeLength = length / byteCount * byteCount;
+    for (std::size_t i = 0; i < wholeLength; i += byteCount)
+        store(row + i, fourColumns());
+    if (wholeLength != length) {
+        const auto last = fourColumns();
+        std::memcpy(row + wholeLength, &last, length - wholeLength);
+    }
+}
+
+void PictureScaler::combineManyRows(const Source& source, const Taps& taps)
 {
     const std::size_t length = static_cast<std::size_t>(source.width) * parts;
     mRow.resize(length);
@@ -95,18 +217,15 @@ void PictureScaler::combineRows(const Source& source, const Taps& taps)
     }
 }
 
-void PictureScaler::combineColumns(std::byte* row)
+void PictureScaler::combineManyColumns(std::byte* row) const
 {
     const auto* const weights = mAcross.weights.data();
     for (const auto& taps : mAcross.taps) {
         const float* source = mRow.data() + static_cast<std::size_t>(taps.first) * parts;
         // The conversion cuts off, so half a step more rounds.
         Pixel sum { 0.5F, 0.5F, 0.5F, 0.5F };
-        for (int tap = 0; tap < taps.count; ++tap, source += parts) {
-            Pixel pixel;
-            std::memcpy(&pixel, source, sizeof pixel);
-            sum += pixel * weights[taps.weights + static_cast<std::size_t>(tap)];
-        }
+        for (int tap = 0; tap < taps.count; ++tap, source += parts)
+            sum += loaded<Pixel>(source) * weights[taps.weights + static_cast<std::size_t>(tap)];
         const auto whole = __builtin_convertvector(sum, WholePixel);
         const auto bytes = __builtin_convertvector(whole, BytePixel);
         std::memcpy(row, &bytes, sizeof bytes);
@@ -132,16 +251,28 @@ void PictureScaler::scale(const Source& source, const Target& target, Span acros
             libyuv::kFilterBox);
         return;
     }
-    prepare(mAcross, source.width, target.width, across);
+    if (prepare(mAcross, source.width, target.width, across))
+        layOutColumns();
     prepare(mDown, source.height, target.height, down);
+    const bool isInWords = std::max(mAcross.mostTaps, mDown.mostTaps) <= mostTapsInWords;
+    // Half a step, and what the products lose on average.
+    const auto rounding = filled(static_cast<std::uint16_t>(128 + (mAcross.mostTaps + mDown.mostTaps) / 2));
     for (int y = 0; y < target.height; ++y) {
         auto* const row = target.pixels + static_cast<std::size_t>(y) * target.bytesPerRow;
         const auto& taps = mDown.taps[static_cast<std::size_t>(y)];
         if (taps.count == 0) {
             std::memset(row, 0, static_cast<std::size_t>(target.width) * parts);
-            continue;
+        } else if (!isInWords) {
+            combineManyRows(source, taps);
+            combineManyColumns(row);
+        } else {
+            combineRows(source, taps);
+            if (mPairs == 1)
+                combineColumns<1>(row, rounding);
+            else if (mPairs == 2)
+                combineColumns<2>(row, rounding);
+            else
+                combineColumns<0>(row, rounding);
         }
-        combineRows(source, taps);
-        combineColumns(row);
     }
 }

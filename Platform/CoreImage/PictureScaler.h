@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/CoreImage/WordVectors.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -39,14 +41,33 @@ private:
     struct Axis {
         std::vector<Taps> taps;
         std::vector<float> weights;
+        std::vector<std::uint16_t> shares; ///< the same in parts of 65536, as exact in sum
+        int mostTaps = 0;
         int sourceLength = 0;
         Span span {};
     };
-    static void prepare(Axis& axis, int sourceLength, int targetLength, Span span);
+    /// \return whether the axis is another one than before
+    static bool prepare(Axis& axis, int sourceLength, int targetLength, Span span);
+
+    // Where few pixels make up one, they are added up in words: eight bits and as many behind the point.
+
+    void layOutColumns();
     void combineRows(const Source& source, const Taps& taps);
-    void combineColumns(std::byte* row);
+    template <bool isFirst>
+    void combineTwoRows(
+        const std::uint8_t* a, const std::uint8_t* b, WordVectors::Words shareA, WordVectors::Words shareB);
+    template <std::size_t fixedPairs> void combineColumns(std::byte* row, WordVectors::Words rounding) const;
+
+    // Where they are many, words are not exact enough.
+
+    void combineManyRows(const Source& source, const Taps& taps);
+    void combineManyColumns(std::byte* row) const;
 
     Axis mAcross;
     Axis mDown;
+    std::size_t mPairs = 0; ///< of taps that every column is given, which may weigh nothing
+    std::vector<std::uint32_t> mColumnStarts; ///< words into the row
+    std::vector<std::uint16_t> mColumnShares; ///< eight words for each pair: four times the one, four times the other
+    std::vector<std::uint16_t> mWords;
     std::vector<float> mRow;
 };
