@@ -1,34 +1,11 @@
 #include "Platform/CoreFoundation/CFData.h"
-#include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
-#include "tests/ZVFoundationAVCapture/AVCaptureCommon/RecordingDelegate.h"
+#include "Platform/CoreFoundation/HostClock.h"
+#include "tests/ZVFoundationAVCapture/AVCaptureCommon/MovieWriterFixture.h"
 
-#include <filesystem>
 #include <fstream>
 
-class FilteredMovieWriter : public CaptureFixture {
+class FilteredMovieWriter : public MovieWriterFixture {
 protected:
-    void SetUp() override
-    {
-        AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil = AVCaptureSessionPreset640x480;
-        AVCaptureFilteredMovieWriter_CapturePixelBufferSizeOrZero = { 320, 180 };
-        folder = std::filesystem::temp_directory_path() / ("tovrin-writer-" + std::to_string(getpid()));
-        std::filesystem::create_directories(folder / "home" / ".config");
-        setenv("HOME", (folder / "home").c_str(), 1);
-        unsetenv("XDG_CONFIG_HOME");
-        unsetenv("XDG_DATA_HOME");
-        controller = make<AVCaptureFilteredMovieWriterController>();
-        controller->setDelegate(delegate);
-    }
-    void TearDown() override
-    {
-        FailPoint::disarmAll();
-        if (controller->session())
-            controller->stopAndTearDownCaptureSession();
-        controller->dispatchVideoQueue()->waitUntilQueueEmpty();
-        controller->dispatchAudioQueue()->waitUntilQueueEmpty();
-        CaptureFixture::TearDown();
-        std::filesystem::remove_all(folder);
-    }
     /// A picture as the capture brings it, with a time in seconds.
     static Ref<CMSampleBuffer> frame(double seconds, std::int32_t width = 320, std::int32_t height = 180)
     {
@@ -48,9 +25,16 @@ protected:
                 controller->videoDataOutput(), sample, controller->videoConnection());
         });
     }
-    /// A graph with connections whose devices bring nothing by themselves.
+    void TearDown() override
+    {
+        HostClock::driveByHand(false);
+        MovieWriterFixture::TearDown();
+    }
+    /// A graph with connections whose devices bring nothing by themselves, nor does what stands in for them: the clock
+    /// stands still.
     void setUpWithStillDevices()
     {
+        HostClock::driveByHand(true);
         attach("Camera");
         attach("Microphone", "", AVMediaTypeAudio);
         controller->setupAndStartCaptureSession();
@@ -101,10 +85,6 @@ protected:
         return result;
     }
     void drainWriteQueue() { controller->dispatchWriteQueue()->waitUntilQueueEmpty(); }
-
-    std::filesystem::path folder;
-    Ref<AVCaptureFilteredMovieWriterController> controller;
-    const Ref<RecordingDelegate> delegate = make<RecordingDelegate>();
 };
 
 TEST_F(FilteredMovieWriter, SetupConnectsBothMediaAndNamesTheMovie)

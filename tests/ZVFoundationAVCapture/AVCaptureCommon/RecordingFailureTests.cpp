@@ -2,13 +2,11 @@
 // of its own, since it mounts volumes for itself and gives up what lets a superuser pass every permission.
 
 #include "Platform/AVFoundation/AVAssetWriterMovieFile.h"
-#include "tests/ZVFoundationAVCapture/AVCaptureCommon/CaptureFixture.h"
-#include "tests/ZVFoundationAVCapture/AVCaptureCommon/RecordingDelegate.h"
+#include "tests/ZVFoundationAVCapture/AVCaptureCommon/MovieWriterFixture.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 
 #include <linux/capability.h>
@@ -58,33 +56,19 @@ std::string outputOf(const std::string& command)
     return status == 0 ? output : output + "failed";
 }
 
-class RecordingFailure : public CaptureFixture {
+class RecordingFailure : public MovieWriterFixture {
 protected:
     void SetUp() override
     {
-        AVCaptureFilteredMovieWriter_CaptureSessionPresetOrNil = AVCaptureSessionPreset640x480;
-        AVCaptureFilteredMovieWriter_CapturePixelBufferSizeOrZero = { 320, 180 };
-        folder = std::filesystem::temp_directory_path() / ("tovrin-failure-" + std::to_string(getpid()));
-        std::filesystem::create_directories(folder / "home" / ".config");
-        setenv("HOME", (folder / "home").c_str(), 1);
-        unsetenv("XDG_CONFIG_HOME");
-        unsetenv("XDG_DATA_HOME");
-        controller = make<AVCaptureFilteredMovieWriterController>();
-        controller->setDelegate(delegate);
+        MovieWriterFixture::SetUp();
         movies = AVCaptureFilteredMovieWriterController::defaultSessionOutputFolder()->string();
         std::filesystem::create_directories(movies);
     }
     void TearDown() override
     {
-        FailPoint::disarmAll();
-        if (controller->session())
-            controller->stopAndTearDownCaptureSession();
-        controller->dispatchVideoQueue()->waitUntilQueueEmpty();
-        controller->dispatchAudioQueue()->waitUntilQueueEmpty();
-        CaptureFixture::TearDown();
         if (isMounted)
             umount2(movies.c_str(), MNT_DETACH);
-        std::filesystem::remove_all(folder);
+        MovieWriterFixture::TearDown();
     }
     void mountMovies(const char* options)
     {
@@ -130,10 +114,8 @@ protected:
             "0\n");
     }
 
-    std::filesystem::path folder, movies, movie;
+    std::filesystem::path movies, movie;
     std::string error;
-    Ref<AVCaptureFilteredMovieWriterController> controller;
-    const Ref<RecordingDelegate> delegate = make<RecordingDelegate>();
     bool isMounted = false;
     long starts = 0, stops = 0;
 };
