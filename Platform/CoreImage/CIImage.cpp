@@ -1,5 +1,18 @@
 #include "Platform/CoreImage/CIImage.h"
 
+#include <memory_resource>
+
+namespace {
+
+/// The memory of images, which any thread may give back. There until the process ends, as the last image may be.
+std::pmr::memory_resource& imageMemory()
+{
+    static auto* const memory = std::make_unique<std::pmr::synchronized_pool_resource>().release();
+    return *memory;
+}
+
+}
+
 NS_IMPLEMENTATION(CIImage, NSObject) { }
 
 CIImage::CIImage(Ref<CVPixelBuffer> pixelBuffer, Ref<CGImage> image, const CGAffineTransform& transform)
@@ -7,6 +20,16 @@ CIImage::CIImage(Ref<CVPixelBuffer> pixelBuffer, Ref<CGImage> image, const CGAff
     , mImage(std::move(image))
     , mTransform(transform)
 {
+}
+
+void* CIImage::operator new(std::size_t size)
+{
+    return imageMemory().allocate(size);
+}
+
+void CIImage::operator delete(void* memory, std::size_t size) noexcept
+{
+    imageMemory().deallocate(memory, size);
 }
 
 Ref<CIImage> CIImage::imageWithCVImageBuffer(CVImageBufferRef buffer)

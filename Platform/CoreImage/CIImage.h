@@ -15,6 +15,10 @@ public:
     }
     CIImage(Ref<CVPixelBuffer> pixelBuffer, Ref<CGImage> image, const CGAffineTransform& transform);
 
+    /// Images come and go with every frame, so the memory of one that has gone is kept for the next ones.
+    static void* operator new(std::size_t size);
+    static void operator delete(void* memory, std::size_t size) noexcept;
+
     /// \return null for null
     static Ref<CIImage> imageWithCVImageBuffer(CVImageBufferRef buffer);
     static Ref<CIImage> imageWithCGImage(CGImageRef image);
