@@ -17,15 +17,19 @@ constexpr FigureName renderLibrary { "render-libyuv", "ms",
     "renderers: 1920x1080 into 1280x720 by libyuv's box filter, one thread, in turn with the next ones" };
 constexpr FigureName renderPlain { "render-plain", "ms",
     "renderers: the same by the one that makes a buffer each time" };
+constexpr FigureName renderPlainRatio { "render-plain-ratio", "times", "renderers: its time to libyuv's" };
 constexpr FigureName renderDouble { "render-double", "ms", "renderers: the same by the one with two surfaces" };
-constexpr FigureName renderGlobal { "render-global", "ms",
-    "renderers: the same by the plain class with two surfaces; its spin lock is held as long" };
-constexpr FigureName renderRatio { "render-ratio", "", "renderers: the last one's time to libyuv's" };
+constexpr FigureName renderDoubleRatio { "render-double-ratio", "times", "renderers: its time to libyuv's" };
+constexpr FigureName renderGlobal { "render-global", "ms", "renderers: the same by the plain class with two surfaces" };
+constexpr FigureName renderRatio { "render-ratio", "times", "renderers: its time to libyuv's" };
+constexpr FigureName renderLock { "render-lock", "ms", "renderers: how long that one holds its spin lock" };
 constexpr FigureName renderOpenGL { "render-opengl", "ms", "renderers: the same with the graphics driver" };
 constexpr FigureName renderThumbnail { "render-thumbnail", "ms",
     "renderers: 1280x720 into 640x360, a buffer each time" };
-constexpr FigureName renderAllocations { "render-allocations", "allocations",
-    "renderers: what a frame takes from the heap with two surfaces" };
+constexpr FigureName renderDoubleAllocations { "render-double-allocations", "allocations/frame",
+    "renderers: what the one with two surfaces takes from the heap" };
+constexpr FigureName renderAllocations { "render-allocations", "allocations/frame",
+    "renderers: what the plain class with two surfaces takes from the heap" };
 
 constexpr CGSize outputSize { 1280, 720 };
 
@@ -54,19 +58,37 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-template <class Renderer> Ref<Renderer> constructed(AVCaptureAcceleratedContext& context, CGSize size)
+/// A renderer with a context of its own, as the program has them.
+template <class Renderer> Ref<Renderer> constructed(CGSize size)
 {
     auto renderer = make<Renderer>(size, kCVPixelFormatType_32BGRA);
-    renderer->constructRendererWithAcceleratedContext(&context);
+    const auto context = make<AVCaptureAcceleratedContext>();
+    context->setDelegate(renderer.get());
+    context->lazyDelegate();
     return renderer;
 }
+
+/// How long each of some frames took, and what they took from the heap together.
+struct Frames {
+    std::vector<double> times;
+    std::uint64_t allocations = 0;
+    template <class Work> void measure(const Work& work)
+    {
+        const auto before = AllocationCounter::count();
+        const auto time = milliseconds(work);
+        allocations += AllocationCounter::count() - before;
+        times.push_back(time);
+    }
+    double allocationsPerFrame() const { return static_cast<double>(allocations) / static_cast<double>(times.size()); }
+};
 
 }
 
 const std::vector<FigureName>& renderFigures()
 {
-    static const std::vector<FigureName> figures { renderLibrary, renderPlain, renderDouble, renderGlobal, renderRatio,
-        renderOpenGL, renderThumbnail, renderAllocations };
+    static const std::vector<FigureName> figures { renderLibrary, renderPlain, renderPlainRatio, renderDouble,
+        renderDoubleRatio, renderGlobal, renderRatio, renderLock, renderOpenGL, renderThumbnail,
+        renderDoubleAllocations, renderAllocations };
     return figures;
 }
 
@@ -78,53 +100,56 @@ void measureRenderers(const BenchRequest& request)
     const auto small = picture(1280, 720);
     const auto target = picture(1280, 720);
 
-    const auto context = make<AVCaptureAcceleratedContext>();
-    const auto anyone = make<AVCapturePixelBufferRenderer>(outputSize, kCVPixelFormatType_32BGRA);
-    context->setDelegate(anyone);
-    context->lazyDelegate();
-    const auto plain = constructed<AVCapturePixelBufferRenderer>(*context, outputSize);
-    const auto thumbnail = constructed<AVCapturePixelBufferRenderer>(*context, { 640, 360 });
+    const auto plain = constructed<AVCapturePixelBufferRenderer>(outputSize);
+    const auto thumbnail = constructed<AVCapturePixelBufferRenderer>({ 640, 360 });
     // Lives as long as the process, as its kind does.
-    static const auto twice = constructed<AVCapturePixelBufferRendererDoubleBufferedGlobal>(*context, outputSize);
+    static const auto twice = constructed<AVCapturePixelBufferRendererDoubleBufferedGlobal>(outputSize);
     twice->makeImmortal();
     ZVCMIO::PixelBufferRendererGlobalDoubleBuffered global;
     global.Construct(outputSize, kCVPixelFormatType_32BGRA);
 
-    std::vector<double> library;
-    std::vector<double> plainTimes;
-    std::vector<double> doubleTimes;
-    std::vector<double> globalTimes;
-    std::vector<double> thumbnailTimes;
-    std::uint64_t allocations = 0;
-    for (int round = 0; round < rounds; ++round) {
+    const auto scaleByLibrary = [&] {
+        libyuv::ARGBScale(reinterpret_cast<const std::uint8_t*>(large->baseAddress()),
+            static_cast<int>(large->bytesPerRow()), 1920, 1080, reinterpret_cast<std::uint8_t*>(target->baseAddress()),
+            static_cast<int>(target->bytesPerRow()), 1280, 720, libyuv::kFilterBox);
+    };
+    plain->setInputPixelBuffer(large);
+    thumbnail->setInputPixelBuffer(small);
+    Frames library;
+    Frames plainFrames;
+    Frames doubleFrames;
+    Frames globalFrames;
+    Frames lockedSteps;
+    Frames thumbnails;
+    constexpr int first = 2; // rounds in which memory is made that stays
+    for (int round = -first; round < rounds; ++round) {
         const AutoreleasePool roundPool;
-        library.push_back(milliseconds([&] {
-            libyuv::ARGBScale(reinterpret_cast<const std::uint8_t*>(large->baseAddress()),
-                static_cast<int>(large->bytesPerRow()), 1920, 1080,
-                reinterpret_cast<std::uint8_t*>(target->baseAddress()), static_cast<int>(target->bytesPerRow()), 1280,
-                720, libyuv::kFilterBox);
-        }));
-        plain->setInputPixelBuffer(large);
-        plainTimes.push_back(milliseconds([&] { plain->copyOutputPixelBuffer(); }));
-        doubleTimes.push_back(milliseconds([&] { twice->setInputPixelBuffer(large); }));
-        const auto before = AllocationCounter::count();
-        globalTimes.push_back(milliseconds([&] { global.SetInputPixelBuffer(large); }));
-        allocations = AllocationCounter::count() - before;
-        thumbnail->setInputPixelBuffer(small);
-        thumbnailTimes.push_back(milliseconds([&] { thumbnail->copyOutputPixelBuffer(); }));
+        if (round == 0)
+            library = plainFrames = doubleFrames = globalFrames = lockedSteps = thumbnails = Frames();
+        library.measure(scaleByLibrary);
+        plainFrames.measure([&] { plain->copyOutputPixelBuffer(); });
+        doubleFrames.measure([&] { twice->setInputPixelBuffer(large); });
+        globalFrames.measure([&] { global.SetInputPixelBuffer(large); });
+        lockedSteps.measure([&] { global.OnInputPixelBufferChanged(large); });
+        thumbnails.measure([&] { thumbnail->copyOutputPixelBuffer(); });
     }
-    std::vector<double> driverTimes;
+    Frames driverFrames;
     FailPoint::arm("CIContext.rendersWithTheProcessor");
     for (int round = 0; round < rounds; ++round)
-        driverTimes.push_back(milliseconds([&] { global.SetInputPixelBuffer(large); }));
+        driverFrames.measure([&] { global.SetInputPixelBuffer(large); });
     FailPoint::disarm("CIContext.rendersWithTheProcessor");
 
-    printFigure(request, renderLibrary, median(library));
-    printFigure(request, renderPlain, median(plainTimes));
-    printFigure(request, renderDouble, median(doubleTimes));
-    printFigure(request, renderGlobal, median(globalTimes));
-    printFigure(request, renderRatio, median(globalTimes) / median(library));
-    printFigure(request, renderOpenGL, median(driverTimes));
-    printFigure(request, renderThumbnail, median(thumbnailTimes));
-    printFigure(request, renderAllocations, static_cast<double>(allocations));
+    const auto libraryTime = median(library.times);
+    printFigure(request, renderLibrary, libraryTime);
+    printFigure(request, renderPlain, median(plainFrames.times));
+    printFigure(request, renderPlainRatio, median(plainFrames.times) / libraryTime);
+    printFigure(request, renderDouble, median(doubleFrames.times));
+    printFigure(request, renderDoubleRatio, median(doubleFrames.times) / libraryTime);
+    printFigure(request, renderGlobal, median(globalFrames.times));
+    printFigure(request, renderRatio, median(globalFrames.times) / libraryTime);
+    printFigure(request, renderLock, median(lockedSteps.times));
+    printFigure(request, renderOpenGL, median(driverFrames.times));
+    printFigure(request, renderThumbnail, median(thumbnails.times));
+    printFigure(request, renderDoubleAllocations, doubleFrames.allocationsPerFrame());
+    printFigure(request, renderAllocations, globalFrames.allocationsPerFrame());
 }
