@@ -1,12 +1,15 @@
 #include "Platform/AppKit/NSCIImageRep.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreImage/CIContext.h"
 
 NS_IMPLEMENTATION(NSCIImageRep, NSImageRep) { }
 
 Ref<NSCIImageRep> NSCIImageRep::imageRepWithCIImage(CIImage* image)
 {
-    return image ? make<NSCIImageRep>(image) : nullptr;
+    if (!image || FAIL_POINT("NSCIImageRep.imageRepWithCIImage:"))
+        return nullptr;
+    return make<NSCIImageRep>(image);
 }
 
 Ref<CVPixelBuffer> NSCIImageRep::copyPixelBuffer()

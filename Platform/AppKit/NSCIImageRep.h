@@ -11,7 +11,7 @@ public:
         : mImage(image)
     {
     }
-    /// \return null for null
+    /// \return null for null and at the fail point "NSCIImageRep.imageRepWithCIImage:"
     static Ref<NSCIImageRep> imageRepWithCIImage(CIImage* image);
     CIImage* image() const { return mImage; }
     /// The source itself where nothing is to be done to it.

@@ -1,12 +1,14 @@
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelBufferView.h"
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelsView.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/QuartzCore/CATransaction.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
-#include "WithRequirements/ZVOperatingSystemVersion.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <thread>
 
 namespace {
@@ -24,6 +26,24 @@ Ref<CVPixelBuffer> bufferOf(OSType format, bool withSurface)
 Ref<CVPixelBuffer> frame()
 {
     return bufferOf(kCVPixelFormatType_32BGRA, true);
+}
+
+/// What is logged of a null where an object of a type is required, for `withoutLineNumbers`.
+std::string missing(const std::string& source, const std::string& function)
+{
+    return "REQUIRED_CFTYPEOF " + source + "==NULL : in " + function + " LINE# N (AVCaptureLayerContentsView.cpp)\n\n";
+}
+
+/// The same of an object of another type.
+std::string mistyped(
+    const std::string& source, const std::string& function, CFType* object, const std::string& type, CFTypeID expected)
+{
+    char facts[160];
+    std::snprintf(facts, sizeof facts, "((%s)0x%08lx) != %sGetTypeID() (%08lx!=%08lx)",
+        CFCopyTypeIDDescription(CFGetTypeID(object))->string().data(), reinterpret_cast<unsigned long>(object),
+        type.c_str(), static_cast<unsigned long>(CFGetTypeID(object)), static_cast<unsigned long>(expected));
+    return "REQUIRED_CFTYPEOF [" + source + " " + facts + "] FAILED : in " + function
+        + " LINE# N (AVCaptureLayerContentsView.cpp)\n\n";
 }
 
 /// Runs \p work on a thread that is not the main one, as the producers of pictures do, and waits for it.
@@ -94,13 +114,128 @@ TYPED_TEST(AVCapturePixelsViews, AlphaFirstIsShownAsAnImage)
     EXPECT_EQ(shown->copyPixelBufferForLayer()->pixelFormat(), kCVPixelFormatType_32BGRA);
 }
 
-TYPED_TEST(AVCapturePixelsViews, WhatIsNoPixelBufferIsReportedAndNotShown)
+TYPED_TEST(AVCapturePixelsViews, WhatIsNoPixelBufferIsReportedAndKeptButNotShown)
+{
+    auto* const text = CFSTR("text");
+    StandardErrorCapture capture;
+    elsewhere([&] { this->view->setLayerPixelBuffer(text); });
+    DispatchMain::drain();
+    const auto type = CVPixelBufferGetTypeID();
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        mistyped("self.currentLayerContentsRef", "setCurrentPixelBuffer", text, "CVPixelBuffer", type)
+            + mistyped("layerPixelBuffer", "setLayerPixelBuffer", text, "CVPixelBuffer", type));
+    EXPECT_EQ(this->view->currentLayerContentsRef(), text);
+    EXPECT_EQ(this->view->layer()->contents(), nullptr);
+    // A picture that was not shown is not in flight either.
+    const auto next = frame();
+    elsewhere([&] { this->view->setLayerPixelBuffer(next); });
+    DispatchMain::drain();
+    EXPECT_EQ(this->view->layer()->contents(), next->surface());
+}
+
+TYPED_TEST(AVCapturePixelsViews, NoPixelBufferIsReportedToo)
 {
     StandardErrorCapture capture;
-    elsewhere([&] { this->view->setLayerPixelBuffer(CFSTR("text")); });
+    elsewhere([&] { this->view->setLayerPixelBuffer(nullptr); });
     DispatchMain::drain();
-    EXPECT_NE(capture.text().find("layerPixelBuffer"), std::string::npos);
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        missing("self.currentLayerContentsRef", "setCurrentPixelBuffer")
+            + missing("layerPixelBuffer", "setLayerPixelBuffer"));
+}
+
+TYPED_TEST(AVCapturePixelsViews, ReadingAsTheOtherTypeIsReportedAndGivesTheValueAllTheSame)
+{
+    const auto buffer = frame();
+    const auto image = CGImageCreateWithPixelBuffer(buffer);
+    StandardErrorCapture capture;
+    EXPECT_EQ(this->view->currentPixelBuffer(), nullptr);
+    EXPECT_EQ(this->view->layerImageRef(), nullptr);
+    this->view->setCurrentImageRef(image);
+    EXPECT_EQ(this->view->layerPixelBuffer(), image);
+    this->view->setCurrentPixelBuffer(buffer);
+    EXPECT_EQ(this->view->currentImageRef(), buffer);
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        missing("self.currentLayerContentsRef", "currentPixelBuffer")
+            + missing("self.currentLayerContentsRef", "currentImageRef")
+            + mistyped(
+                "self.currentLayerContentsRef", "currentPixelBuffer", image, "CVPixelBuffer", CVPixelBufferGetTypeID())
+            + mistyped("self.currentLayerContentsRef", "currentImageRef", buffer, "CGImage", CGImageGetTypeID()));
+}
+
+TYPED_TEST(AVCapturePixelsViews, WhatIsNoImageWithPixelsIsReportedAndNotShown)
+{
+    const auto buffer = frame();
+    StandardErrorCapture capture;
+    elsewhere([&] { this->view->setLayerImageRef(buffer); });
+    DispatchMain::drain();
+    EXPECT_EQ(withoutLineNumbers(capture.text()),
+        mistyped("self.currentLayerContentsRef", "setCurrentImageRef", buffer, "CGImage", CGImageGetTypeID())
+            + mistyped("layerImageRef", "setLayerImageRef", buffer, "CGImage", CGImageGetTypeID()));
+    EXPECT_EQ(this->view->currentLayerContentsRef(), buffer);
     EXPECT_EQ(this->view->layer()->contents(), nullptr);
+}
+
+TYPED_TEST(AVCapturePixelsViews, OneLockServesThePropertyInEveryView)
+{
+    EXPECT_EQ(this->view->currentLayerContentsRefSync(), CFSTR("currentLayerContentsRef"));
+    const auto buffer = frame();
+    const AutoreleasePool pool;
+    this->view->setCurrentLayerContentsRef(buffer);
+    EXPECT_EQ(this->view->currentLayerContentsRef(), buffer);
+    EXPECT_EQ(this->view->currentLayerContentsRefAutoreleasedCopy(), buffer);
+    EXPECT_EQ(this->view->currentLayerContentsRefRetainedCopy(), buffer);
+    EXPECT_EQ(this->view->currentLayerContentsRefCopy(), buffer);
+    EXPECT_EQ(this->view->layer()->contents(), nullptr);
+}
+
+TYPED_TEST(AVCapturePixelsViews, ANewPictureReplacesTheOldOneWithoutAnAction)
+{
+    struct Host : CALayerHost {
+        void layerNeedsDisplay() override { wasDisabled.push_back(CATransaction::disableActions()); }
+        std::vector<bool> wasDisabled;
+    } host;
+    this->view->layer()->setHost(&host);
+    this->view->setLayerContentsUI(frame().get());
+    EXPECT_EQ(host.wasDisabled.size(), 1U) << "the change shows when the transaction ends, and once";
+    EXPECT_FALSE(CATransaction::disableActions());
+    this->view->layer()->setHost(nullptr);
+}
+
+TYPED_TEST(AVCapturePixelsViews, WithoutALayerPicturesComeToNothing)
+{
+    this->view->setLayer(nullptr);
+    elsewhere([&] { this->view->setLayerPixelBuffer(frame().get()); });
+    DispatchMain::drain();
+    EXPECT_EQ(this->view->layer(), nullptr);
+    // That picture has arrived all the same: the next one is not dropped.
+    const auto layer = make<CALayer>();
+    this->view->setLayer(layer);
+    const auto next = frame();
+    elsewhere([&] { this->view->setLayerPixelBuffer(next); });
+    DispatchMain::drain();
+    EXPECT_EQ(layer->contents(), next->surface());
+}
+
+TYPED_TEST(AVCapturePixelsViews, TheLayerAndThePropertyAreEmptiedWithTheView)
+{
+    const Ref<CALayer> layer(this->view->layer());
+    auto buffer = frame();
+    const WeakRef<CVPixelBuffer> watched(buffer);
+    elsewhere([&] { this->view->setLayerPixelBuffer(buffer); });
+    DispatchMain::drain();
+    buffer = nullptr;
+    EXPECT_TRUE(watched.strongReference());
+    this->view = nullptr;
+    EXPECT_EQ(layer->contents(), nullptr);
+    EXPECT_FALSE(watched.strongReference());
+}
+
+TYPED_TEST(AVCapturePixelsViews, ItsFrameIsTheOneItWasMadeWith)
+{
+    const auto framed = make<TypeParam>(NSMakeRect(10, 20, 300, 200));
+    EXPECT_EQ(framed->frame(), NSMakeRect(10, 20, 300, 200));
+    EXPECT_TRUE(framed->layer());
+    EXPECT_EQ(framed->layerContentsRedrawPolicy(), 0);
 }
 
 TYPED_TEST(AVCapturePixelsViews, TheLayerIsNotTouchedOffTheMainThread)
@@ -118,20 +253,43 @@ TYPED_TEST(AVCapturePixelsViews, SomethingElseThanAnImageIsIgnored)
     EXPECT_EQ(this->view->layer()->contents(), nullptr);
 }
 
+TYPED_TEST(AVCapturePixelsViews, AnImageIsShownInItsSizeWithoutACopyOfItsPixels)
+{
+    const auto buffer = frame();
+    elsewhere([&] { this->view->setLayerCIImage(CIImage::imageWithCVImageBuffer(buffer).get()); });
+    DispatchMain::drain();
+    auto* const shown = kindOf<NSImage>(this->view->layer()->contents());
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(shown->size(), (NSSize { 8, 4 }));
+    EXPECT_EQ(shown->representations().size(), 1U);
+    EXPECT_EQ(shown->copyPixelBufferForLayer(), buffer);
+}
+
+TYPED_TEST(AVCapturePixelsViews, AnImageWithoutARepresentationShowsNothing)
+{
+    elsewhere([&] { this->view->setLayerPixelBuffer(frame().get()); });
+    DispatchMain::drain();
+    const FailPoint::Scope fails("NSCIImageRep.imageRepWithCIImage:");
+    const auto image = CIImage::imageWithCVImageBuffer(frame().get());
+    EXPECT_EQ(this->view->_imageWithCIImage(image), nullptr);
+    elsewhere([&] { this->view->setLayerCIImage(image); });
+    DispatchMain::drain();
+    EXPECT_EQ(this->view->layer()->contents(), nullptr);
+}
+
+TYPED_TEST(AVCapturePixelsViews, NoImageHasNoExtentAndNoForm)
+{
+    EXPECT_EQ(this->view->_upsideDownImageWithImage(nullptr), nullptr);
+    EXPECT_EQ(this->view->_imageWithCIImage(nullptr), nullptr);
+}
+
 TYPED_TEST(AVCapturePixelsViews, AnImageGoesThroughTwoTransformStepsUnchangedWithoutInversion)
 {
-    if (this->view->invertedCIImage())
-        GTEST_SKIP() << "this system's version asks for inversion";
+    ASSERT_FALSE(this->view->invertedCIImage()) << "no kernel has such a number";
     const auto image = CIImage::imageWithCVImageBuffer(frame().get());
     const auto result = this->view->_upsideDownImageWithImage(image);
     EXPECT_NE(result, image);
     EXPECT_EQ(result->transform(), CGAffineTransformIdentity);
-}
-
-TYPED_TEST(AVCapturePixelsViews, InversionIsAskedForAboveOneVersionOnly)
-{
-    EXPECT_EQ(TypeParam::upsideDownCIImage(), ZVOperatingSystemVersion_GetCurrent() > 1300);
-    EXPECT_EQ(this->view->invertedCIImage(), TypeParam::upsideDownCIImage());
 }
 
 TYPED_TEST(AVCapturePixelsViews, AViewWithAPictureInFlightLivesUntilItHasArrived)
@@ -159,9 +317,15 @@ TEST(AVCapturePixelBufferView, AfterOneCallOnTheMainThreadAllLaterPicturesAreDro
     const auto first = frame();
     view->setLayerPixelBuffer(first);
     EXPECT_EQ(view->layer()->contents(), first->surface());
-    elsewhere([&] { view->setLayerPixelBuffer(frame().get()); });
+    const auto second = frame();
+    elsewhere([&] { view->setLayerPixelBuffer(second); });
     DispatchMain::drain();
     EXPECT_EQ(view->layer()->contents(), first->surface());
+    view->setLayerPixelBuffer(frame().get());
+    EXPECT_EQ(view->layer()->contents(), first->surface());
+    // The layer itself can still be set.
+    view->setLayerContentsUI(second->surface());
+    EXPECT_EQ(view->layer()->contents(), second->surface());
 }
 
 TEST(AVCapturePixelsView, CallsOnTheMainThreadShowAtOnceEachTime)
@@ -177,17 +341,25 @@ TEST(AVCapturePixelsView, CallsOnTheMainThreadShowAtOnceEachTime)
 TEST(AVCapturePixelsView, ABufferWithoutASurfaceIsReported)
 {
     const auto view = make<AVCapturePixelsView>();
+    const auto buffer = bufferOf(kCVPixelFormatType_32BGRA, false);
     StandardErrorCapture capture;
-    view->setLayerPixelBuffer(bufferOf(kCVPixelFormatType_32BGRA, false).get());
-    EXPECT_NE(capture.text().find("pixelBufferSurface"), std::string::npos);
+    view->setLayerPixelBuffer(buffer);
+    EXPECT_EQ(withoutLineNumbers(capture.text()), missing("pixelBufferSurface", "setLayerPixelBuffer"));
     EXPECT_EQ(view->layer()->contents(), nullptr);
+    EXPECT_EQ(view->currentPixelBuffer(), buffer);
 }
 
 TEST(AVCapturePixelBufferView, ABufferWithoutASurfaceIsShownAsAnImage)
 {
     const auto view = make<AVCapturePixelBufferView>();
-    view->setLayerPixelBuffer(bufferOf(kCVPixelFormatType_32BGRA, false).get());
-    EXPECT_TRUE(kindOf<NSImage>(view->layer()->contents()));
+    const auto buffer = bufferOf(kCVPixelFormatType_32BGRA, false);
+    StandardErrorCapture capture;
+    elsewhere([&] { view->setLayerPixelBuffer(buffer); });
+    DispatchMain::drain();
+    EXPECT_EQ(capture.text(), "");
+    auto* const shown = kindOf<NSImage>(view->layer()->contents());
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(shown->copyPixelBufferForLayer(), buffer);
 }
 
 TEST(AVCapturePixelsView, OnlyTheBufferViewStoresWhatIsSetAsALayerImage)
