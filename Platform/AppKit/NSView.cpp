@@ -124,6 +124,12 @@ NSPoint NSView::convertPoint_fromView(NSPoint point, NSView* view)
     return mHost->viewPointFromWindow({ point.x - origin.x, point.y - origin.y });
 }
 
+NSRect NSView::convertRectToBacking(NSRect rect) const
+{
+    const auto scale = mHost ? mHost->viewBackingScale() : 1.0;
+    return { { rect.origin.x * scale, rect.origin.y * scale }, { rect.size.width * scale, rect.size.height * scale } };
+}
+
 bool NSView::acceptsFirstMouse(NSEvent* /*event*/)
 {
     return false;

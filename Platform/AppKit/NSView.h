@@ -19,6 +19,10 @@ public:
     virtual void viewFrameRequested(NSRect frame) = 0;
     virtual NSWindow* viewWindow() = 0;
     virtual NSPoint viewPointFromWindow(NSPoint point) = 0;
+    /// Pixels of the screen to a point.
+    virtual CGFloat viewBackingScale() = 0;
+    /// The view is about to draw with a context of its own on the main thread, which the screen's must leave free.
+    virtual void viewWillDraw() = 0;
 };
 
 /// A rectangle of a window. Interface files make views by class name; a subclass shows a picture by the contents of
@@ -68,6 +72,10 @@ public:
     virtual void viewDidEndLiveResize() { }
     /// \param view  null: \p point is in the window's coordinates
     NSPoint convertPoint_fromView(NSPoint point, NSView* view);
+    /// \p rect in pixels of the screen that the view is on; as it is while the view is on none.
+    NSRect convertRectToBacking(NSRect rect) const;
+    /// The screen under the view has another scale now.
+    virtual void viewDidChangeBackingProperties() { }
 
     virtual bool acceptsFirstResponder() { return false; }
     /// Whether the click that brings the window to the front is also given to the view.

@@ -55,6 +55,15 @@ struct GLFramebufferTraits {
     }
     static void destroy(GLuint name) { glDeleteFramebuffers(1, &name); }
 };
+struct GLRenderbufferTraits {
+    static GLuint create()
+    {
+        GLuint name = 0;
+        glGenRenderbuffers(1, &name);
+        return name;
+    }
+    static void destroy(GLuint name) { glDeleteRenderbuffers(1, &name); }
+};
 struct GLProgramTraits {
     static GLuint create() { return glCreateProgram(); }
     static void destroy(GLuint name) { glDeleteProgram(name); }
@@ -74,6 +83,7 @@ struct GLShaderTraits {
 
 using GLTexture = GLName<GLTextureTraits>;
 using GLFramebuffer = GLName<GLFramebufferTraits>;
+using GLRenderbuffer = GLName<GLRenderbufferTraits>;
 using GLProgram = GLName<GLProgramTraits>;
 using GLSampler = GLName<GLSamplerTraits>;
 using GLShader = GLName<GLShaderTraits>;

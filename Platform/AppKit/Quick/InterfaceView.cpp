@@ -4,6 +4,7 @@
 #include "Platform/AppKit/Quick/InterfaceWindow.h"
 
 #include <QMouseEvent>
+#include <QOpenGLContext>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
@@ -112,6 +113,19 @@ NSPoint InterfaceView::viewPointFromWindow(NSPoint point)
     return { inItem.x(), height() - inItem.y() };
 }
 
+CGFloat InterfaceView::viewBackingScale()
+{
+    return window() ? window()->effectiveDevicePixelRatio() : 1;
+}
+
+void InterfaceView::viewWillDraw()
+{
+    // The window's context may be one of another interface, beside which a thread can have none of EGL's. The window
+    // makes its own current again when it draws, since it knows that it has none.
+    if (auto* const current = QOpenGLContext::currentContext())
+        current->doneCurrent();
+}
+
 void InterfaceView::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
 {
     LayerItem::geometryChange(newGeometry, oldGeometry);
@@ -128,6 +142,8 @@ void InterfaceView::geometryChange(const QRectF& newGeometry, const QRectF& oldG
 void InterfaceView::itemChange(ItemChange change, const ItemChangeData& value)
 {
     LayerItem::itemChange(change, value);
+    if (change == ItemDevicePixelRatioHasChanged && mView)
+        mView->viewDidChangeBackingProperties();
     if (change != ItemSceneChange || !mView)
         return;
     const auto* const shown = qobject_cast<InterfaceWindow*>(value.window);

@@ -29,6 +29,8 @@ public:
     void viewFrameRequested(NSRect frame) override;
     NSWindow* viewWindow() override;
     NSPoint viewPointFromWindow(NSPoint point) override;
+    CGFloat viewBackingScale() override;
+    void viewWillDraw() override;
 
 signals:
     void toolTipChanged();
