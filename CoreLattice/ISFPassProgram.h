@@ -37,9 +37,11 @@ public:
         GLint nearLocation = -1; ///< of the form that is read only where it is drawn
     };
     const Picture& picture(const std::string& name) const;
+    /// The context was lost and the program with it.
+    void forget() noexcept { mProgram.forget(); }
 
 private:
-    const GLProgram mProgram;
+    GLProgram mProgram;
     struct {
         GLint size, time, timeDelta, date, frame;
     } mLocations {};

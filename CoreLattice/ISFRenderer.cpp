@@ -68,6 +68,22 @@ ISFRenderer::ISFRenderer(
     }
 }
 
+void ISFRenderer::forget() noexcept
+{
+    for (const auto& program : mPrograms)
+        program->forget();
+    mSmooth.forget();
+    mNearest.forget();
+    for (auto& picture : mPictures)
+        picture.forget();
+    for (auto& [name, target] : mTargets)
+        for (auto& texture : target.textures)
+            texture.forget();
+    mOutput.forget();
+    mCopy.forget();
+    mBlack.forget();
+}
+
 bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
 {
     if (frame.width == 0 || frame.height == 0 || frame.values.size() != mDocument->inputs.size()

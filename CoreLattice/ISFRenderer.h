@@ -38,6 +38,9 @@ public:
     /// the top. \return false when a buffer of a pass cannot be had
     bool render(const ISFFrame& frame, CVPixelBuffer& output);
 
+    /// The context was lost and everything with it; only the destructor may follow.
+    void forget() noexcept;
+
     const std::shared_ptr<const ISFDocument>& document() const noexcept { return mDocument; }
 
 private:
@@ -62,8 +65,8 @@ private:
 
     const std::shared_ptr<const ISFDocument> mDocument;
     const std::vector<std::unique_ptr<ISFPassProgram>> mPrograms; ///< one for each pass
-    const GLSampler mSmooth;
-    const GLSampler mNearest;
+    GLSampler mSmooth;
+    GLSampler mNearest;
     std::vector<PictureTexture> mPictures;
     std::vector<std::uint64_t> mPictureSerials;
     std::map<std::string, Target, std::less<>> mTargets;

@@ -114,7 +114,7 @@ void RenderThread::stop()
 bool RenderThread::hasContext()
 {
     if (mTriedContext)
-        return mContext != nullptr;
+        return mContext && (!mContext->isLost() || renewContext());
     mTriedContext = true;
     std::string error;
     mContext = GLContext::create(&error);
@@ -125,6 +125,26 @@ bool RenderThread::hasContext()
     if (!mContext)
         NSLog(CFSTR("No filter can be rendered: %s"), error.c_str());
     return mContext != nullptr;
+}
+
+bool RenderThread::renewContext()
+{
+    const bool isRenewed = mContext->makeCurrent();
+    if (isRenewed || !mToldOfLoss)
+        NSLog(CFSTR("The graphics driver lost the context of the filters; %s."),
+            isRenewed ? "they start again in a new one" : "they are left out until there is a new one");
+    mToldOfLoss = !isRenewed;
+    return isRenewed;
+}
+
+unsigned RenderThread::contextGeneration() const
+{
+    return mContext ? mContext->generation() : 0;
+}
+
+bool RenderThread::contextIsLost() const
+{
+    return mContext && mContext->isLost();
 }
 
 bool RenderThread::isSoftware()

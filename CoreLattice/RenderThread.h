@@ -35,7 +35,12 @@ public:
     void stop();
 
     /// Whether there is a context. Render thread only; the first call makes it, and logs the reason when there is none.
+    /// One that the driver has lost is replaced, at this call or a later one; there is none until that works.
     bool hasContext();
+    /// How many times the context was replaced; what was made before that is gone. Render thread only.
+    unsigned contextGeneration() const;
+    /// Whether the driver has lost the context and what is rendered now with it. Render thread only.
+    bool contextIsLost() const;
     /// Whether the processor does the rendering. Render thread only.
     bool isSoftware();
     /// A filter was compiled. Render thread only; what the compiler keeps is given back when no other was for a while.
@@ -43,6 +48,7 @@ public:
 
 private:
     void run();
+    bool renewContext();
     void releaseCompilerWhenUnused();
 
     std::mutex mLock;
@@ -52,6 +58,7 @@ private:
     int mWorkBeforeIdle = 0;
     bool mStopped = false;
     bool mTriedContext = false;
+    bool mToldOfLoss = false; ///< of one that has not been replaced yet
     std::unique_ptr<GLContext> mContext;
     std::optional<std::chrono::steady_clock::time_point> mCompiled; ///< empty when nothing was since the memory went
     std::thread mThread;

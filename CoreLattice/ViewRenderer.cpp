@@ -38,7 +38,11 @@ ViewRenderer::~ViewRenderer()
     if (mRenderer) {
         // A closure that can be posted must be copyable, so the renderer goes into a shared pointer.
         RenderThread::shared().async(
-            [renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer))]() mutable { renderer.reset(); });
+            [renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer)), generation = mContextGeneration]() mutable {
+                if (generation != RenderThread::shared().contextGeneration())
+                    renderer->forget();
+                renderer.reset();
+            });
     }
 }
 
@@ -193,6 +197,7 @@ bool ViewRenderer::render(double time)
 
 bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result)
 {
+    dropLostRenderer();
     if (mRendererGeneration != snapshot.generation)
         prepareRenderer(snapshot);
     if (!mRenderer) {
@@ -200,15 +205,27 @@ bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* 
         return *result != nullptr;
     }
     *result = newBuffer(snapshot.frame.width, snapshot.frame.height);
-    return *result && mRenderer->render(snapshot.frame, **result);
+    return *result && mRenderer->render(snapshot.frame, **result) && !RenderThread::shared().contextIsLost();
+}
+
+/// A renderer whose context was lost, or cannot be had now, is made again when there is one.
+void ViewRenderer::dropLostRenderer()
+{
+    auto& thread = RenderThread::shared();
+    if (!mRenderer || (thread.hasContext() && thread.contextGeneration() == mContextGeneration))
+        return;
+    mRenderer->forget();
+    mRenderer = nullptr;
+    mRendererGeneration = 0;
 }
 
 void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
 {
-    mRendererGeneration = snapshot.generation;
     mRenderer = nullptr;
     if (!RenderThread::shared().hasContext())
         return;
+    mRendererGeneration = snapshot.generation;
+    mContextGeneration = RenderThread::shared().contextGeneration();
     CompositionError error;
     mRenderer = ISFRenderer::create(snapshot.document, &error);
     RenderThread::shared().compiled();

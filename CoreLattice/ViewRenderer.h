@@ -41,6 +41,7 @@ private:
     void setNumbers(std::size_t index, CFType* value);
     bool renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result);
     void prepareRenderer(const Snapshot& snapshot);
+    void dropLostRenderer();
     Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
 
     mutable std::mutex mLock;
@@ -56,7 +57,8 @@ private:
 
     // Of the render thread.
     std::unique_ptr<ISFRenderer> mRenderer;
-    std::uint64_t mRendererGeneration = 0;
+    std::uint64_t mRendererGeneration = 0; ///< of the composition that it renders; 0 when it is to be made
+    unsigned mContextGeneration = 0; ///< of the context when it was made
     Ref<CVPixelBufferPool> mPool;
     std::size_t mPoolWidth = 0;
     std::size_t mPoolHeight = 0;

@@ -168,18 +168,18 @@ bool GLContext::makeCurrent()
     return true;
 }
 
-bool GLContext::isLost() const
+bool GLContext::isLost()
 {
-    if (FAIL_POINT("GLContextLost"))
-        return true;
     static const auto resetStatus
         = reinterpret_cast<PFNGLGETGRAPHICSRESETSTATUSARBPROC>(eglGetProcAddress("glGetGraphicsResetStatusARB"));
-    return resetStatus && resetStatus() != GL_NO_ERROR;
+    mLost = mLost || FAIL_POINT("GLContextLost") || (resetStatus && resetStatus() != GL_NO_ERROR);
+    return mLost;
 }
 
 bool GLContext::renew()
 {
-    auto* const renewed = createContext(mHandles->display, mHandles->config);
+    auto* const renewed
+        = FAIL_POINT("GLContextCreate") ? EGL_NO_CONTEXT : createContext(mHandles->display, mHandles->config);
     if (renewed == EGL_NO_CONTEXT)
         return false;
     if (!eglMakeCurrent(mHandles->display, mHandles->surface, mHandles->surface, renewed)) {
@@ -188,6 +188,7 @@ bool GLContext::renew()
     }
     eglDestroyContext(mHandles->display, mHandles->context);
     mHandles->context = renewed;
+    mLost = false;
     ++mGeneration;
     return true;
 }

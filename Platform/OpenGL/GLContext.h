@@ -25,8 +25,11 @@ public:
 
     /// Makes this the context of the calling thread.
     /// \return false when the platform refuses, for instance because another thread has it; also at the fail point
-    ///         "GLContextMakeCurrent". The fail point "GLContextLost" stands for a context that was lost.
+    ///         "GLContextMakeCurrent", and when a lost context cannot be replaced, as at "GLContextCreate"
     bool makeCurrent();
+    /// Whether the driver has lost the context; `makeCurrent` replaces it then. While it is current. Also true at the
+    /// fail point "GLContextLost".
+    bool isLost();
     /// The calling thread has no context afterwards.
     void resignCurrent();
     /// The context of the calling thread, whoever made it current, to be made current again.
@@ -56,10 +59,10 @@ public:
 
 private:
     const std::unique_ptr<Handles> mHandles;
-    bool isLost() const;
     bool renew();
 
     std::string mRendererName;
     bool mSoftware = false;
+    bool mLost = false; ///< the driver may say so once only
     unsigned mGeneration = 0;
 };

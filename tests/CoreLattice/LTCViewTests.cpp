@@ -4,10 +4,12 @@
 #include "Platform/CoreGraphics/CGImage.h"
 #include "Platform/CoreImage/CIImage.h"
 #include "Platform/OpenGL/GLContext.h"
+#include "tests/WithRequirements/StandardErrorCapture.h"
 
 #include <gmock/gmock.h>
 
 #include <condition_variable>
+#include <regex>
 #include <thread>
 
 using namespace Pictures;
@@ -350,6 +352,93 @@ TEST(LTCView, AFlippedPreviewTurnsTheShownPictureOnly)
     ASSERT_TRUE(shown);
     EXPECT_EQ(pixelAt(*shown, 3, 0), (Pixel { 3, 7, 77 }));
     EXPECT_EQ(pixelAt(*output(*view), 3, 0), (Pixel { 3, 0, 77 }));
+}
+
+namespace {
+
+constexpr const char* invert = HEADER "void main() { gl_FragColor = vec4(1.0 - IMG_THIS_PIXEL(inputImage).rgb, 1.0); }";
+
+/// Adds a tenth of full red to what it kept at each render, and shows that.
+constexpr const char* keep = R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ],
+    "PASSES": [ { "TARGET": "kept", "PERSISTENT": true } ] }*/
+    void main() { gl_FragColor = vec4(IMG_THIS_PIXEL(kept).r + 0.1, IMG_THIS_PIXEL(inputImage).gb, 1.0); })";
+
+std::string withoutPrefixes(const std::string& log)
+{
+    return std::regex_replace(log, std::regex("(^|\n)[0-9-]+ [0-9:.]+ [^\n]*\\[[0-9:]+\\] "), "$1");
+}
+
+}
+
+TEST(LTCViewLoss, AContextThatIsLostBetweenRendersCostsNothing)
+{
+    const auto view = Pictures::view(invert, plain(8, 4, { 10, 20, 30 }));
+    const auto other = Pictures::view(invert, plain(4, 8, { 40, 50, 60 }));
+    for (const auto& each : { view, other })
+        render(*each);
+    StandardErrorCapture log;
+    FailPoint::arm("GLContextLost", -1, 0, 1);
+    EXPECT_EQ(pixelAt(*render(*view), 7, 3), (Pixel { 245, 235, 225 }));
+    EXPECT_EQ(pixelAt(*render(*other), 3, 7), (Pixel { 215, 205, 195 }));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 245, 235, 225 }));
+    FailPoint::disarm("GLContextLost");
+    EXPECT_EQ(withoutPrefixes(log.text()),
+        "The graphics driver lost the context of the filters; they start again in a new one.\n");
+}
+
+TEST(LTCViewLoss, WhatACompositionKeptIsGoneWithTheContext)
+{
+    const auto view = Pictures::view(keep, plain(4, 4, { 0, 20, 30 }));
+    render(*view);
+    EXPECT_EQ(pixelAt(*render(*view), 2, 2), (Pixel { 52, 20, 30 }));
+    StandardErrorCapture log;
+    const FailPoint::Scope lost("GLContextLost", -1, 0, 1);
+    EXPECT_EQ(pixelAt(*render(*view), 2, 2), (Pixel { 26, 20, 30 }));
+    EXPECT_EQ(pixelAt(*render(*view), 2, 2), (Pixel { 52, 20, 30 }));
+}
+
+TEST(LTCViewLoss, APictureThatWasBeingRenderedIsLeftOut)
+{
+    const auto view = Pictures::view(invert, plain(8, 4, { 10, 20, 30 }));
+    const auto before = render(*view);
+    StandardErrorCapture log;
+    // Good when the render begins and lost when it ends.
+    const FailPoint::Scope lost("GLContextLost", -1, 1, 1);
+    EXPECT_FALSE(view->renderAtTime_arguments(0, nullptr));
+    EXPECT_EQ(output(*view), before);
+    EXPECT_EQ(pixelAt(*render(*view), 7, 3), (Pixel { 245, 235, 225 }));
+}
+
+TEST(LTCViewLoss, UntilThereIsANewContextThePictureComesThroughAsItIs)
+{
+    const auto input = plain(8, 4, { 10, 20, 30 });
+    const auto view = Pictures::view(invert, input);
+    render(*view);
+    StandardErrorCapture log;
+    {
+        const FailPoint::Scope lost("GLContextLost", -1, 0, 1);
+        const FailPoint::Scope none("GLContextCreate");
+        EXPECT_EQ(render(*view), input);
+        EXPECT_EQ(render(*view), input);
+    }
+    EXPECT_EQ(pixelAt(*render(*view), 7, 3), (Pixel { 245, 235, 225 }));
+    EXPECT_EQ(withoutPrefixes(log.text()),
+        "The graphics driver lost the context of the filters; they are left out until there is a new one.\n"
+        "The graphics driver lost the context of the filters; they start again in a new one.\n");
+}
+
+TEST(LTCViewLoss, AViewMayGoAfterItsContext)
+{
+    auto gone = Pictures::view(keep, plain(4, 4, { 0, 20, 30 }));
+    const auto view = Pictures::view(keep, plain(4, 4, { 0, 20, 30 }));
+    render(*gone);
+    render(*view);
+    StandardErrorCapture log;
+    const FailPoint::Scope lost("GLContextLost", -1, 0, 1);
+    EXPECT_EQ(pixelAt(*render(*view), 2, 2), (Pixel { 26, 20, 30 }));
+    gone = nullptr;
+    // What the view that has gone had in the lost context is not taken from those that are in the new one.
+    EXPECT_EQ(pixelAt(*render(*view), 2, 2), (Pixel { 52, 20, 30 }));
 }
 
 TEST(GLContext, SaysWhyThereIsNone)
