@@ -1,8 +1,33 @@
 #include "Platform/QuartzCore/CALayer.h"
 
+#include "Platform/CoreGraphics/CGImage.h"
 #include "Platform/QuartzCore/CATransactionGroup.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// The image's pixels, blue first. \return null when there is no memory for them
+Ref<CVPixelBuffer> pixelBufferOf(const CGImage& image)
+{
+    Ref<CVPixelBuffer> buffer;
+    CVPixelBufferCreate(
+        kCFAllocatorDefault, image.width(), image.height(), kCVPixelFormatType_32BGRA, nullptr, &buffer);
+    if (!buffer)
+        return nullptr;
+    constexpr std::size_t bytesPerPixel = 4;
+    for (std::size_t y = 0; y < image.height(); ++y) {
+        auto* const row = buffer->baseAddress() + y * buffer->bytesPerRow();
+        std::memcpy(row, image.row(y), image.width() * bytesPerPixel);
+        if (image.bitmapInfo() == kCGBitmapInfoRGBA)
+            for (std::size_t x = 0; x < image.width(); ++x)
+                std::swap(row[x * bytesPerPixel], row[x * bytesPerPixel + 2]);
+    }
+    return buffer;
+}
+
+}
 
 NS_IMPLEMENTATION(CALayer, NSObject)
 {
@@ -117,6 +142,8 @@ Ref<CVPixelBuffer> CALayer::copyPixelBufferForDisplay() const
         return buffer;
     if (auto* const surface = kindOf<IOSurface>(contents))
         return make<CVPixelBuffer>(Ref<IOSurface>(surface));
+    if (const auto* const image = kindOf<CGImage>(contents))
+        return pixelBufferOf(*image);
     if (auto* const image = kindOf<CALayerContents>(contents))
         return image->copyPixelBufferForLayer();
     return nullptr;

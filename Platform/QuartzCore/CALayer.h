@@ -34,7 +34,7 @@ public:
     virtual void layerNeedsDisplay() = 0;
 };
 
-/// A rectangle that shows a picture: a pixel buffer, a surface or an image, without copying it.
+/// A rectangle that shows a picture: a pixel buffer, a surface or an image. Buffers and surfaces are not copied.
 ///
 /// The picture is kept until the next one replaces it, and by the screen until that one is drawn. All operations may be
 /// called from any thread; changes made inside a `CATransaction` show together at its end.
@@ -47,8 +47,8 @@ public:
 
     /// What was set last, kept by the innermost pool; null when there is none.
     CFType* contents() const;
-    /// \param contents  a `CVPixelBuffer` or `IOSurface` (BGRA, rows from the top), an object with `CALayerContents`,
-    ///                  or null; anything else shows nothing
+    /// \param contents  a `CVPixelBuffer` or `IOSurface` (BGRA, rows from the top), a `CGImage`, an object with
+    ///                  `CALayerContents`, or null; anything else shows nothing
     void setContents(CFType* contents);
     CFString* contentsGravity() const;
     void setContentsGravity(CFString* gravity);
@@ -64,7 +64,7 @@ public:
 
     /// One of each layer at a time; null takes it away. The host takes itself away before it dies.
     void setHost(CALayerHost* host);
-    /// The present contents as pixels. Main thread.
+    /// The present contents as pixels; those of a `CGImage` are copied. Main thread.
     Ref<CVPixelBuffer> copyPixelBufferForDisplay() const;
     /// Where contents of \p picture size go in a layer of \p layer size, by the layer's gravity.
     CGRect rectangleForContents(CGSize picture, CGSize layer) const;

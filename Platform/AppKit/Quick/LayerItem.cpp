@@ -1,15 +1,16 @@
 #include "Platform/AppKit/Quick/LayerItem.h"
 
+#include "Platform/AppKit/Quick/LayerTexture.h"
 #include "Platform/dispatch/dispatch.h"
 
-#include <libyuv/scale_argb.h>
 #include <QCoreApplication>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
-#include <QSGTexture>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 /// The background, then the picture.
@@ -17,6 +18,7 @@ class LayerNode : public QSGNode {
 public:
     QSGRectangleNode* background = nullptr;
     QSGImageNode* picture = nullptr;
+    LayerTexture texture;
 };
 
 namespace {
@@ -30,27 +32,39 @@ QColor colorOf(CGColorRef color)
                  : QColor(Qt::transparent);
 }
 
+bool isShowable(const CVPixelBuffer* buffer)
+{
+    return buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && buffer->baseAddress();
+}
+
 bool drawsInSoftware(const QQuickWindow* window)
 {
     return window->rendererInterface()->graphicsApi() == QSGRendererInterface::Software;
 }
 
-/// Where the contents go, on whole pixels of the screen, so that the software renderer need not blend edges.
+/// Where the contents go, each edge on the nearest whole pixel of the screen, so that the software renderer need not
+/// blend edges; never less than one pixel.
 QRectF placeOf(const CALayer& layer, QSize picture, QSizeF item, qreal ratio)
 {
     const auto place
         = layer.rectangleForContents({ static_cast<double>(picture.width()), static_cast<double>(picture.height()) },
             { item.width(), item.height() });
-    const auto aligned = [ratio](double value) { return std::round(value * ratio) / ratio; };
+    const auto aligned = [ratio](double from, double length) {
+        const double start = std::round(from * ratio);
+        const double pixels = std::max(std::round((from + length) * ratio) - start, 1.0);
+        return std::pair { start / ratio, pixels / ratio };
+    };
     // The layer's origin is at the bottom, the item's at the top; the place is centred, so it is the same in both.
-    return { aligned(place.origin.x), aligned(place.origin.y), aligned(place.size.width), aligned(place.size.height) };
+    const auto [left, width] = aligned(place.origin.x, place.size.width);
+    const auto [top, height] = aligned(place.origin.y, place.size.height);
+    return { left, top, width, height };
 }
 
 }
 
 QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque)
 {
-    if (!buffer || buffer->pixelFormat() != kCVPixelFormatType_32BGRA || !buffer->baseAddress())
+    if (!isShowable(buffer))
         return {};
     const auto width = static_cast<int>(buffer->width());
     const auto height = static_cast<int>(buffer->height());
@@ -60,20 +74,6 @@ QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque)
     return QImage(
         pixels, width, height, stride, format,
         [](void* kept) { Ref<CVPixelBuffer>::adopt(static_cast<CVPixelBuffer*>(kept)); }, buffer.leak());
-}
-
-QImage scaledImage(const QImage& image, QSize size)
-{
-    if (image.size() == size)
-        return image;
-    QImage scaled(size, image.format());
-    if (scaled.isNull()
-        || libyuv::ARGBScale(image.constBits(), static_cast<int>(image.bytesPerLine()), image.width(), image.height(),
-               scaled.bits(), static_cast<int>(scaled.bytesPerLine()), size.width(), size.height(),
-               libyuv::kFilterBilinear)
-            != 0)
-        return image;
-    return scaled;
 }
 
 LayerItem::LayerItem(QQuickItem* parent)
@@ -155,13 +155,13 @@ LayerNode* LayerItem::makeNode() const
     node->background = window()->createRectangleNode();
     node->appendChildNode(node->background);
     node->picture = window()->createImageNode();
-    node->picture->setOwnsTexture(true);
+    node->picture->setOwnsTexture(false);
     node->picture->setFiltering(QSGTexture::Linear);
     // The software renderer wants a texture in every picture, and it misplaces nodes that join their item's later: so
     // the picture is there from the start, without an extent until there are contents.
-    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
-    nothing.fill(Qt::transparent);
-    node->picture->setTexture(window()->createTextureFromImage(nothing));
+    auto nothing = make<CVPixelBuffer>(1, 1, kCVPixelFormatType_32BGRA, 4);
+    std::memset(nothing->baseAddress(), 0, nothing->bytesPerRow());
+    node->picture->setTexture(node->texture.show(std::move(nothing), false, *window()));
     node->appendChildNode(node->picture);
     return node.release();
 }
@@ -186,19 +186,25 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
         return node;
 
     const bool opaque = mLayer->isOpaque() || colorOf(mLayer->backgroundColor()).alpha() == 255;
-    auto image = imageOver(mLayer->copyPixelBufferForDisplay(), opaque);
-    if (image.isNull()) {
+    auto buffer = mLayer->copyPixelBufferForDisplay();
+    if (!isShowable(buffer)) {
         node->picture->setRect(QRectF());
         return node;
     }
     const qreal ratio = window()->effectiveDevicePixelRatio();
-    const auto place = placeOf(*mLayer, image.size(), size(), ratio);
-    const auto onScreen = (place.size() * ratio).toSize();
-    if (drawsInSoftware(window()) && !onScreen.isEmpty())
-        image = scaledImage(image, onScreen);
-    node->picture->setTexture(window()->createTextureFromImage(
-        image, opaque ? QQuickWindow::TextureIsOpaque : QQuickWindow::CreateTextureOptions()));
+    const QSize size(static_cast<int>(buffer->width()), static_cast<int>(buffer->height()));
+    const auto place = placeOf(*mLayer, size, this->size(), ratio);
+    const auto onScreen = place.size() * ratio;
+    if (drawsInSoftware(window()) || LayerTexture::isTooLarge(*buffer, *window())) {
+        const auto whole = [](qreal length) { return static_cast<std::size_t>(std::lround(length)); };
+        if (auto scaled = mScaler.scaled(buffer, whole(onScreen.width()), whole(onScreen.height())))
+            buffer = std::move(scaled);
+    }
+    const QSizeF pixels(static_cast<qreal>(buffer->width()), static_cast<qreal>(buffer->height()));
+    node->picture->setTexture(node->texture.show(std::move(buffer), opaque, *window()));
+    // The same texture may have other pixels now.
+    node->picture->markDirty(QSGNode::DirtyMaterial);
     node->picture->setRect(place);
-    node->picture->setSourceRect(QRectF(QPointF(), QSizeF(image.size())));
+    node->picture->setSourceRect(QRectF(QPointF(), pixels));
     return node;
 }

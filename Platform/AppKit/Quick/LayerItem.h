@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/AppKit/Quick/LayerScaler.h"
 #include "Platform/AppKit/Quick/ObjectElement.h"
 #include "Platform/QuartzCore/CALayer.h"
 
@@ -45,6 +46,7 @@ private:
 
     QVariant mContents;
     Ref<CALayer> mLayer;
+    LayerScaler mScaler; ///< of the thread that draws
     std::atomic<bool> mUpdatePosted = false;
     std::atomic<bool> mContentsAreNew = true;
 };
@@ -52,5 +54,3 @@ private:
 /// The pixels of \p buffer as an image that keeps the buffer; null for null.
 /// \param opaque  whether the alpha bytes have no meaning
 QImage imageOver(Ref<CVPixelBuffer> buffer, bool opaque);
-/// \p image at \p size, which is above 0 in both directions.
-QImage scaledImage(const QImage& image, QSize size);

@@ -1,10 +1,15 @@
 #include "Platform/AppKit/Quick/LayerItem.h"
 
+#include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreGraphics/CGImage.h"
 #include "tests/AppKit/Quick/QuickTest.h"
+#include "tests/AppKit/Quick/ShownPictures.h"
 
 #include <QQuickWindow>
 
 #include <thread>
+
+using namespace ShownPictures;
 
 namespace {
 
@@ -57,7 +62,9 @@ protected:
         mItem = std::move(item);
         mWindow->show();
     }
-    QColor colorAt(int x, int y) { return mWindow->grabWindow().pixelColor(x, y); }
+    QImage grab() { return mWindow->grabWindow(); }
+    QColor colorAt(int x, int y) { return grab().pixelColor(x, y); }
+    QQuickWindow& window() { return *mWindow; }
     LayerItem& item() { return *mItem; }
     void TearDown() override
     {
@@ -165,12 +172,73 @@ TEST(ImageOver, KeepsTheBufferAsLongAsTheImage)
     EXPECT_FALSE(watched.strongReference());
 }
 
-TEST(ScaledImage, HasTheSizeAskedForAndTheSamePicture)
+TEST_F(LayerItemTest, ShowsAnImageInEitherOrderOfItsBytes)
 {
-    const auto image = scaledImage(imageOver(makeTwoHalves(64, 32), true), { 30, 20 });
-    EXPECT_EQ(image.size(), QSize(30, 20));
-    EXPECT_THAT(image.pixelColor(15, 2), IsNearly(Qt::red));
-    EXPECT_THAT(image.pixelColor(15, 17), IsNearly(Qt::blue));
+    const auto buffer = makePicture(16, 8);
+    const auto bytes = std::make_shared<std::vector<std::byte>>(16 * 8 * 4);
+    for (std::size_t y = 0; y < 8; ++y)
+        for (std::size_t x = 0; x < 16; ++x) {
+            const auto* const from = pixelOf(*buffer, x, y);
+            auto* const to = bytes->data() + (y * 16 + x) * 4;
+            std::copy_n(from, 4, to);
+            std::swap(to[0], to[2]);
+        }
+    const auto layer = makeBlackAspectLayer();
+    layer->setContents(
+        make<CGImage>(16, 8, 16 * 4, kCGBitmapInfoRGBA, std::shared_ptr<const std::byte>(bytes, bytes->data())).get());
+    show(layer, { 40, 30 });
+    expectShown(grab(), *buffer, false);
+    layer->setContents(CGImageCreateWithPixelBuffer(buffer).get());
+    EXPECT_TRUE(waitFor([&] { return colorAt(20, 15) != QColor(Qt::green); }));
+    expectShown(grab(), *buffer, false);
+}
+
+TEST_F(LayerItemTest, DrawsTheSurfaceItselfAndNoCopyOfIt)
+{
+    const auto layer = makeBlackAspectLayer();
+    const auto buffer = makeTwoHalves(64, 32);
+    layer->setContents(buffer->surface());
+    show(layer, { 64, 32 });
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::red));
+    LayerItem cover;
+    cover.setLayer(makeBlackAspectLayer().get());
+    cover.setSize({ 64, 32 });
+    cover.setParentItem(window().contentItem());
+    EXPECT_EQ(colorAt(32, 4), QColor(Qt::black));
+    // The bytes change behind the layer's back, which nobody is told of.
+    for (std::size_t y = 0; y < 32; ++y)
+        std::fill_n(pixelOf(*buffer, 0, y), 64 * 4, std::byte { 0x80 });
+    // What comes to light is drawn anew, from what the item has.
+    cover.setVisible(false);
+    EXPECT_EQ(colorAt(32, 4), QColor(0x80, 0x80, 0x80));
+    EXPECT_EQ(colorAt(63, 31), QColor(0x80, 0x80, 0x80));
+}
+
+TEST_F(LayerItemTest, ScalesIntoTheSameFewBuffersAgainAndAgain)
+{
+    const auto layer = makeBlackAspectLayer();
+    const auto first = makePicture(64, 32);
+    const auto second = makeTwoHalves(64, 32);
+    layer->setContents(first);
+    show(layer, { 50, 50 });
+    for (int round = 0; round < 4; ++round) {
+        layer->setContents(second);
+        EXPECT_TRUE(waitFor([&] { return colorAt(25, 15) == QColor(Qt::red); }));
+        layer->setContents(first);
+        EXPECT_TRUE(waitFor([&] { return colorAt(25, 15) != QColor(Qt::red); }));
+        expectShown(grab(), *first, false);
+    }
+}
+
+TEST_F(LayerItemTest, ShowsWhatItHasWhenThereIsNoMemoryToScaleIt)
+{
+    const FailPoint::Scope fails("CVPixelBufferPoolCreatePixelBuffer");
+    const auto layer = makeBlackAspectLayer();
+    layer->setContents(makeTwoHalves(64, 32).get());
+    show(layer, { 128, 128 });
+    EXPECT_EQ(colorAt(64, 10), QColor(Qt::black));
+    EXPECT_THAT(colorAt(64, 40), IsNearly(Qt::red));
+    EXPECT_THAT(colorAt(64, 88), IsNearly(Qt::blue));
 }
 
 }

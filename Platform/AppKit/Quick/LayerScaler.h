@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Platform/CoreVideo/CVPixelBufferPool.h"
+
+#include <cstdint>
+#include <vector>
+
+/// Scales pictures to the size that they have on the screen, as a graphics processor does it: each pixel is
+/// interpolated between the centres of the four of the source around its own centre, those at the edge being repeated
+/// outwards. No byte is more than 2 from the exact value. For one thread at a time.
+class LayerScaler {
+public:
+    /// \param width, height  above 0
+    /// \return \p source itself where it has that size; null when there is no memory
+    Ref<CVPixelBuffer> scaled(Ref<CVPixelBuffer> source, std::size_t width, std::size_t height);
+
+private:
+    /// The source's pixels that a pixel of the target lies between.
+    struct Tap {
+        std::uint32_t first, second;
+        std::uint16_t part; ///< of the second one, in 256ths
+    };
+    static void place(std::vector<Tap>& taps, std::size_t sourceLength, std::size_t targetLength);
+    const std::uint8_t* rowBetween(const CVPixelBuffer& source, const Tap& tap);
+    void combineColumns(const std::uint8_t* row, std::uint8_t* target) const;
+    Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
+
+    // What belongs to the sizes is kept while they stay.
+    std::vector<Tap> mAcross;
+    std::size_t mAcrossLength = 0;
+    std::vector<Tap> mDown;
+    std::size_t mDownLength = 0;
+    std::vector<std::uint8_t> mRow;
+    Ref<CVPixelBufferPool> mPool;
+    std::size_t mPoolWidth = 0;
+    std::size_t mPoolHeight = 0;
+};
