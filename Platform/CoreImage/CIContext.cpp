@@ -5,6 +5,8 @@
 #include "Platform/CoreImage/CIContextDrawing.h"
 #include "Platform/Foundation/NSLog.h"
 
+#include <libyuv/convert_argb.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -65,6 +67,29 @@ Ref<CVPixelBuffer> pixelBufferOf(const CIImage& image)
     if (buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA)
         return Ref(buffer);
     return CIContext::createPixelBuffer(*make<CIImage>(Ref(buffer), Ref(image.image()), CGAffineTransformIdentity));
+}
+
+/// Whether the pixels stay as they are, but for the order of the rows: what the views do to an image.
+bool keepsPixels(const CGAffineTransform& transform)
+{
+    return transform.a == 1 && transform.b == 0 && transform.c == 0 && std::abs(transform.d) == 1;
+}
+
+/// The buffer's pixels with blue first, the last row on top if \p mirrored. \return null when there is no memory
+Ref<CVPixelBuffer> copied(const CVPixelBuffer& buffer, bool mirrored)
+{
+    Ref<CVPixelBuffer> result;
+    CVPixelBufferCreate(
+        kCFAllocatorDefault, buffer.width(), buffer.height(), kCVPixelFormatType_32BGRA, nullptr, &result);
+    if (!result)
+        return nullptr;
+    const auto height = static_cast<int>(buffer.height());
+    // The library counts bytes from the other end: what it calls BGRA has alpha first in memory.
+    const auto copy = buffer.pixelFormat() == kCVPixelFormatType_32ARGB ? &libyuv::BGRAToARGB : &libyuv::ARGBCopy;
+    copy(reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()), static_cast<int>(buffer.bytesPerRow()),
+        reinterpret_cast<std::uint8_t*>(result->baseAddress()), static_cast<int>(result->bytesPerRow()),
+        static_cast<int>(buffer.width()), mirrored ? -height : height);
+    return result;
 }
 
 bool isUpright(const CGAffineTransform& transform)
@@ -168,8 +193,11 @@ bool CIContext::renderWithOpenGL(const CVPixelBuffer& buffer, const PictureScale
 Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)
 {
     auto* const buffer = image.pixelBuffer();
-    if (buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && image.transform() == CGAffineTransformIdentity)
-        return buffer;
+    if (buffer && keepsPixels(image.transform())) {
+        const bool mirrored = image.transform().d < 0;
+        return buffer->pixelFormat() == kCVPixelFormatType_32BGRA && !mirrored ? Ref(buffer)
+                                                                               : copied(*buffer, mirrored);
+    }
     const auto source = sourceOf(image);
     const auto extent = image.extent();
     const auto width = static_cast<std::size_t>(std::lround(extent.size.width));
