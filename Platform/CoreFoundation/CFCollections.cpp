@@ -147,6 +147,14 @@ void CFDictionary::set(CFType* key, CFType* value)
         mEntries.erase(mEntries.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
+void CFDictionary::addEntriesFromDictionary(const CFDictionary* other)
+{
+    if (!other)
+        return;
+    for (const auto& [key, value] : other->entries())
+        set(key.get(), value.get());
+}
+
 std::vector<CFDictionary::Entry> CFDictionary::entries() const
 {
     const std::lock_guard guard(mLock);

@@ -59,6 +59,8 @@ public:
     void set(CFType* key, CFType* value);
     void set(std::string_view key, CFType* value) { set(CFString::create(key).get(), value); }
     void remove(CFType* key) { set(key, nullptr); }
+    /// Stores every entry of \p other, over those that are here under the same keys.
+    void addEntriesFromDictionary(const CFDictionary* other);
     std::vector<Entry> entries() const;
 
     CFTypeID typeID() const noexcept override;

@@ -31,6 +31,18 @@ TEST(CFDictionary, FindsByEqualKeysAndKeepsTheirOrder)
     EXPECT_EQ(dictionary->objectForKey("one"), nullptr);
 }
 
+TEST(CFDictionary, TakesTheEntriesOfAnotherOverItsOwn)
+{
+    const auto dictionary = CFDictionary::create({ { CFSTR("x"), CFSTR("1") }, { CFSTR("y"), CFSTR("2") } });
+    const auto other = CFDictionary::create({ { CFSTR("y"), CFSTR("3") }, { CFSTR("z"), CFSTR("4") } });
+    dictionary->addEntriesFromDictionary(other);
+    dictionary->addEntriesFromDictionary(nullptr);
+    EXPECT_TRUE(CFEqual(dictionary,
+        CFDictionary::create({ { CFSTR("x"), CFSTR("1") }, { CFSTR("y"), CFSTR("3") }, { CFSTR("z"), CFSTR("4") } })
+            .get()));
+    EXPECT_EQ(other->count(), 2U);
+}
+
 TEST(CFDictionary, EqualsAnotherWithTheSameEntriesInAnyOrder)
 {
     const auto a = CFDictionary::create({ { CFSTR("x"), CFSTR("1") }, { CFSTR("y"), CFSTR("2") } });
