@@ -1,6 +1,7 @@
 #include "Platform/CoreGraphics/CGContext.h"
 
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreGraphics/ImageScaler.h"
 
 #include <algorithm>
 #include <cmath>
@@ -85,6 +86,13 @@ Pixel Sampler::at(CGFloat u, CGFloat v) const
     return result;
 }
 
+/// What no calculation of a place went wrong for, such as one with a time that is not valid.
+bool isFinite(const CGRect& rect)
+{
+    return std::isfinite(rect.origin.x) && std::isfinite(rect.origin.y) && std::isfinite(rect.size.width)
+        && std::isfinite(rect.size.height);
+}
+
 /// How much of the pixel from \p start to start + 1 lies between \p low and \p high.
 CGFloat overlap(CGFloat start, CGFloat low, CGFloat high)
 {
@@ -155,6 +163,8 @@ void CGContext::fillRect(const CGRect& rect)
     const auto& state = mStates.back();
     const auto color = pixelOf(state.fill, mBitmapInfo);
     const auto target = CGRectApplyAffineTransform(rect, state.transform);
+    if (!isFinite(target))
+        return;
     const auto bounds = boundsOf(target);
     const bool isOpaque = color[3] == 255;
     const std::array solid { rounded(color[0]), rounded(color[1]), rounded(color[2]), rounded(color[3]) };
@@ -180,10 +190,38 @@ void CGContext::fillRect(const CGRect& rect)
 
 void CGContext::drawImage(const CGRect& rect, const CGImage& image)
 {
-    if (rect.size.width == 0 || rect.size.height == 0)
-        return;
     const auto& transform = mStates.back().transform;
-    const auto bounds = boundsOf(CGRectApplyAffineTransform(rect, transform));
+    const auto target = CGRectApplyAffineTransform(rect, transform);
+    if (!isFinite(target) || target.size.width == 0 || target.size.height == 0)
+        return;
+    if (transform.b == 0 && transform.c == 0)
+        drawUprightImage(rect, boundsOf(target), image);
+    else
+        drawTurnedImage(rect, boundsOf(target), image);
+}
+
+void CGContext::drawUprightImage(const CGRect& rect, const PixelBounds& bounds, const CGImage& image)
+{
+    if (bounds.left >= bounds.right)
+        return;
+    // The image's first row is its upper one, at the greater y.
+    const auto& transform = mStates.back().transform;
+    const auto first = CGPointApplyAffineTransform({ rect.origin.x, rect.origin.y + rect.size.height }, transform);
+    const auto last = CGPointApplyAffineTransform({ rect.origin.x + rect.size.width, rect.origin.y }, transform);
+    ImageScaler scaler(image, { first.x, last.x }, { first.y, last.y }, bounds.left, bounds.right);
+    const bool swaps = image.bitmapInfo() != mBitmapInfo;
+    for (auto y = bounds.top; y < bounds.bottom; ++y) {
+        auto x = bounds.left;
+        for (const auto& pixel : scaler.row(y)) {
+            blend(x, y, swaps ? Pixel { pixel[2], pixel[1], pixel[0], pixel[3] } : pixel);
+            ++x;
+        }
+    }
+}
+
+void CGContext::drawTurnedImage(const CGRect& rect, const PixelBounds& bounds, const CGImage& image)
+{
+    const auto& transform = mStates.back().transform;
     const auto drawnWidth = rect.size.width * std::hypot(transform.a, transform.b);
     const auto drawnHeight = rect.size.height * std::hypot(transform.c, transform.d);
     if (drawnWidth == 0 || drawnHeight == 0)

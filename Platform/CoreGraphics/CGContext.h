@@ -34,6 +34,8 @@ private:
         std::size_t left, top, right, bottom;
     };
     PixelBounds boundsOf(const CGRect& deviceRect) const;
+    void drawUprightImage(const CGRect& rect, const PixelBounds& bounds, const CGImage& image);
+    void drawTurnedImage(const CGRect& rect, const PixelBounds& bounds, const CGImage& image);
     /// Lays a premultiplied colour (0 to 255, in the order of the bytes) over one pixel.
     void blend(std::size_t x, std::size_t y, const std::array<float, 4>& source);
 
@@ -62,7 +64,7 @@ Ref<CGContext> CGBitmapContextCreate(void* data, std::size_t width, std::size_t 
 /// A copy of what the context shows now; null for null.
 Ref<CGImage> CGBitmapContextCreateImage(CGContextRef context);
 
-// All of these do nothing for a null context.
+// All of these do nothing for a null context, and nothing is drawn where a place is not a finite number.
 void CGContextSaveGState(CGContextRef context);
 void CGContextRestoreGState(CGContextRef context);
 void CGContextTranslateCTM(CGContextRef context, CGFloat x, CGFloat y);
@@ -72,5 +74,6 @@ void CGContextConcatCTM(CGContextRef context, const CGAffineTransform& transform
 void CGContextSetFillColorWithColor(CGContextRef context, CGColorRef color);
 /// Fills, with smooth edges where they fall between pixels. A turned rectangle fills the upright one around it.
 void CGContextFillRect(CGContextRef context, const CGRect& rect);
-/// Draws the whole image, upright, into \p rect, averaging where it is made smaller.
+/// Draws the whole image, upright, into \p rect, with smooth edges: the mean where it is made smaller, linear where it
+/// is made larger.
 void CGContextDrawImage(CGContextRef context, const CGRect& rect, CGImageRef image);

@@ -56,6 +56,11 @@ inline CFTypeID CGImageGetTypeID()
     static constinit CFTypeIdentifier identifier { "CGImage" };
     return identifier.value();
 }
+/// One more reference, which is the caller's; null for null.
+inline Ref<CGImage> CGImageRetain(CGImageRef image)
+{
+    return Ref<CGImage>(image);
+}
 std::size_t CGImageGetWidth(CGImageRef image);
 std::size_t CGImageGetHeight(CGImageRef image);
 /// The buffer's picture without a copy: the image holds the buffer, whose pixels must not change from then on.

@@ -75,6 +75,11 @@ inline CFTypeID CVPixelBufferGetTypeID()
 /// \return kCVReturnInvalidSize, kCVReturnInvalidPixelFormat, kCVReturnAllocationFailed; \p result is then null
 CVReturn CVPixelBufferCreate(CFAllocatorRef allocator, std::size_t width, std::size_t height, OSType pixelFormat,
     CFDictionary* attributes, Ref<CVPixelBuffer>* result);
+/// One more reference, which is the caller's; null for null.
+inline Ref<CVPixelBuffer> CVPixelBufferRetain(CVPixelBufferRef buffer)
+{
+    return Ref<CVPixelBuffer>(buffer);
+}
 /// Fail point "CVPixelBufferLockBaseAddress".
 CVReturn CVPixelBufferLockBaseAddress(CVPixelBufferRef buffer, CVOptionFlags flags);
 /// Fail point "CVPixelBufferUnlockBaseAddress".

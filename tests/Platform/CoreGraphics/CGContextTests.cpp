@@ -2,6 +2,7 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace {
@@ -157,6 +158,83 @@ TEST(CGContext, ALargeImageIsAveragedWhenItIsDrawnSmall)
     CGContextDrawImage(canvas.context, CGRectMake(0, 0, 8, 8), image);
     EXPECT_NEAR(canvas.at(3, 3)[1], 128, 1);
     EXPECT_NEAR(canvas.at(4, 4)[1], 128, 1);
+}
+
+TEST(CGContext, AnImageBetweenPixelsCoversTheOutermostOnesInPart)
+{
+    // Opaque white, drawn from a quarter to three quarters and a half of a pixel further.
+    Canvas white(4, 4);
+    white.fill(1, 1, 1, 1, CGRectMake(0, 0, 4, 4));
+    const auto image = CGBitmapContextCreateImage(white.context);
+    Canvas smaller(4, 1);
+    CGContextDrawImage(smaller.context, CGRectMake(0.25, 0, 2.5, 1), image);
+    const std::array smallerAlphas { 191.25, 255.0, 191.25, 0.0 };
+    Canvas larger(8, 1);
+    CGContextDrawImage(larger.context, CGRectMake(0.75, 0, 6.5, 1), image);
+    const std::array largerAlphas { 63.75, 255.0, 255.0, 255.0, 255.0, 255.0, 255.0, 63.75 };
+    for (std::size_t x = 0; x < 4; ++x)
+        EXPECT_NEAR(smaller.at(x, 0)[3], smallerAlphas[x], 0.51) << x;
+    for (std::size_t x = 0; x < 8; ++x)
+        EXPECT_NEAR(larger.at(x, 0)[3], largerAlphas[x], 0.51) << x;
+}
+
+TEST(CGContext, ALargerImageIsInterpolatedBetweenTheCentresOfItsPixels)
+{
+    Canvas two(2, 1);
+    two.fill(0, 0, 0, 1, CGRectMake(0, 0, 2, 1));
+    two.fill(1, 1, 1, 1, CGRectMake(1, 0, 1, 1));
+    const auto image = CGBitmapContextCreateImage(two.context);
+    Canvas canvas(8, 2);
+    CGContextDrawImage(canvas.context, CGRectMake(0, 0, 8, 2), image);
+    const std::array values { 0.0, 0.0, 31.875, 95.625, 159.375, 223.125, 255.0, 255.0 };
+    for (std::size_t y = 0; y < 2; ++y)
+        for (std::size_t x = 0; x < 8; ++x) {
+            EXPECT_NEAR(canvas.at(x, y)[0], values[x], 0.51) << x;
+            EXPECT_EQ(canvas.at(x, y)[3], 255);
+        }
+}
+
+TEST(CGContext, AnImageOfTheSizeIsCopiedByteForByteAlsoMirrored)
+{
+    Canvas source(16, 8);
+    for (int x = 0; x < 16; ++x)
+        source.fill(x / 16.0, 0.5, 1 - x / 16.0, 0.75, CGRectMake(x, x % 8, 1, 2));
+    const auto image = CGBitmapContextCreateImage(source.context);
+    Canvas copy(16, 8);
+    CGContextDrawImage(copy.context, CGRectMake(0, 0, 16, 8), image);
+    Canvas mirrored(16, 8);
+    CGContextTranslateCTM(mirrored.context, 16, 0);
+    CGContextScaleCTM(mirrored.context, -1, 1);
+    CGContextDrawImage(mirrored.context, CGRectMake(0, 0, 16, 8), image);
+    for (std::size_t y = 0; y < 8; ++y)
+        for (std::size_t x = 0; x < 16; ++x) {
+            EXPECT_EQ(copy.at(x, y), source.at(x, y));
+            EXPECT_EQ(mirrored.at(15 - x, y), source.at(x, y));
+        }
+}
+
+TEST(CGContext, NothingIsDrawnWhereAPlaceIsNoNumber)
+{
+    const auto image = redAboveBlue();
+    for (const CGFloat wrong : { std::nan(""), static_cast<CGFloat>(INFINITY) }) {
+        Canvas canvas(2, 2);
+        canvas.fill(1, 1, 1, 1, CGRectMake(0, 0, wrong, 2));
+        CGContextDrawImage(canvas.context, CGRectMake(wrong, 0, 2, 2), image);
+        CGContextConcatCTM(canvas.context, CGAffineTransformMakeScale(wrong, wrong));
+        CGContextDrawImage(canvas.context, CGRectMake(0, 0, 2, 2), image);
+        EXPECT_EQ(canvas.at(0, 0), clear);
+        EXPECT_EQ(canvas.at(1, 1), clear);
+    }
+}
+
+TEST(CGContext, AnImageFarLargerThanTheMemoryIsCutOff)
+{
+    Canvas canvas(2, 2);
+    CGContextDrawImage(canvas.context, CGRectMake(-1e9, -1e9, 2e9, 2e9), redAboveBlue().get());
+    EXPECT_EQ(canvas.at(0, 1)[3], 255);
+    CGContextDrawImage(canvas.context, CGRectMake(1e9, 0, 2, 2), redAboveBlue().get());
+    CGContextDrawImage(canvas.context, CGRectMake(0, 0, 0, 2), redAboveBlue().get());
+    EXPECT_EQ(canvas.at(0, 1)[3], 255);
 }
 
 TEST(CGContext, AnImageKeepsWhatItWasWhenTheContextIsDrawnOn)
