@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -31,13 +32,40 @@ double pulsePhase(double elapsed)
     return phase;
 }
 
+/// The lower half of the number's integer part; 0 for what no integer holds.
+std::uint32_t lowerHalf(double number)
+{
+    constexpr double limit = 9223372036854775808.0;
+    return number >= -limit && number < limit ? static_cast<std::uint32_t>(static_cast<std::int64_t>(number)) : 0;
+}
+
+/// What a renderer that has gone leaves behind.
+void keepForever(Ref<CFType> object)
+{
+    static std::mutex lock;
+    static auto& kept = *std::make_unique<std::vector<Ref<CFType>>>().release();
+    const std::lock_guard guard(lock);
+    if (object)
+        kept.push_back(std::move(object));
+}
+
 }
 
 NS_IMPLEMENTATION(ZVCMIOPixelBufferRenderer, NSObject)
 {
-    type.message("invertColors", &ZVCMIOPixelBufferRenderer::invertColors);
-    type.classMessage("setPixelBufferSurfaceValues:", &ZVCMIOPixelBufferRenderer::setPixelBufferSurfaceValues);
-    type.classMessage("dumpPixelBufferSurfaceValues:", &ZVCMIOPixelBufferRenderer::dumpPixelBufferSurfaceValues);
+    using Self = ZVCMIOPixelBufferRenderer;
+    type.message("invertColors", &Self::invertColors);
+    type.message("pixelBufferPixelFormat", &Self::pixelBufferPixelFormat);
+    type.message("recreatePixelBufferPool", &Self::recreatePixelBufferPool);
+    type.message("copyCGImageFromNSImage:", &Self::copyCGImageFromNSImage);
+    type.message("copyMainBundleIconImageRef", &Self::copyMainBundleIconImageRef);
+    type.message("setMainBundleIconImageRef:", &Self::setMainBundleIconImageRef);
+    type.message("copyFreshNewPixelBufferWithAllocationStrategy", &Self::copyFreshNewPixelBufferWithAllocationStrategy);
+    type.message("copyPixelBufferWithBlackOutput", &Self::copyPixelBufferWithBlackOutput);
+    type.message("copyFrameWithPresentationTimeStampCurrentTime", &Self::copyFrameWithPresentationTimeStampCurrentTime);
+    type.classMessage("_pixelBufferSurfaceAnnotationValues", &Self::_pixelBufferSurfaceAnnotationValues);
+    type.classMessage("setPixelBufferSurfaceValues:", &Self::setPixelBufferSurfaceValues);
+    type.classMessage("dumpPixelBufferSurfaceValues:", &Self::dumpPixelBufferSurfaceValues);
 }
 
 ZVCMIOPixelBufferRenderer::ZVCMIOPixelBufferRenderer(CMVideoDimensions dimensions, double /*frameRate*/)
@@ -75,12 +103,9 @@ ZVCMIOPixelBufferRenderer::ZVCMIOPixelBufferRenderer(CMVideoDimensions dimension
 ZVCMIOPixelBufferRenderer::~ZVCMIOPixelBufferRenderer()
 {
     setMainBundleIconImageRef(nullptr);
-}
-
-ZVCMIOPixelBufferRenderer* ZVCMIOPixelBufferRenderer::rendererWithDimensions_frameRate(
-    CMVideoDimensions dimensions, double frameRate)
-{
-    return autorelease(make<ZVCMIOPixelBufferRenderer>(dimensions, frameRate));
+    // These two are never given back. There is one renderer for the life of a program.
+    keepForever(_videoDescription);
+    keepForever(_bufferPool);
 }
 
 bool ZVCMIOPixelBufferRenderer::recreatePixelBufferPool()
@@ -204,8 +229,8 @@ void ZVCMIOPixelBufferRenderer::_renderBundleIconBufferWithCGContext_drawableSiz
 void ZVCMIOPixelBufferRenderer::_renderFlyingSquarePixelBufferWithCGContext_drawableSizePixels_presentationTime(
     CGContextRef context, CGSize drawableSizePixels, const CMTime& presentationTime)
 {
-    const auto tick = static_cast<std::int64_t>(secondsSinceStart(presentationTime) * 100.0 + 0.5);
-    auto fraction = (static_cast<std::uint32_t>(tick) % 100) / 100.0;
+    const auto tick = lowerHalf(secondsSinceStart(presentationTime) * 100.0 + 0.5);
+    auto fraction = (tick % 100) / 100.0;
     const auto blue = CGColorCreateGenericRGB(0, 0, 1, 1);
     const auto yellow = CGColorCreateGenericRGB(1, 1, 0, 1);
     const bool inverted = _invertColors.load(std::memory_order_relaxed);
@@ -239,7 +264,7 @@ Ref<CGImage> ZVCMIOPixelBufferRenderer::copyCGImageFromNSImage(NSImage* image)
         = image ? image->CGImageForProposedRect_context_hints(&proposed, nullptr, nullptr) : nullptr;
     if (!CFRequiredTypeOf(imageRef, CGImageGetTypeID()))
         return nullptr;
-    return imageRef;
+    return CGImageRetain(imageRef);
 }
 
 Ref<CFDictionary> ZVCMIOPixelBufferRenderer::_pixelBufferSurfaceAnnotationValues()
@@ -260,8 +285,7 @@ void ZVCMIOPixelBufferRenderer::_setPixelBufferSurfaceAnnotationValues_surfaceVa
     const auto existingValues = IOSurfaceCopyAllValues(surface);
     if (CFRequiredTypeOf(existingValues, CFDictionaryGetTypeID())) {
         // What is on the surface already wins.
-        for (const auto& [key, value] : existingValues->entries())
-            merged->set(key.get(), value.get());
+        merged->addEntriesFromDictionary(existingValues);
     }
     IOSurfaceSetValues(surface, merged);
 }

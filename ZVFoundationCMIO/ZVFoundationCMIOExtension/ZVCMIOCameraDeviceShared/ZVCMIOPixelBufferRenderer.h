@@ -26,7 +26,12 @@ public:
     /// \param frameRate  not looked at
     ZVCMIOPixelBufferRenderer(CMVideoDimensions dimensions, double frameRate);
     ~ZVCMIOPixelBufferRenderer() override;
-    static ZVCMIOPixelBufferRenderer* rendererWithDimensions_frameRate(CMVideoDimensions dimensions, double frameRate);
+    /// One of the class that is asked, kept by the innermost pool.
+    template <class Receiver = ZVCMIOPixelBufferRenderer>
+    static Receiver* rendererWithDimensions_frameRate(CMVideoDimensions dimensions, double frameRate)
+    {
+        return autorelease(make<Receiver>(dimensions, frameRate));
+    }
 
     /// Changes to the other colours, for good.
     void invertColors() { _invertColors.store(true, std::memory_order_relaxed); }
@@ -61,6 +66,8 @@ public:
     void setRenderBlock(RenderBlock renderBlock);
 
     bool usePixelBufferAllocationPool = false;
+    Ref<CFDictionary> pixelBufferAttributes; ///< of buffers that are made one by one
+    Ref<CFDictionary> bufferAuxAttributes; ///< of buffers that come from the pool
 
     void _renderBundleIconBufferWithCGContext_drawableSizePixels_presentationTime(
         CGContextRef context, CGSize drawableSizePixels, const CMTime& presentationTime);
@@ -80,8 +87,6 @@ private:
     CMVideoDimensions _rendererDimensions;
     OSType _rendererPixelFormat = kCVPixelFormatType_32BGRA;
     Ref<CMFormatDescription> _videoDescription;
-    Ref<CFDictionary> pixelBufferAttributes;
-    Ref<CFDictionary> bufferAuxAttributes;
     mutable std::mutex _renderBlockLock;
     RenderBlock _renderBlock;
     Ref<CVPixelBufferPool> _bufferPool;
