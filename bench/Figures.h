@@ -53,6 +53,10 @@ void measureFilters(const BenchRequest& request);
 const std::vector<FigureName>& renderFigures();
 void measureRenderers(const BenchRequest& request);
 
+/// The pixel views on a screen in memory, in this process.
+const std::vector<FigureName>& viewFigures();
+void measureViews(const BenchRequest& request);
+
 /// The serial queues, and plain ones that do the same work, in this process.
 const std::vector<FigureName>& dispatchFigures();
 void measureDispatch(const BenchRequest& request);

@@ -20,6 +20,7 @@ std::vector<FigureName> allFigures()
     figures.insert(figures.end(), soundFigures().begin(), soundFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
     figures.insert(figures.end(), renderFigures().begin(), renderFigures().end());
+    figures.insert(figures.end(), viewFigures().begin(), viewFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
     return figures;
 }
@@ -101,6 +102,8 @@ int main(int count, char** arguments)
             measureRenderers(request);
         if (request.wantsAny(filterFigures()))
             measureFilters(request);
+        if (request.wantsAny(viewFigures()))
+            measureViews(request);
         if (request.wantsAny(programFigures()))
             measurePrograms(request);
     } catch (const std::exception& exception) {
