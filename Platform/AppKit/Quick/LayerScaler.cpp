@@ -14,7 +14,7 @@ constexpr std::uint16_t whole = 256;
 constexpr std::uint16_t half = whole / 2;
 constexpr int bitsOfWhole = 8;
 
-/// The four bytes of one pixel, and of two, which every compiler of ours multiplies at once.
+/// Two pixels side by side, which every compiler of ours multiplies at once.
 using Bytes = std::uint8_t __attribute__((vector_size(2 * bytesPerPixel)));
 using Words = std::uint16_t __attribute__((vector_size(2 * bytesPerPixel * sizeof(std::uint16_t))));
 
@@ -23,14 +23,11 @@ const std::uint8_t* rowOf(const CVPixelBuffer& buffer, std::size_t y)
     return reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()) + y * buffer.bytesPerRow();
 }
 
-/// Two pixels side by side in words.
-Words pair(const std::uint8_t* left, const std::uint8_t* right)
+/// The pixel at \p pixels and the next one.
+Words twoPixels(const std::uint8_t* pixels)
 {
-    std::uint8_t both[2 * bytesPerPixel];
-    std::memcpy(both, left, bytesPerPixel);
-    std::memcpy(both + bytesPerPixel, right, bytesPerPixel);
     Bytes bytes;
-    std::memcpy(&bytes, both, sizeof bytes);
+    std::memcpy(&bytes, pixels, sizeof bytes);
     return __builtin_convertvector(bytes, Words);
 }
 
@@ -41,12 +38,12 @@ void LayerScaler::place(std::vector<Tap>& taps, std::size_t sourceLength, std::s
     taps.clear();
     const double step = static_cast<double>(sourceLength) / static_cast<double>(targetLength);
     const auto last = static_cast<double>(sourceLength - 1);
+    const double lastFirst = std::max(last - 1, 0.0);
     for (std::size_t index = 0; index < targetLength; ++index) {
         const double centre = std::clamp((static_cast<double>(index) + 0.5) * step - 0.5, 0.0, last);
-        const double first = std::floor(centre);
-        const auto part = static_cast<std::uint16_t>(std::lround((centre - first) * whole));
-        const auto second = static_cast<std::uint32_t>(std::min(first + 1, last));
-        taps.push_back({ static_cast<std::uint32_t>(first), second, part });
+        const double first = std::min(std::floor(centre), lastFirst);
+        taps.push_back(
+            { static_cast<std::uint32_t>(first), static_cast<std::uint16_t>(std::lround((centre - first) * whole)) });
     }
 }
 
@@ -70,30 +67,43 @@ Ref<CVPixelBuffer> LayerScaler::newBuffer(std::size_t width, std::size_t height)
 
 const std::uint8_t* LayerScaler::rowBetween(const CVPixelBuffer& source, const Tap& tap)
 {
-    if (tap.part == 0 || tap.first == tap.second)
-        return rowOf(source, tap.first);
-    if (tap.part == whole)
-        return rowOf(source, tap.second);
+    const auto* row = rowOf(source, tap.first);
     const auto length = static_cast<int>(source.width() * bytesPerPixel);
-    libyuv::InterpolatePlane(
-        rowOf(source, tap.first), 0, rowOf(source, tap.second), 0, mRow.data(), 0, length, 1, tap.part);
+    if (tap.part == whole) {
+        row = rowOf(source, tap.first + 1);
+    } else if (tap.part != 0) {
+        libyuv::InterpolatePlane(row, 0, rowOf(source, tap.first + 1), 0, mRow.data(), 0, length, 1, tap.part);
+        row = mRow.data();
+    }
+    if (source.width() > 1)
+        return row;
+    std::memmove(mRow.data(), row, bytesPerPixel);
+    std::memcpy(mRow.data() + bytesPerPixel, mRow.data(), bytesPerPixel);
     return mRow.data();
 }
 
 void LayerScaler::combineColumns(const std::uint8_t* row, std::uint8_t* target) const
 {
-    const auto at = [row](std::uint32_t pixel) { return row + std::size_t { pixel } * bytesPerPixel; };
-    for (std::size_t index = 0; index < mAcross.size(); index += 2, target += 2 * bytesPerPixel) {
-        const auto& left = mAcross[index];
-        const auto& right = mAcross[std::min(index + 1, mAcross.size() - 1)];
-        const auto a = left.part;
-        const auto b = right.part;
+    const auto mixed = [row](const Tap& one, const Tap& other) {
+        const auto pixels = twoPixels(row + std::size_t { one.first } * bytesPerPixel);
+        const auto others = twoPixels(row + std::size_t { other.first } * bytesPerPixel);
+        const auto left = __builtin_shufflevector(pixels, others, 0, 1, 2, 3, 8, 9, 10, 11);
+        const auto right = __builtin_shufflevector(pixels, others, 4, 5, 6, 7, 12, 13, 14, 15);
+        const auto a = one.part;
+        const auto b = other.part;
         const Words parts { a, a, a, a, b, b, b, b };
-        const Words mixed = (pair(at(left.first), at(right.first)) * (whole - parts)
-                                + pair(at(left.second), at(right.second)) * parts + half)
-            >> bitsOfWhole;
-        const auto bytes = __builtin_convertvector(mixed, Bytes);
-        std::memcpy(target, &bytes, index + 1 < mAcross.size() ? 2 * bytesPerPixel : bytesPerPixel);
+        const Words sums = (left * (whole - parts) + right * parts + half) >> bitsOfWhole;
+        return __builtin_convertvector(sums, Bytes);
+    };
+    const auto count = mAcross.size();
+    const auto* tap = mAcross.data();
+    for (std::size_t pairs = count / 2; pairs > 0; --pairs, tap += 2, target += sizeof(Bytes)) {
+        const auto bytes = mixed(tap[0], tap[1]);
+        std::memcpy(target, &bytes, sizeof bytes);
+    }
+    if (count % 2 != 0) {
+        const auto bytes = mixed(tap[0], tap[0]);
+        std::memcpy(target, &bytes, bytesPerPixel);
     }
 }
 
@@ -118,7 +128,7 @@ Ref<CVPixelBuffer> LayerScaler::scaled(Ref<CVPixelBuffer> source, std::size_t wi
         place(mDown, source->height(), height);
     mAcrossLength = source->width();
     mDownLength = source->height();
-    mRow.resize(source->width() * bytesPerPixel);
+    mRow.resize(std::max<std::size_t>(source->width(), 2) * bytesPerPixel);
     for (std::size_t y = 0; y < height; ++y)
         combineColumns(rowBetween(*source, mDown[y]), pixels + y * target->bytesPerRow());
     return target;

@@ -15,10 +15,11 @@ public:
     Ref<CVPixelBuffer> scaled(Ref<CVPixelBuffer> source, std::size_t width, std::size_t height);
 
 private:
-    /// The source's pixels that a pixel of the target lies between.
+    /// The two pixels of the source that one of the target lies between: this one and the next. Where the source has
+    /// only one, the next is never looked at or the same.
     struct Tap {
-        std::uint32_t first, second;
-        std::uint16_t part; ///< of the second one, in 256ths
+        std::uint32_t first;
+        std::uint16_t part; ///< of the next one, in 256ths
     };
     static void place(std::vector<Tap>& taps, std::size_t sourceLength, std::size_t targetLength);
     const std::uint8_t* rowBetween(const CVPixelBuffer& source, const Tap& tap);
