@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreGraphics/CGContext.h"
 #include "Platform/CoreImage/CIContextDrawing.h"
+#include "Platform/CoreVideo/CVPixelBufferPool.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <libyuv/convert_argb.h>
@@ -75,12 +76,31 @@ bool keepsPixels(const CGAffineTransform& transform)
     return transform.a == 1 && transform.b == 0 && transform.c == 0 && std::abs(transform.d) == 1;
 }
 
+/// A buffer of the size of the last one, which such pictures usually have, comes from a pool. \return null when there
+/// is no memory
+Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height)
+{
+    static std::mutex lock;
+    static Ref<CVPixelBufferPool> pool;
+    static std::pair<std::size_t, std::size_t> size;
+    const std::lock_guard guard(lock);
+    if (!pool || size != std::pair { width, height }) {
+        const auto attributes = CFDictionary::create(
+            { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
+                { kCVPixelBufferWidthKey, CFNumber::create(width).get() },
+                { kCVPixelBufferHeightKey, CFNumber::create(height).get() } });
+        CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &pool);
+        size = { width, height };
+    }
+    Ref<CVPixelBuffer> buffer;
+    CVPixelBufferPoolCreatePixelBuffer(kCFAllocatorDefault, pool, &buffer);
+    return buffer;
+}
+
 /// The buffer's pixels with blue first, the last row on top if \p mirrored. \return null when there is no memory
 Ref<CVPixelBuffer> copied(const CVPixelBuffer& buffer, bool mirrored)
 {
-    Ref<CVPixelBuffer> result;
-    CVPixelBufferCreate(
-        kCFAllocatorDefault, buffer.width(), buffer.height(), kCVPixelFormatType_32BGRA, nullptr, &result);
+    auto result = newBuffer(buffer.width(), buffer.height());
     if (!result)
         return nullptr;
     const auto height = static_cast<int>(buffer.height());
