@@ -1,7 +1,10 @@
 #include "Platform/AppKit/Quick/LayerItem.h"
 
+#include "Platform/AppKit/NSOpenGLView.h"
+#include "Platform/AppKit/Quick/InterfaceView.h"
 #include "Platform/AppKit/Quick/QuickApplication.h"
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/OpenGL/GLNames.h"
 #include "tests/AppKit/Quick/ShownPictures.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +17,28 @@
 using namespace ShownPictures;
 
 namespace {
+
+/// A view of one colour, drawn in a context of its own.
+class OneColourView : public NSOpenGLView {
+    NS_OBJECT(OneColourView)
+public:
+    OneColourView()
+        : NSOpenGLView({}, NSOpenGLPixelFormat::initWithAttributes(nothingAskedFor).get())
+    {
+    }
+    void drawRect(NSRect /*dirtyRect*/) override
+    {
+        openGLContext()->makeCurrentContext();
+        glClearColor(0, static_cast<float>(brightness) / 255, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        openGLContext()->flushBuffer();
+    }
+    int brightness = 0;
+
+private:
+    static constexpr NSOpenGLPixelFormatAttribute nothingAskedFor[] { 0 };
+};
+NS_IMPLEMENTATION(OneColourView, NSOpenGLView) { }
 
 /// In a session with an X server, drawn with OpenGL.
 class LayerItemOpenGL : public testing::Test {
@@ -33,13 +58,18 @@ protected:
     }
     void show(CALayer* layer, QSize size)
     {
+        auto item = std::make_unique<LayerItem>();
+        item->setLayer(layer);
+        showItem(std::move(item), size);
+    }
+    void showItem(std::unique_ptr<LayerItem> item, QSize size)
+    {
         mItem.reset();
         mWindow = std::make_unique<QQuickWindow>();
         mWindow->setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
         mWindow->setColor(Qt::green);
         mWindow->setGeometry(QRect(QPoint(10, 20), size));
-        mItem = std::make_unique<LayerItem>();
-        mItem->setLayer(layer);
+        mItem = std::move(item);
         mItem->setSize(QSizeF(size));
         mItem->setParentItem(mWindow->contentItem());
         mWindow->show();
@@ -131,6 +161,37 @@ TEST_F(LayerItemOpenGL, APictureIsUploadedOnceHoweverOftenItIsDrawn)
     layer->setContents(other);
     expectShown(screenshot(), *other, false);
     EXPECT_EQ(FailPoint::passes("LayerTexture.upload"), 2U);
+}
+
+/// Where the window draws on the main thread too.
+class OpenGLOnTheMainThread : public LayerItemOpenGL {
+protected:
+    void SetUp() override
+    {
+        qputenv("QSG_RENDER_LOOP", "basic");
+        LayerItemOpenGL::SetUp();
+    }
+    void TearDown() override
+    {
+        LayerItemOpenGL::TearDown();
+        qunsetenv("QSG_RENDER_LOOP");
+    }
+};
+
+TEST_F(OpenGLOnTheMainThread, AViewWithAContextOfItsOwnAndTheWindowTakeTurns)
+{
+    auto item = std::make_unique<InterfaceView>();
+    item->setClassName(QStringLiteral("OneColourView"));
+    const Ref<OneColourView> view = kindOf<OneColourView>(item->view());
+    ASSERT_TRUE(view);
+    ASSERT_NO_FATAL_FAILURE(showItem(std::move(item), { 64, 36 }));
+    for (int brightness = 50; brightness <= 250; brightness += 50) {
+        view->brightness = brightness;
+        view->setNeedsDisplay(true);
+        EXPECT_TRUE(waitFor([&] { return screenshot().pixelColor(63, 35) == QColor(0, brightness, 0); })) << brightness;
+        EXPECT_EQ(screenshot().pixelColor(0, 0), QColor(0, brightness, 0));
+    }
+    EXPECT_EQ(view->convertRectToBacking(view->bounds()), NSMakeRect(0, 0, 64, 36));
 }
 
 TEST_F(LayerItemOpenGL, LetsGoOfAPictureOnceItIsUploaded)
