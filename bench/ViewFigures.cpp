@@ -13,8 +13,9 @@
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelsView.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureViewWithAcceleratedContext.h"
 
-#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QQuickWindow>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstring>
@@ -35,17 +36,20 @@ constexpr FigureName showOpenGL { "show-opengl", "ms/frame",
 
 using Show = std::function<void(const Ref<CVPixelBuffer>& picture)>;
 
-/// Runs the application until \p done holds.
-void runUntil(const std::function<bool()>& done)
+/// Runs the application, which sleeps while there is nothing to do, until the window has drawn.
+void waitForFrame(QQuickWindow& window)
 {
     constexpr int longest = 10'000;
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > longest)
-            throw std::runtime_error("a window was not drawn");
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-    }
+    QEventLoop loop;
+    bool drawn = false;
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &loop, [&] {
+        drawn = true;
+        loop.quit();
+    });
+    QTimer::singleShot(longest, &loop, &QEventLoop::quit);
+    loop.exec();
+    if (!drawn)
+        throw std::runtime_error("a window was not drawn");
 }
 
 /// Processor time of one picture after another through \p show into a window of that size with \p view's layer.
@@ -59,10 +63,8 @@ double measure(const BenchRequest& request, NSView& view, QSize size, const std:
     item.setLayer(view.layer());
     item.setSize(QSizeF(size));
     item.setParentItem(window.contentItem());
-    int drawn = 0;
-    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&] { ++drawn; });
     window.show();
-    runUntil([&] { return drawn > 0; });
+    waitForFrame(window);
     const auto producer = dispatch_queue_create("tovrin-bench.producer");
     const int frames = std::max(10, static_cast<int>(request.seconds * 30));
     constexpr int first = 5; // buffers are made at these
@@ -71,9 +73,8 @@ double measure(const BenchRequest& request, NSView& view, QSize size, const std:
         if (frame == 0)
             start = processorMilliseconds();
         const auto& picture = pictures[static_cast<std::size_t>(frame + first) % pictures.size()];
-        const int before = drawn;
         dispatch_sync(producer, [&] { show(picture); });
-        runUntil([&] { return drawn > before; });
+        waitForFrame(window);
     }
     return (processorMilliseconds() - start) / frames;
 }
