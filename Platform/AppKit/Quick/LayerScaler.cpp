@@ -1,5 +1,7 @@
 #include "Platform/AppKit/Quick/LayerScaler.h"
 
+#include "Platform/CoreImage/WordVectors.h"
+
 #include <libyuv/planar_functions.h>
 #include <libyuv/scale_argb.h>
 
@@ -7,44 +9,60 @@
 #include <cmath>
 #include <cstring>
 
+using namespace WordVectors;
+
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
-constexpr std::uint16_t whole = 256;
-constexpr std::uint16_t half = whole / 2;
-constexpr int bitsOfWhole = 8;
-
-/// Two pixels side by side, which every compiler of ours multiplies at once.
-using Bytes = std::uint8_t __attribute__((vector_size(2 * bytesPerPixel)));
-using Words = std::uint16_t __attribute__((vector_size(2 * bytesPerPixel * sizeof(std::uint16_t))));
+constexpr std::uint32_t whole = 65536;
+/// How many pixels are made at once.
+constexpr std::size_t group = 4;
 
 const std::uint8_t* rowOf(const CVPixelBuffer& buffer, std::size_t y)
 {
     return reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()) + y * buffer.bytesPerRow();
 }
 
-/// The pixel at \p pixels and the next one.
-Words twoPixels(const std::uint8_t* pixels)
+/// The pixel at \p pixels and the next one, each by its part.
+Words weighted(const std::uint8_t* pixels, const std::array<std::uint16_t, 8>& parts)
 {
-    Bytes bytes;
-    std::memcpy(&bytes, pixels, sizeof bytes);
-    return __builtin_convertvector(bytes, Words);
+    using TwoPixels = std::uint64_t __attribute__((vector_size(16)));
+    std::uint64_t both = 0;
+    std::memcpy(&both, pixels, sizeof both);
+    const TwoPixels bytes { both, 0 };
+    return highProducts(lowerBytes(reinterpret_cast<Bytes>(bytes)), loaded<Words>(parts.data()));
 }
 
 }
 
-void LayerScaler::place(std::vector<Tap>& taps, std::size_t sourceLength, std::size_t targetLength)
+std::vector<LayerScaler::Tap> LayerScaler::taps(std::size_t sourceLength, std::size_t targetLength)
 {
-    taps.clear();
+    std::vector<Tap> result;
     const double step = static_cast<double>(sourceLength) / static_cast<double>(targetLength);
     const auto last = static_cast<double>(sourceLength - 1);
     const double lastFirst = std::max(last - 1, 0.0);
     for (std::size_t index = 0; index < targetLength; ++index) {
         const double centre = std::clamp((static_cast<double>(index) + 0.5) * step - 0.5, 0.0, last);
         const double first = std::min(std::floor(centre), lastFirst);
-        taps.push_back(
-            { static_cast<std::uint32_t>(first), static_cast<std::uint16_t>(std::lround((centre - first) * whole)) });
+        result.push_back(
+            { static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(std::lround((centre - first) * whole)) });
     }
+    return result;
+}
+
+std::vector<LayerScaler::Column> LayerScaler::columns(std::size_t sourceLength, std::size_t targetLength)
+{
+    std::vector<Column> result;
+    for (const auto& tap : taps(sourceLength, targetLength)) {
+        // The whole does not fit; what is missing is far below a step of a byte.
+        const auto part = [](std::uint32_t value) { return static_cast<std::uint16_t>(std::min(value, whole - 1)); };
+        const auto one = part(whole - tap.part);
+        const auto next = part(tap.part);
+        result.push_back({ { one, one, one, one, next, next, next, next }, tap.first * bytesPerPixel });
+    }
+    while (result.size() % group != 0)
+        result.push_back(result.back());
+    return result;
 }
 
 Ref<CVPixelBuffer> LayerScaler::newBuffer(std::size_t width, std::size_t height)
@@ -69,10 +87,14 @@ const std::uint8_t* LayerScaler::rowBetween(const CVPixelBuffer& source, const T
 {
     const auto* row = rowOf(source, tap.first);
     const auto length = static_cast<int>(source.width() * bytesPerPixel);
-    if (tap.part == whole) {
+    // The library's unit.
+    constexpr std::uint32_t all = 256;
+    const auto part = (tap.part + whole / all / 2) / (whole / all);
+    if (part == all) {
         row = rowOf(source, tap.first + 1);
-    } else if (tap.part != 0) {
-        libyuv::InterpolatePlane(row, 0, rowOf(source, tap.first + 1), 0, mRow.data(), 0, length, 1, tap.part);
+    } else if (part != 0) {
+        libyuv::InterpolatePlane(
+            row, 0, rowOf(source, tap.first + 1), 0, mRow.data(), 0, length, 1, static_cast<int>(part));
         row = mRow.data();
     }
     if (source.width() > 1)
@@ -84,26 +106,19 @@ const std::uint8_t* LayerScaler::rowBetween(const CVPixelBuffer& source, const T
 
 void LayerScaler::combineColumns(const std::uint8_t* row, std::uint8_t* target) const
 {
-    const auto mixed = [row](const Tap& one, const Tap& other) {
-        const auto pixels = twoPixels(row + std::size_t { one.first } * bytesPerPixel);
-        const auto others = twoPixels(row + std::size_t { other.first } * bytesPerPixel);
-        const auto left = __builtin_shufflevector(pixels, others, 0, 1, 2, 3, 8, 9, 10, 11);
-        const auto right = __builtin_shufflevector(pixels, others, 4, 5, 6, 7, 12, 13, 14, 15);
-        const auto a = one.part;
-        const auto b = other.part;
-        const Words parts { a, a, a, a, b, b, b, b };
-        const Words sums = (left * (whole - parts) + right * parts + half) >> bitsOfWhole;
-        return __builtin_convertvector(sums, Bytes);
+    // Half a step of a byte, since what is below one is cut off.
+    const auto half = filled(128);
+    const auto pixel = [row](const Column& column) { return weighted(row + column.offset, column.parts); };
+    const auto four = [&](const Column* column) {
+        return upperHalves(
+            folded(pixel(column[0]), pixel(column[1])) + half, folded(pixel(column[2]), pixel(column[3])) + half);
     };
-    const auto count = mAcross.size();
-    const auto* tap = mAcross.data();
-    for (std::size_t pairs = count / 2; pairs > 0; --pairs, tap += 2, target += sizeof(Bytes)) {
-        const auto bytes = mixed(tap[0], tap[1]);
-        std::memcpy(target, &bytes, sizeof bytes);
-    }
-    if (count % 2 != 0) {
-        const auto bytes = mixed(tap[0], tap[0]);
-        std::memcpy(target, &bytes, bytesPerPixel);
+    const auto* column = mAcross.data();
+    for (auto groups = mWidth / group; groups > 0; --groups, column += group, target += sizeof(Bytes))
+        store(target, four(column));
+    if (const auto rest = mWidth % group) {
+        const auto bytes = four(column);
+        std::memcpy(target, &bytes, rest * bytesPerPixel);
     }
 }
 
@@ -122,10 +137,11 @@ Ref<CVPixelBuffer> LayerScaler::scaled(Ref<CVPixelBuffer> source, std::size_t wi
             static_cast<int>(width), static_cast<int>(height), libyuv::kFilterBox);
         return target;
     }
-    if (mAcross.size() != width || mAcrossLength != source->width())
-        place(mAcross, source->width(), width);
+    if (mWidth != width || mAcrossLength != source->width())
+        mAcross = columns(source->width(), width);
     if (mDown.size() != height || mDownLength != source->height())
-        place(mDown, source->height(), height);
+        mDown = taps(source->height(), height);
+    mWidth = width;
     mAcrossLength = source->width();
     mDownLength = source->height();
     mRow.resize(std::max<std::size_t>(source->width(), 2) * bytesPerPixel);

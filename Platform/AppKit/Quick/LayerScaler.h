@@ -2,6 +2,7 @@
 
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -19,15 +20,22 @@ private:
     /// only one, the next is never looked at or the same.
     struct Tap {
         std::uint32_t first;
-        std::uint16_t part; ///< of the next one, in 256ths
+        std::uint32_t part; ///< of the next one, in 65536ths
     };
-    static void place(std::vector<Tap>& taps, std::size_t sourceLength, std::size_t targetLength);
+    /// The same with the parts of both, four times each, for the four bytes of a pixel.
+    struct Column {
+        alignas(16) std::array<std::uint16_t, 8> parts;
+        std::size_t offset; ///< of the first one, in bytes
+    };
+    static std::vector<Tap> taps(std::size_t sourceLength, std::size_t targetLength);
+    static std::vector<Column> columns(std::size_t sourceLength, std::size_t targetLength);
     const std::uint8_t* rowBetween(const CVPixelBuffer& source, const Tap& tap);
     void combineColumns(const std::uint8_t* row, std::uint8_t* target) const;
     Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
 
     // What belongs to the sizes is kept while they stay.
-    std::vector<Tap> mAcross;
+    std::vector<Column> mAcross; ///< filled up to whole fours
+    std::size_t mWidth = 0;
     std::size_t mAcrossLength = 0;
     std::vector<Tap> mDown;
     std::size_t mDownLength = 0;
