@@ -104,11 +104,18 @@ Ref<CVPixelBuffer> copied(const CVPixelBuffer& buffer, bool mirrored)
     if (!result)
         return nullptr;
     const auto height = static_cast<int>(buffer.height());
-    // The library counts bytes from the other end: what it calls BGRA has alpha first in memory.
-    const auto copy = buffer.pixelFormat() == kCVPixelFormatType_32ARGB ? &libyuv::BGRAToARGB : &libyuv::ARGBCopy;
-    copy(reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()), static_cast<int>(buffer.bytesPerRow()),
-        reinterpret_cast<std::uint8_t*>(result->baseAddress()), static_cast<int>(result->bytesPerRow()),
-        static_cast<int>(buffer.width()), mirrored ? -height : height);
+    if (buffer.pixelFormat() == kCVPixelFormatType_32ARGB) {
+        // The library counts bytes from the other end: what it calls BGRA has alpha first in memory.
+        libyuv::BGRAToARGB(reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()),
+            static_cast<int>(buffer.bytesPerRow()), reinterpret_cast<std::uint8_t*>(result->baseAddress()),
+            static_cast<int>(result->bytesPerRow()), static_cast<int>(buffer.width()), mirrored ? -height : height);
+        return result;
+    }
+    for (std::size_t y = 0; y < buffer.height(); ++y) {
+        const auto from = mirrored ? buffer.height() - 1 - y : y;
+        std::memcpy(result->baseAddress() + y * result->bytesPerRow(),
+            buffer.baseAddress() + from * buffer.bytesPerRow(), buffer.width() * 4);
+    }
     return result;
 }
 
