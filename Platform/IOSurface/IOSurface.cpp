@@ -3,6 +3,8 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 
 #include <cstdio>
+#include <mutex>
+#include <set>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -14,14 +16,32 @@ namespace {
 constexpr std::size_t rowAlignment = 64;
 constexpr std::size_t largestSide = 16384;
 
-IOSurfaceID nextIdentifier()
+/// The numbers of the surfaces that live here. Those that came from elsewhere have theirs from there, so that one may
+/// occur twice. There until the process ends, as the last surface may be.
+struct Identifiers {
+    std::mutex lock;
+    std::multiset<IOSurfaceID> inUse;
+    IOSurfaceID last = 0;
+};
+
+Identifiers& identifiers()
 {
-    // A surface would have to live through four thousand million others to meet its own number again.
-    static std::atomic<IOSurfaceID> last { 0 };
-    IOSurfaceID identifier = ++last;
-    while (identifier == 0)
-        identifier = ++last;
-    return identifier;
+    static auto* const all = std::make_unique<Identifiers>().release();
+    return *all;
+}
+
+IOSurfaceID newIdentifier()
+{
+    auto& all = identifiers();
+    const std::lock_guard guard(all.lock);
+    // A test may have the numbers go on from somewhere else.
+    if (const auto last = FAIL_POINT("IOSurface.identifier"))
+        all.last = static_cast<IOSurfaceID>(*last);
+    do {
+        ++all.last;
+    } while (all.last == 0 || all.inUse.contains(all.last));
+    all.inUse.insert(all.last);
+    return all.last;
 }
 
 std::byte* mapped(int descriptor, std::size_t length)
@@ -51,7 +71,7 @@ Ref<IOSurface> IOSurface::create(
         ::close(descriptor);
         return nullptr;
     }
-    auto surface = make<IOSurface>(descriptor, base, length, nextIdentifier(), width, height, pixelFormat, bytesPerRow);
+    auto surface = make<IOSurface>(descriptor, base, length, newIdentifier(), width, height, pixelFormat, bytesPerRow);
     if (properties)
         IOSurfaceSetValues(surface, properties);
     return surface;
@@ -74,6 +94,11 @@ Ref<IOSurface> IOSurface::adopt(int descriptor, IOSurfaceID identifier, std::siz
             ::close(descriptor);
         return nullptr;
     }
+    {
+        auto& all = identifiers();
+        const std::lock_guard guard(all.lock);
+        all.inUse.insert(identifier);
+    }
     return make<IOSurface>(descriptor, base, bytesPerRow * height, identifier, width, height, pixelFormat, bytesPerRow);
 }
 
@@ -92,6 +117,11 @@ IOSurface::IOSurface(int descriptor, std::byte* base, std::size_t length, IOSurf
 
 IOSurface::~IOSurface()
 {
+    {
+        auto& all = identifiers();
+        const std::lock_guard guard(all.lock);
+        all.inUse.erase(all.inUse.find(mIdentifier));
+    }
     ::munmap(mBase, mLength);
     ::close(mDescriptor);
 }

@@ -14,11 +14,13 @@ class IOSurface final : public CFType {
 public:
     /// \param width, height  pixels, above 0
     /// \param bytesPerElement  bytes of a pixel; a row takes the next multiple of 64 bytes
-    /// \return null when the memory cannot be had, also at the fail point "IOSurfaceCreate"
+    /// \return null when the memory cannot be had, also at the fail point "IOSurfaceCreate"; at the fail point
+    /// "IOSurface.identifier" the numbers go on behind its status
     static Ref<IOSurface> create(std::size_t width, std::size_t height, OSType pixelFormat, std::size_t bytesPerElement,
         CFDictionary* properties);
     /// Maps a surface that another process made.
     /// \param descriptor  the memfd, taken over in every case
+    /// \param identifier  how the other process calls it
     /// \return null unless the descriptor is a memfd with its size sealed and large enough
     static Ref<IOSurface> adopt(int descriptor, IOSurfaceID identifier, std::size_t width, std::size_t height,
         OSType pixelFormat, std::size_t bytesPerRow);
@@ -62,7 +64,7 @@ inline CFTypeID IOSurfaceGetTypeID()
     static constinit CFTypeIdentifier identifier { "IOSurface" };
     return identifier.value();
 }
-/// A number that no other surface of this process has while this one lives, never 0.
+/// A number that no surface gets that is made here while this one lives, never 0 for one that is made here. 0 for null.
 IOSurfaceID IOSurfaceGetID(IOSurfaceRef surface);
 Ref<CFDictionary> IOSurfaceCopyAllValues(IOSurfaceRef surface);
 void IOSurfaceSetValues(IOSurfaceRef surface, CFDictionary* values);

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <mutex>
+#include <set>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -27,6 +30,54 @@ TEST(IOSurface, HasSealedMemoryWithRowsOfSixtyFourBytes)
     EXPECT_NE(IOSurfaceGetID(surface), 0U);
     EXPECT_EQ(IOSurfaceGetID(nullptr), 0U);
     EXPECT_NE(IOSurfaceGetID(surface), IOSurfaceGetID(IOSurface::create(1, 1, bgra, 4, nullptr).get()));
+}
+
+TEST(IOSurface, NumbersAreEachOfOneLivingSurface)
+{
+    std::mutex lock;
+    std::vector<Ref<IOSurface>> surfaces;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 50; ++i) {
+                auto surface = IOSurface::create(1, 1, bgra, 4, nullptr);
+                const std::lock_guard guard(lock);
+                surfaces.push_back(std::move(surface));
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    std::set<IOSurfaceID> numbers;
+    for (const auto& surface : surfaces)
+        numbers.insert(IOSurfaceGetID(surface));
+    EXPECT_EQ(numbers.size(), 200U);
+    EXPECT_FALSE(numbers.contains(0));
+}
+
+TEST(IOSurface, ANumberIsNotGivenAgainWhileItsSurfaceLives)
+{
+    const auto numberAfter = [](IOSurfaceID last, Ref<IOSurface>& surface) {
+        const FailPoint::Scope next("IOSurface.identifier", static_cast<std::int32_t>(last), 0, 1);
+        surface = IOSurface::create(1, 1, bgra, 4, nullptr);
+        return IOSurfaceGetID(surface);
+    };
+    Ref<IOSurface> first;
+    Ref<IOSurface> second;
+    Ref<IOSurface> last;
+    Ref<IOSurface> other;
+    const IOSurfaceID number = numberAfter(0x70000000, first);
+    EXPECT_EQ(number, 0x70000001U);
+    EXPECT_EQ(numberAfter(0x70000000, second), 0x70000002U);
+    EXPECT_EQ(numberAfter(0xFFFFFFFE, last), 0xFFFFFFFFU);
+    // 0 is none, and what lives keeps its own however often the numbers have gone round.
+    const IOSurfaceID round = numberAfter(0xFFFFFFFF, other);
+    EXPECT_NE(round, 0U);
+    EXPECT_EQ(numberAfter(0x70000000, other), 0x70000003U);
+    first = nullptr;
+    EXPECT_EQ(numberAfter(0x70000000, other), number);
+    // One that came from elsewhere has its number too.
+    const auto adopted = IOSurface::adopt(::dup(second->descriptor()), 0x70000010, 1, 1, bgra, 64);
+    EXPECT_EQ(numberAfter(0x7000000F, other), 0x70000011U);
 }
 
 TEST(IOSurface, AnotherMappingShowsTheSamePixels)
