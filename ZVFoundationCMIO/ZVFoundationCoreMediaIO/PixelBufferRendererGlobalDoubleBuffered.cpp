@@ -101,14 +101,14 @@ bool PixelBufferRendererGlobalDoubleBuffered::CreatePixelBuffers()
 void PixelBufferRendererGlobalDoubleBuffered::SetInputPixelBuffer(CVPixelBufferRef buffer)
 {
     const std::lock_guard lock(mPixelBufferMutex);
-    const Ref<CVPixelBuffer> retained(buffer);
+    const auto retained = CVPixelBufferRetain(buffer);
     mInputPixelBuffer.assign(retained);
     OnInputPixelBufferChanged(retained);
 }
 
 void PixelBufferRendererGlobalDoubleBuffered::OnInputPixelBufferChanged(CVPixelBufferRef buffer)
 {
-    const Ref<CVPixelBuffer> inputPixelBufferRetainedCopy(buffer);
+    const auto inputPixelBufferRetainedCopy = CVPixelBufferRetain(buffer);
     if (!CFRequiredTypeOf(inputPixelBufferRetainedCopy, CVPixelBufferGetTypeID(), "inputPixelBufferRetainedCopy"))
         return;
     mFrameNumber.fetch_add(1, std::memory_order_relaxed);

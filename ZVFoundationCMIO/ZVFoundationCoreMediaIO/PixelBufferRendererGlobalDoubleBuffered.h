@@ -43,6 +43,9 @@ public:
     IOSurfaceID GetSurfaceIDOutputPixelBufferA() const;
     IOSurfaceID GetSurfaceIDOutputPixelBufferB() const;
 
+protected:
+    const AcceleratedCIContext* acceleratedCIContext() const { return mAcceleratedCIContext.get(); }
+
 private:
     std::uint64_t frameNumber() const { return mFrameNumber.load(std::memory_order_relaxed); }
     void makeContext(const char* function);

@@ -1,11 +1,14 @@
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/Platform/CoreImage/ReferencePicture.h"
 #include "tests/WithRequirements/LoggedChecks.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
+#include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationCMIO/ZVFoundationCoreMediaIO/PixelBufferRendererGlobalDoubleBuffered.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -21,6 +24,15 @@ Ref<CVPixelBuffer> grey(std::size_t width, std::size_t height, int value)
         std::memset(buffer->baseAddress() + y * buffer->bytesPerRow(), value, width * 4);
     return buffer;
 }
+
+const WholeLines whole("PixelBufferRendererGlobalDoubleBuffered.cpp");
+using ReferencePicture::noise;
+using ReferencePicture::Scaling;
+
+/// Shows the context that it renders with.
+struct OpenRenderer : Renderer {
+    using Renderer::acceleratedCIContext;
+};
 
 int firstByte(const Ref<CVPixelBuffer>& buffer)
 {
@@ -38,15 +50,102 @@ protected:
 
 TEST_F(GlobalDoubleBuffered, HasNothingBeforeItIsConstructed)
 {
-    StandardErrorCapture log;
     EXPECT_FALSE(renderer.IsConstructed());
-    EXPECT_FALSE(renderer.CopyOutputPixelBuffer());
-    EXPECT_EQ(renderer.GetSurfaceIDOutputPixelBufferA(), 0xFFFFFFFFU);
+    EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 0U);
+    {
+        StandardErrorCapture log;
+        EXPECT_FALSE(renderer.CopyOutputPixelBuffer());
+        EXPECT_EQ(linesOf(log), "");
+    }
+    {
+        StandardErrorCapture log;
+        EXPECT_EQ(renderer.GetSurfaceIDOutputPixelBufferA(), 0xFFFFFFFFU);
+        EXPECT_EQ(renderer.GetSurfaceIDOutputPixelBufferB(), 0xFFFFFFFFU);
+        const auto line = whole.type("pixelBuffer", "GetSurfaceIDFromPixelBuffer");
+        EXPECT_EQ(linesOf(log), line + line);
+    }
+    StandardErrorCapture log;
     EXPECT_FALSE(renderer.CreatePixelBuffers());
-    const auto text = log.text();
-    EXPECT_EQ(reports(text, "pixelBuffer"), 1);
-    EXPECT_EQ(reports(text, "pixelBufferProperties"), 1);
-    EXPECT_EQ(reports(text, "mOutputPixelBufferB.get_object()"), 1);
+    EXPECT_EQ(linesOf(log),
+        whole.type("pixelBufferProperties", "CreatePixelBuffers")
+            + whole.type("mOutputPixelBufferA.get_object()", "CreatePixelBuffers")
+            + whole.type("mOutputPixelBufferB.get_object()", "CreatePixelBuffers"));
+}
+
+TEST_F(GlobalDoubleBuffered, OnceItIsConstructedAReaderGetsTheEmptyFirstSurface)
+{
+    StandardErrorCapture log;
+    ASSERT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
+    const auto a = renderer.CopyOutputPixelBuffer();
+    ASSERT_TRUE(a);
+    EXPECT_EQ(linesOf(log), "");
+    EXPECT_EQ(renderer.GetSurfaceIDFromPixelBuffer(a), renderer.GetSurfaceIDOutputPixelBufferA());
+    for (std::size_t i = 0; i < a->bytesPerRow() * a->height(); ++i)
+        ASSERT_EQ(a->baseAddress()[i], std::byte { 0 });
+}
+
+TEST(GlobalDoubleBufferedContexts, TheFirstContextStaysForGoodAndTheSecondRenders)
+{
+    WeakRef<CIContext> first;
+    WeakRef<CIContext> second;
+    FailPoint::arm("CGLCreateContext", -1, 1000);
+    {
+        const AutoreleasePool pool;
+        OpenRenderer renderer;
+        EXPECT_EQ(FailPoint::passes("CGLCreateContext"), 1U);
+        first = renderer.acceleratedCIContext()->rendererCIContext();
+        EXPECT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
+        EXPECT_EQ(FailPoint::passes("CGLCreateContext"), 2U);
+        second = renderer.acceleratedCIContext()->rendererCIContext();
+        EXPECT_NE(first.strongReference(), second.strongReference());
+    }
+    FailPoint::disarmAll();
+    EXPECT_FALSE(first.isNull());
+    EXPECT_TRUE(second.isNull());
+}
+
+class GlobalDoubleBufferedPictures : public GlobalDoubleBuffered,
+                                     public testing::WithParamInterface<std::tuple<Scaling, bool>> {
+public:
+    static std::string nameOf(const testing::TestParamInfo<ParamType>& instance)
+    {
+        return std::get<0>(instance.param).name() + (std::get<1>(instance.param) ? "Driver" : "Processor");
+    }
+};
+
+TEST_P(GlobalDoubleBufferedPictures, AreWhatTheDefinitionSays)
+{
+    const auto& [scaling, usesOpenGL] = GetParam();
+    if (usesOpenGL)
+        FailPoint::arm("CIContext.rendersWithTheProcessor");
+    const CGSize target { static_cast<CGFloat>(scaling.width), static_cast<CGFloat>(scaling.height) };
+    ASSERT_TRUE(renderer.Construct(target, kCVPixelFormatType_32BGRA));
+    const auto input = noise(scaling.sourceWidth, scaling.sourceHeight);
+    for (int frame = 0; frame < 2; ++frame) {
+        renderer.SetInputPixelBuffer(input);
+        EXPECT_LE(ReferencePicture::greatestError(*input, *renderer.CopyOutputPixelBuffer()), 2.0) << frame;
+    }
+    const bool isCopy = scaling.sourceWidth == scaling.width && scaling.sourceHeight == scaling.height;
+    EXPECT_LE(ReferencePicture::greatestError(*input, *renderer.CopyOutputPixelBuffer()), isCopy ? 0 : 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, GlobalDoubleBufferedPictures,
+    testing::Combine(
+        testing::Values(Scaling { 480, 270, 320, 180 }, Scaling { 160, 120, 320, 180 }, Scaling { 320, 180, 320, 180 },
+            Scaling { 1, 1, 1, 1 }, Scaling { 1, 1, 7, 5 }, Scaling { 33, 21, 1, 1 }, Scaling { 317, 203, 101, 33 },
+            Scaling { 4099, 5, 64, 3 }, Scaling { 3, 3, 5, 4099 }),
+        testing::Bool()),
+    GlobalDoubleBufferedPictures::nameOf);
+
+TEST_F(GlobalDoubleBuffered, TheCamerasPicturesAreWhatTheDefinitionSays)
+{
+    ASSERT_TRUE(renderer.Construct({ 1280, 720 }, kCVPixelFormatType_32BGRA));
+    for (const auto& [width, height] :
+        { std::pair { 1920, 1080 }, std::pair { 640, 480 }, std::pair { 1280, 720 }, std::pair { 4100, 2160 } }) {
+        const auto input = noise(width, height);
+        renderer.SetInputPixelBuffer(input);
+        EXPECT_LE(ReferencePicture::greatestError(*input, *renderer.CopyOutputPixelBuffer()), 2.0) << width;
+    }
 }
 
 TEST_F(GlobalDoubleBuffered, AReaderGetsTheNewestPicture)
@@ -98,28 +197,38 @@ TEST_F(GlobalDoubleBuffered, ANullInputIsReportedAndDoesNotCount)
     StandardErrorCapture log;
     renderer.SetInputPixelBuffer(nullptr);
     EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 0U);
-    EXPECT_EQ(reports(log.text(), "inputPixelBufferRetainedCopy"), 1);
+    EXPECT_EQ(linesOf(log), whole.type("inputPixelBufferRetainedCopy", "OnInputPixelBufferChanged"));
 }
 
 TEST_F(GlobalDoubleBuffered, SurfacesThatCannotBeHadAreReportedForEachFrame)
 {
-    StandardErrorCapture log;
     {
+        StandardErrorCapture log;
         const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnError);
         EXPECT_FALSE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
+        const std::string function = "CreatePixelBuffers";
+        const auto creation = [&](const std::string& name) {
+            return whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
+                       "CVPixelBufferCreate(kCFAllocatorDefault, mRendererDimensions.width, "
+                       "mRendererDimensions.height, mRendererPixelFormat, "
+                       "mRendererPixelBufferProperties.get_object(), &"
+                           + name + ")",
+                       function)
+                + whole.type(name, function);
+        };
+        EXPECT_EQ(linesOf(log),
+            creation("outputPixelBufferA") + creation("outputPixelBufferB")
+                + whole.type("mOutputPixelBufferA.get_object()", function)
+                + whole.type("mOutputPixelBufferB.get_object()", function));
     }
     EXPECT_TRUE(renderer.IsConstructed());
+    StandardErrorCapture log;
+    renderer.SetInputPixelBuffer(grey(4, 4, 4).get());
+    renderer.SetInputPixelBuffer(grey(4, 4, 4).get());
     renderer.SetInputPixelBuffer(grey(4, 4, 4).get());
     EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 1U);
-    const auto text = log.text();
-    const std::string creation
-        = "SRC>>CVPixelBufferCreate(kCFAllocatorDefault, mRendererDimensions.width, mRendererDimensions.height, "
-          "mRendererPixelFormat, mRendererPixelBufferProperties.get_object(), &outputPixelBuffer";
-    for (const char* source : { "outputPixelBufferA", "outputPixelBufferB", "mOutputPixelBufferA.get_object()",
-             "mOutputPixelBufferB.get_object()", "outputPixelBufferRetainedCopy" })
-        EXPECT_EQ(reports(text, source), 1) << source;
-    for (const auto& source : { creation + "A)", creation + "B)" })
-        EXPECT_NE(text.find(source), std::string::npos) << source;
+    const auto line = whole.type("outputPixelBufferRetainedCopy", "OnInputPixelBufferChanged");
+    EXPECT_EQ(linesOf(log), line + line + line);
 }
 
 TEST_F(GlobalDoubleBuffered, AFailureOfTheFirstSurfaceDoesNotKeepTheSecondFromBeingMade)
@@ -139,9 +248,10 @@ TEST_F(GlobalDoubleBuffered, WhatIsMissingForARenderIsReported)
     EXPECT_FALSE(renderer.RenderInputPixelBufferToDestinationPixelBuffer(plain, nullptr));
     EXPECT_FALSE(renderer.RenderInputPixelBufferToDestinationPixelBuffer(plain, plain));
     EXPECT_EQ(renderer.GetSurfaceIDFromPixelBuffer(plain), 0xFFFFFFFFU);
-    const auto text = log.text();
-    for (const char* source : { "inputBuffer", "renderBuffer", "renderSurface", "bufferSurface" })
-        EXPECT_EQ(reports(text, source), 1) << source;
+    const std::string function = "RenderInputPixelBufferToDestinationPixelBuffer";
+    EXPECT_EQ(linesOf(log),
+        whole.type("inputBuffer", function) + whole.type("renderBuffer", function)
+            + whole.type("renderSurface", function) + whole.type("bufferSurface", "GetSurfaceIDFromPixelBuffer"));
 }
 
 TEST(GlobalDoubleBufferedWithoutOpenGL, RendersNothingAndGoesOn)
@@ -180,6 +290,72 @@ TEST_F(GlobalDoubleBuffered, InputsOfManyThreadsComeOneAtATime)
     for (std::size_t y = 0; y < 36; ++y)
         for (std::size_t x = 0; x < 64 * 4; ++x)
             ASSERT_EQ(static_cast<int>(output->baseAddress()[y * output->bytesPerRow() + x]), value);
+}
+
+TEST_F(GlobalDoubleBuffered, ProducersDoNotLoseCountOfTheirPictures)
+{
+    // Without the lock two of them would let go of the same picture.
+    ASSERT_TRUE(renderer.Construct({ 1, 1 }, kCVPixelFormatType_32BGRA));
+    constexpr int threads = 4;
+    std::vector<Ref<CVPixelBuffer>> pictures;
+    for (int i = 0; i < threads; ++i)
+        pictures.push_back(grey(1, 1, i));
+    std::atomic<int> ready = 0;
+    std::vector<std::thread> producers;
+    for (int i = 0; i < threads; ++i)
+        producers.emplace_back([&, i] {
+            for (++ready; ready < threads;)
+                std::this_thread::yield();
+            for (int frame = 0; frame < 5000; ++frame)
+                renderer.SetInputPixelBuffer(pictures[static_cast<std::size_t>(i)]);
+        });
+    for (auto& producer : producers)
+        producer.join();
+    long held = 0;
+    for (const auto& picture : pictures)
+        held += picture->retainCount() - 1;
+    EXPECT_EQ(held, 1) << "the renderer holds the last one";
+}
+
+TEST(UCoreSpinlockMutex, LetsOneThroughAtATime)
+{
+    ZVCMIO::UCoreSpinlockMutex mutex;
+    long count = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 20'000; ++i) {
+                const std::lock_guard lock(mutex);
+                const auto seen = count;
+                if (i % 64 == 0)
+                    std::this_thread::yield();
+                count = seen + 1;
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(count, 80'000);
+}
+
+TEST(UCoreSpinlockMutex, ItsEndWaitsForWhoeverHoldsIt)
+{
+    std::optional<ZVCMIO::UCoreSpinlockMutex> mutex(std::in_place);
+    std::atomic<bool> ending = false;
+    std::atomic<bool> released = false;
+    auto& held = *mutex;
+    held.lock();
+    std::thread end([&] {
+        ending = true;
+        mutex.reset();
+        EXPECT_TRUE(released);
+    });
+    while (!ending)
+        std::this_thread::yield();
+    for (int turn = 0; turn < 10'000; ++turn)
+        std::this_thread::yield();
+    released = true;
+    held.unlock();
+    end.join();
 }
 
 TEST(OSTypeRef, OwnsOneReference)
