@@ -1,6 +1,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/Platform/CoreImage/ReferencePicture.h"
 #include "tests/WithRequirements/LoggedChecks.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
+#include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCapturePixelBufferRendererDoubleBufferedGlobal.h"
 
@@ -18,6 +19,20 @@ Ref<CVPixelBuffer> grey(std::size_t width, std::size_t height, int value)
     return buffer;
 }
 
+const WholeLines whole("AVCapturePixelBufferRenderer.cpp");
+const WholeLines wholeOfTwo("AVCapturePixelBufferRendererDoubleBufferedGlobal.cpp");
+using ReferencePicture::greatestError;
+using ReferencePicture::noise;
+using ReferencePicture::Scaling;
+
+bool isUndrawn(const CVPixelBuffer& buffer)
+{
+    for (std::size_t i = 0; i < buffer.bytesPerRow() * buffer.height(); ++i)
+        if (buffer.baseAddress()[i] != std::byte { 0 })
+            return false;
+    return true;
+}
+
 int firstByte(const Ref<CVPixelBuffer>& buffer)
 {
     return static_cast<int>(buffer->baseAddress()[0]);
@@ -25,23 +40,24 @@ int firstByte(const Ref<CVPixelBuffer>& buffer)
 
 }
 
+using Renderer = AVCapturePixelBufferRenderer;
+using DoubleRenderer = AVCapturePixelBufferRendererDoubleBufferedGlobal;
+
 class PixelBufferRenderer : public testing::Test {
 protected:
     void TearDown() override { FailPoint::disarmAll(); }
-    template <class Renderer> Ref<Renderer> constructed()
+    template <class Kind> Ref<Kind> constructed(CGSize size = { 64, 36 })
     {
-        auto renderer = make<Renderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
+        auto renderer = make<Kind>(size, kCVPixelFormatType_32BGRA);
+        // One of its own: a context tells one delegate.
+        const auto context = make<AVCaptureAcceleratedContext>();
         context->setDelegate(renderer.get());
         context->lazyDelegate();
         return renderer;
     }
     const AutoreleasePool pool;
-    const Ref<AVCaptureAcceleratedContext> context = make<AVCaptureAcceleratedContext>();
     StandardErrorCapture log;
 };
-
-using Renderer = AVCapturePixelBufferRenderer;
-using DoubleRenderer = AVCapturePixelBufferRendererDoubleBufferedGlobal;
 
 TEST_F(PixelBufferRenderer, EachReadIsANewBufferWithTheInputInTheRenderersSize)
 {
@@ -61,33 +77,73 @@ TEST_F(PixelBufferRenderer, EachReadIsANewBufferWithTheInputInTheRenderersSize)
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(PixelBufferRenderer, AnInputOfTheSizeIsCopiedByteForByte)
+class PixelBufferRendererPictures : public PixelBufferRenderer,
+                                    public testing::WithParamInterface<std::tuple<Scaling, bool>> {
+public:
+    static std::string nameOf(const testing::TestParamInfo<ParamType>& instance)
+    {
+        return std::get<0>(instance.param).name() + (std::get<1>(instance.param) ? "Driver" : "Processor");
+    }
+};
+
+TEST_P(PixelBufferRendererPictures, AreWhatTheDefinitionSays)
 {
-    const auto renderer = constructed<Renderer>();
-    const auto input = grey(64, 36, 0);
-    for (std::size_t i = 0; i < 64 * 4; ++i)
-        input->baseAddress()[17 * input->bytesPerRow() + i] = static_cast<std::byte>(i);
-    renderer->setInputPixelBuffer(input);
-    const auto output = renderer->copyOutputPixelBuffer();
-    for (std::size_t y = 0; y < 36; ++y)
-        EXPECT_EQ(std::memcmp(input->baseAddress() + y * input->bytesPerRow(),
-                      output->baseAddress() + y * output->bytesPerRow(), 64 * 4),
-            0);
+    const auto& [scaling, usesOpenGL] = GetParam();
+    if (usesOpenGL)
+        FailPoint::arm("CIContext.rendersWithTheProcessor");
+    const CGSize size { static_cast<CGFloat>(scaling.width), static_cast<CGFloat>(scaling.height) };
+    const auto input = noise(scaling.sourceWidth, scaling.sourceHeight);
+    const bool isCopy = scaling.sourceWidth == scaling.width && scaling.sourceHeight == scaling.height;
+    const auto plain = constructed<Renderer>(size);
+    plain->setInputPixelBuffer(input);
+    EXPECT_LE(greatestError(*input, *plain->copyOutputPixelBuffer()), isCopy ? 0 : 2);
+    // Its end writes a line.
+    const auto twice = constructed<DoubleRenderer>(size);
+    twice->setInputPixelBuffer(input);
+    for (int frame = 0; frame < 2; ++frame) {
+        twice->setInputPixelBuffer(input);
+        EXPECT_LE(greatestError(*input, *twice->copyOutputPixelBuffer()), isCopy ? 0 : 2);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, PixelBufferRendererPictures,
+    testing::Combine(
+        testing::Values(Scaling { 480, 270, 320, 180 }, Scaling { 160, 120, 320, 180 }, Scaling { 320, 180, 320, 180 },
+            Scaling { 1, 1, 1, 1 }, Scaling { 1, 1, 7, 5 }, Scaling { 33, 21, 1, 1 }, Scaling { 317, 203, 101, 33 },
+            Scaling { 4099, 5, 64, 3 }, Scaling { 3, 3, 5, 4099 }),
+        testing::Bool()),
+    PixelBufferRendererPictures::nameOf);
+
+TEST_F(PixelBufferRenderer, ThePickersAndTheCamerasPicturesAreWhatTheDefinitionSays)
+{
+    const auto thumbnail = constructed<Renderer>({ 640, 360 });
+    const auto camera = constructed<Renderer>({ 1280, 720 });
+    for (const auto& [width, height] : { std::pair { 1280, 720 }, std::pair { 1920, 1080 }, std::pair { 640, 480 } }) {
+        const auto input = noise(width, height);
+        for (const auto& renderer : { thumbnail, camera }) {
+            renderer->setInputPixelBuffer(input);
+            EXPECT_LE(greatestError(*input, *renderer->copyOutputPixelBuffer()), 2.0) << width;
+        }
+    }
 }
 
 TEST_F(PixelBufferRenderer, WithoutAnInputTheNewBufferIsUndrawnAndALineSaysSo)
 {
     const auto renderer = constructed<Renderer>();
-    EXPECT_TRUE(renderer->copyOutputPixelBuffer());
-    EXPECT_EQ(reports(log.text(), "inputPixelBufferRetainedCopy"), 1);
+    const auto output = renderer->copyOutputPixelBuffer();
+    ASSERT_TRUE(output);
+    EXPECT_TRUE(isUndrawn(*output));
+    EXPECT_EQ(linesOf(log), whole.type("inputPixelBufferRetainedCopy", "copyOutputPixelBuffer"));
 }
 
 TEST_F(PixelBufferRenderer, BeforeThereIsAContextTheNewBufferIsUndrawnWithoutALine)
 {
     const auto renderer = make<Renderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
     renderer->setInputPixelBuffer(grey(64, 36, 5).get());
-    EXPECT_TRUE(renderer->copyOutputPixelBuffer());
-    EXPECT_EQ(log.text(), "");
+    const auto output = renderer->copyOutputPixelBuffer();
+    ASSERT_TRUE(output);
+    EXPECT_TRUE(isUndrawn(*output));
+    EXPECT_EQ(linesOf(log), "");
 }
 
 TEST_F(PixelBufferRenderer, ABufferThatCannotBeHadIsReported)
@@ -95,7 +151,11 @@ TEST_F(PixelBufferRenderer, ABufferThatCannotBeHadIsReported)
     const auto renderer = constructed<Renderer>();
     const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnAllocationFailed);
     EXPECT_FALSE(renderer->copyOutputPixelBuffer());
-    EXPECT_NE(log.text().find("kCVReturnAllocationFailed"), std::string::npos);
+    EXPECT_EQ(linesOf(log),
+        whole.source("REQUIRED_CVRETURN FAILED: kCVReturnAllocationFailed (-6662)",
+            "CVPixelBufferCreate(kCFAllocatorDefault, _rendererDimensions.width, _rendererDimensions.height, "
+            "_rendererPixelFormat, self.pixelBufferAttributes, &copyOutputPixelBuffer)",
+            "copyOutputPixelBuffer"));
 }
 
 TEST_F(PixelBufferRenderer, WhatIsMissingForARenderIsReported)
@@ -105,9 +165,10 @@ TEST_F(PixelBufferRenderer, WhatIsMissingForARenderIsReported)
     renderer->renderInputPixelBuffer_destinationPixelBuffer(nullptr, input);
     renderer->renderInputPixelBuffer_destinationPixelBuffer(input, nullptr);
     renderer->renderInputPixelBuffer_destinationPixelBuffer(input, input);
-    const auto text = log.text();
-    for (const char* source : { "inputBuffer", "renderBuffer", "renderSurface" })
-        EXPECT_EQ(reports(text, source), 1) << source;
+    const std::string function = "renderInputPixelBuffer_destinationPixelBuffer";
+    EXPECT_EQ(linesOf(log),
+        whole.type("inputBuffer", function) + whole.type("renderBuffer", function)
+            + whole.type("renderSurface", function));
 }
 
 TEST_F(PixelBufferRenderer, AttributesAskForASurface)
@@ -166,9 +227,23 @@ TEST_F(PixelBufferRenderer, ANullInputIsReportedAndDoesNotCount)
     renderer->setutputPixelBufferA(nullptr);
     renderer->setInputPixelBuffer(grey(4, 4, 4).get());
     EXPECT_EQ(renderer->frameNumber(), 0U);
-    const auto text = log.text();
-    EXPECT_EQ(reports(text, "inputPixelBufferRetainedCopy"), 1);
-    EXPECT_EQ(reports(text, "outputPixelBufferRetainedCopy"), 1);
+    EXPECT_EQ(linesOf(log),
+        wholeOfTwo.type("inputPixelBufferRetainedCopy", "inputPixelBufferChanged")
+            + wholeOfTwo.type("outputPixelBufferRetainedCopy", "inputPixelBufferChanged"));
+}
+
+TEST_F(PixelBufferRenderer, AnInputReleasesTheOneBeforeIt)
+{
+    const auto renderer = constructed<DoubleRenderer>();
+    const auto first = grey(8, 8, 1);
+    const auto second = grey(8, 8, 2);
+    renderer->setInputPixelBuffer(first);
+    EXPECT_EQ(first->retainCount(), 2);
+    renderer->setInputPixelBuffer(second);
+    EXPECT_EQ(first->retainCount(), 1);
+    EXPECT_EQ(second->retainCount(), 2);
+    EXPECT_EQ(renderer->outputPixelBufferA()->retainCount(), 1);
+    EXPECT_EQ(renderer->outputPixelBufferB()->retainCount(), 1);
 }
 
 TEST_F(PixelBufferRenderer, AFailureOfTheFirstSurfaceDoesNotKeepTheSecondFromBeingMade)
@@ -177,10 +252,13 @@ TEST_F(PixelBufferRenderer, AFailureOfTheFirstSurfaceDoesNotKeepTheSecondFromBei
     const auto renderer = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
     EXPECT_EQ(renderer->outputPixelBufferA(), nullptr);
     EXPECT_NE(renderer->outputPixelBufferB(), nullptr);
-    const auto text = log.text();
-    EXPECT_EQ(reports(text, "_outputPixelBufferA"), 1);
-    EXPECT_EQ(reports(text, "self.outputPixelBufferA"), 1);
-    EXPECT_EQ(reports(text, "_outputPixelBufferB"), 0);
+    const std::string function = "_createPixelBuffers";
+    EXPECT_EQ(linesOf(log),
+        wholeOfTwo.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
+            "CVPixelBufferCreate(kCFAllocatorDefault, self.rendererDimensions.width, self.rendererDimensions.height, "
+            "self.rendererPixelFormat, self.pixelBufferAttributes, &_outputPixelBufferA)",
+            function)
+            + wholeOfTwo.type("_outputPixelBufferA", function) + wholeOfTwo.type("self.outputPixelBufferA", function));
 }
 
 TEST_F(PixelBufferRenderer, ItsSettersLackALetterWhichItsEndFinds)
