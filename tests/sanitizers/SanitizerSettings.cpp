@@ -48,7 +48,8 @@ const char* __tsan_default_suppressions()
            "race:libQt6Core.so\n"
            "race:libQt6Gui.so\n"
            "race:libQt6Qml.so\n"
-           "race:libQt6Quick.so\n";
+           "race:libQt6Quick.so\n"
+           "race:swrast_dri.so\n";
 }
 
 } // extern "C"
