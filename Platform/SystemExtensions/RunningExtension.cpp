@@ -2,6 +2,7 @@
 
 #include "Platform/CoreMediaIO/PeerProcess.h"
 
+#include <algorithm>
 #include <array>
 
 #include <poll.h>
@@ -13,6 +14,8 @@ namespace {
 
 /// What an extension that runs already gets to answer in.
 constexpr std::chrono::milliseconds answerLimit { 1000 };
+/// What the system gets to take down a process that is killed, on a busy machine.
+constexpr std::chrono::milliseconds timeToDie { 5000 };
 
 class Deadline {
 public:
@@ -86,7 +89,7 @@ bool RunningExtension::end(std::chrono::milliseconds limit)
     if (mSocket.send(encode(Quit {})) && process.waitForEnd(limit))
         return true;
     process.kill();
-    return process.waitForEnd(limit);
+    return process.waitForEnd(std::max(limit, timeToDie));
 }
 
 void RunningExtension::removeFiles()

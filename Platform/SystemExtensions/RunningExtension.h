@@ -14,8 +14,8 @@ public:
     const std::string& identifier() const { return mWelcome.bundleIdentifier; }
     const std::string& version() const { return mWelcome.bundleVersion; }
 
-    /// Asks it to end, and makes it when it does not.
-    /// \return whether it has ended within \p limit
+    /// Asks it to end, and makes it when it has not within \p limit.
+    /// \return whether it has ended
     bool end(std::chrono::milliseconds limit);
 
     /// Removes what an extension leaves in the runtime folder.

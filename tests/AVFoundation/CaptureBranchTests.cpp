@@ -85,6 +85,8 @@ protected:
             for (auto* const each : delivering)
                 each->deliver();
             session->waitUntilSettled();
+            // The next picture would be late for a delegate that is still busy with this one.
+            dispatch_sync(queue, [] {});
             DispatchMain::drain();
         }
     }

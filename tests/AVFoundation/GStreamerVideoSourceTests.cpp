@@ -285,11 +285,14 @@ TEST_F(GStreamerVideoSourceTest, EveryPictureKeepsTheTimeAtWhichItWasTaken)
         camera->interval = std::chrono::milliseconds(milliseconds);
         ASSERT_TRUE(take(milliseconds == 0 ? 0 : 3'000'000));
     }
-    for (std::size_t index = 1; index < taken.size(); ++index)
+    std::int64_t longest = 0;
+    for (std::size_t index = 1; index < taken.size(); ++index) {
         EXPECT_NEAR(static_cast<double>(sink.times[index]), static_cast<double>(taken[index]), 1'000'000) << index;
+        longest = std::max(longest, taken[index] - taken[index - 1]);
+    }
     // The clock says how long they stand, about, and not the caps.
     EXPECT_GT(sink.lastDuration, 45'000'000);
-    EXPECT_LT(sink.lastDuration, 120'000'000);
+    EXPECT_LT(sink.lastDuration, longest);
 }
 
 TEST_F(GStreamerVideoSourceTest, ASlowCameraDeliversWhatItHasAndNoMore)
