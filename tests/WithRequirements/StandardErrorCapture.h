@@ -59,3 +59,9 @@ inline std::string withoutLineNumbers(const std::string& text)
 {
     return std::regex_replace(text, std::regex("(\\.cpp:|LINE# )[0-9]+"), "$1N");
 }
+
+/// The text without the date, the program and the thread that `NSLog` writes before each of its lines.
+inline std::string withoutNSLogPrefixes(const std::string& text)
+{
+    return std::regex_replace(text, std::regex("(^|\n)[0-9-]+ [0-9:.]+ [^\n]*\\[[0-9:]+\\] "), "$1");
+}

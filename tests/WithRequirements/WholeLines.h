@@ -24,7 +24,11 @@ public:
     {
         return "REQUIRED_NOT_NULL 0x00000000==NULL : " + text + " in " + function + " LINE# N (" + mFile + ")\n\n";
     }
-    /// A condition, or a status with its beginning as \p kind.
+    std::string condition(const std::string& text, const std::string& function) const
+    {
+        return "REQUIREMENT - SRC>>" + text + " in " + mFile + ":N (" + function + ")\n";
+    }
+    /// A status, with its beginning as \p kind.
     std::string source(const std::string& kind, const std::string& text, const std::string& function) const
     {
         return kind + " - SRC>>" + text + " in " + function + ":N (" + mFile + ")\n";

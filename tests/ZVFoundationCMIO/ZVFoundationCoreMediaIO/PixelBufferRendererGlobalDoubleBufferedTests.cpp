@@ -1,7 +1,6 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "tests/Platform/CoreImage/ReferencePicture.h"
-#include "tests/WithRequirements/LoggedChecks.h"
-#include "tests/WithRequirements/WholeLines.h"
+#include "tests/ZVFoundationCMIO/ZVFoundationCoreMediaIO/AcceleratedContextLines.h"
 #include "ZVFoundationCMIO/ZVFoundationCoreMediaIO/PixelBufferRendererGlobalDoubleBuffered.h"
 
 #include <algorithm>
@@ -33,6 +32,23 @@ using ReferencePicture::Scaling;
 struct OpenRenderer : Renderer {
     using Renderer::acceleratedCIContext;
 };
+
+/// A surface that cannot be had.
+std::string creationFailed(const std::string& which)
+{
+    return whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
+               "CVPixelBufferCreate(kCFAllocatorDefault, mRendererDimensions.width, mRendererDimensions.height, "
+               "mRendererPixelFormat, mRendererPixelBufferProperties.get_object(), &outputPixelBuffer"
+                   + which + ")",
+               "CreatePixelBuffers")
+        + whole.type("outputPixelBuffer" + which, "CreatePixelBuffers");
+}
+
+/// A surface that is not there in the end.
+std::string missing(const std::string& which)
+{
+    return whole.type("mOutputPixelBuffer" + which + ".get_object()", "CreatePixelBuffers");
+}
 
 int firstByte(const Ref<CVPixelBuffer>& buffer)
 {
@@ -66,10 +82,7 @@ TEST_F(GlobalDoubleBuffered, HasNothingBeforeItIsConstructed)
     }
     StandardErrorCapture log;
     EXPECT_FALSE(renderer.CreatePixelBuffers());
-    EXPECT_EQ(linesOf(log),
-        whole.type("pixelBufferProperties", "CreatePixelBuffers")
-            + whole.type("mOutputPixelBufferA.get_object()", "CreatePixelBuffers")
-            + whole.type("mOutputPixelBufferB.get_object()", "CreatePixelBuffers"));
+    EXPECT_EQ(linesOf(log), whole.type("pixelBufferProperties", "CreatePixelBuffers") + missing("A") + missing("B"));
 }
 
 TEST_F(GlobalDoubleBuffered, OnceItIsConstructedAReaderGetsTheEmptyFirstSurface)
@@ -179,16 +192,21 @@ TEST_F(GlobalDoubleBuffered, ConstructingAgainBeginsAgain)
     EXPECT_EQ(renderer.CopyOutputPixelBuffer()->width(), 16U);
 }
 
-TEST_F(GlobalDoubleBuffered, TheAttributesAskForGlobalSurfacesOfTheSize)
+TEST_F(GlobalDoubleBuffered, TheAttributesAreFiveWithTheSurfacesOwnAmongThem)
 {
+    const auto expectSurface = [](const Ref<CFDictionary>& attributes, CFDictionary* surface) {
+        EXPECT_TRUE(CFEqual(attributes.get(),
+            CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(0x42475241).get() },
+                                     { kCVPixelBufferWidthKey, CFNumber::create(64.0).get() },
+                                     { kCVPixelBufferHeightKey, CFNumber::create(36.0).get() },
+                                     { kCVPixelBufferMetalCompatibilityKey, kCFBooleanTrue },
+                                     { kCVPixelBufferIOSurfacePropertiesKey, surface } })
+                .get()));
+    };
     ASSERT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
-    const auto attributes = renderer.CopyPixelBufferAttributesWithSurfaceProperties(nullptr);
-    EXPECT_EQ(attributes->count(), 5U);
-    EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferPixelFormatTypeKey)->integerValue(), 0x42475241);
-    EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferWidthKey)->doubleValue(), 64);
-    EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferHeightKey)->doubleValue(), 36);
-    EXPECT_EQ(attributes->objectForKey(kCVPixelBufferMetalCompatibilityKey), kCFBooleanTrue);
-    EXPECT_EQ(attributes->get<CFDictionary>(kCVPixelBufferIOSurfacePropertiesKey)->count(), 0U);
+    expectSurface(renderer.CopyPixelBufferAttributesWithSurfaceProperties(nullptr), CFDictionary::create().get());
+    const auto global = CFDictionary::create({ { kIOSurfaceIsGlobal, kCFBooleanTrue } });
+    expectSurface(renderer.CopyPixelBufferAttributesWithSurfaceProperties(global), global);
 }
 
 TEST_F(GlobalDoubleBuffered, ANullInputIsReportedAndDoesNotCount)
@@ -206,20 +224,7 @@ TEST_F(GlobalDoubleBuffered, SurfacesThatCannotBeHadAreReportedForEachFrame)
         StandardErrorCapture log;
         const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnError);
         EXPECT_FALSE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
-        const std::string function = "CreatePixelBuffers";
-        const auto creation = [&](const std::string& name) {
-            return whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
-                       "CVPixelBufferCreate(kCFAllocatorDefault, mRendererDimensions.width, "
-                       "mRendererDimensions.height, mRendererPixelFormat, "
-                       "mRendererPixelBufferProperties.get_object(), &"
-                           + name + ")",
-                       function)
-                + whole.type(name, function);
-        };
-        EXPECT_EQ(linesOf(log),
-            creation("outputPixelBufferA") + creation("outputPixelBufferB")
-                + whole.type("mOutputPixelBufferA.get_object()", function)
-                + whole.type("mOutputPixelBufferB.get_object()", function));
+        EXPECT_EQ(linesOf(log), creationFailed("A") + creationFailed("B") + missing("A") + missing("B"));
     }
     EXPECT_TRUE(renderer.IsConstructed());
     StandardErrorCapture log;
@@ -231,12 +236,50 @@ TEST_F(GlobalDoubleBuffered, SurfacesThatCannotBeHadAreReportedForEachFrame)
     EXPECT_EQ(linesOf(log), line + line + line);
 }
 
-TEST_F(GlobalDoubleBuffered, AFailureOfTheFirstSurfaceDoesNotKeepTheSecondFromBeingMade)
+TEST_F(GlobalDoubleBuffered, AFailureOfOneSurfaceDoesNotKeepTheOtherFromBeingMade)
 {
-    FailPoint::arm("CVPixelBufferCreate", kCVReturnError, 0, 1);
+    {
+        const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnError, 0, 1);
+        StandardErrorCapture log;
+        EXPECT_FALSE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
+        EXPECT_FALSE(renderer.CopyOutputPixelBuffer());
+        EXPECT_NE(renderer.GetSurfaceIDOutputPixelBufferB(), 0xFFFFFFFFU);
+        EXPECT_EQ(linesOf(log), creationFailed("A") + missing("A"));
+    }
+    Renderer other;
+    const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnError, 1, 1);
+    StandardErrorCapture log;
+    EXPECT_FALSE(other.Construct(size, kCVPixelFormatType_32BGRA));
+    EXPECT_TRUE(other.CopyOutputPixelBuffer());
+    EXPECT_EQ(linesOf(log), creationFailed("B") + missing("B"));
+}
+
+TEST_F(GlobalDoubleBuffered, ASuccessThatBringsNoSurfaceIsReportedToo)
+{
+    const FailPoint::Scope nothing("CVPixelBufferCreate", kCVReturnSuccess);
+    StandardErrorCapture log;
     EXPECT_FALSE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
-    EXPECT_FALSE(renderer.CopyOutputPixelBuffer());
-    EXPECT_NE(renderer.GetSurfaceIDOutputPixelBufferB(), 0xFFFFFFFFU);
+    EXPECT_EQ(linesOf(log),
+        whole.type("outputPixelBufferA", "CreatePixelBuffers") + whole.type("outputPixelBufferB", "CreatePixelBuffers")
+            + missing("A") + missing("B"));
+}
+
+TEST_F(GlobalDoubleBuffered, ARenderThatFailsCountsAndLeavesTheOldPicture)
+{
+    FailPoint::arm("CIContext.rendersWithTheProcessor");
+    ASSERT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
+    for (const int value : { 10, 20 })
+        renderer.SetInputPixelBuffer(grey(96, 54, value).get());
+    const FailPoint::Scope fails("CIContext.render");
+    StandardErrorCapture log;
+    renderer.SetInputPixelBuffer(grey(96, 54, 30).get());
+    EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 1U);
+    EXPECT_EQ(firstByte(renderer.CopyOutputPixelBuffer()), 10);
+    renderer.SetInputPixelBuffer(grey(96, 54, 40).get());
+    EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 0U);
+    EXPECT_EQ(firstByte(renderer.CopyOutputPixelBuffer()), 20);
+    const std::string line = "A picture could not be rendered: the graphics driver failed.\n";
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()), line + line);
 }
 
 TEST_F(GlobalDoubleBuffered, WhatIsMissingForARenderIsReported)
@@ -254,42 +297,60 @@ TEST_F(GlobalDoubleBuffered, WhatIsMissingForARenderIsReported)
             + whole.type("renderSurface", function) + whole.type("bufferSurface", "GetSurfaceIDFromPixelBuffer"));
 }
 
-TEST(GlobalDoubleBufferedWithoutOpenGL, RendersNothingAndGoesOn)
+TEST(GlobalDoubleBufferedWithoutOpenGL, SaysSoForEachContextThenRendersNothingAndGoesOn)
 {
     const AutoreleasePool pool;
     const FailPoint::Scope none("GLContextCreate");
+    const auto lines = [](const std::string& function) {
+        return AcceleratedContextLines::withoutOpenGL()
+            + AcceleratedContextLines::whole.notNull("mCGLPixelFormat", "IsValid")
+            + whole.condition("mAcceleratedCIContext->IsValid()", function);
+    };
     StandardErrorCapture log;
     {
         Renderer renderer;
         EXPECT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
         renderer.SetInputPixelBuffer(grey(4, 4, 4).get());
-        EXPECT_TRUE(renderer.CopyOutputPixelBuffer());
+        EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 1U);
+        EXPECT_EQ(firstByte(renderer.CopyOutputPixelBuffer()), 0);
+        EXPECT_FALSE(renderer.RenderInputPixelBufferToDestinationPixelBuffer(
+            grey(4, 4, 4).get(), renderer.CopyOutputPixelBuffer().get()));
     }
-    EXPECT_EQ(reports(log.text(), "SRC>>mAcceleratedCIContext->IsValid()"), 2);
+    EXPECT_EQ(linesOf(log), lines("PixelBufferRendererGlobalDoubleBuffered") + lines("Construct"));
 }
 
-TEST_F(GlobalDoubleBuffered, InputsOfManyThreadsComeOneAtATime)
+TEST(GlobalDoubleBufferedWithoutOpenGL, AMissingImageContextAloneIsNotValid)
+{
+    const AutoreleasePool pool;
+    const FailPoint::Scope none("CIContext.contextWithCGLContext:pixelFormat:colorSpace:options:");
+    StandardErrorCapture log;
+    const Renderer renderer;
+    EXPECT_EQ(
+        linesOf(log), whole.condition("mAcceleratedCIContext->IsValid()", "PixelBufferRendererGlobalDoubleBuffered"));
+}
+
+TEST_F(GlobalDoubleBuffered, ASecondInputWaitsUntilTheFirstIsRendered)
 {
     ASSERT_TRUE(renderer.Construct(size, kCVPixelFormatType_32BGRA));
-    constexpr int threads = 4;
-    constexpr int frames = 50;
-    std::vector<std::thread> producers;
-    for (int i = 0; i < threads; ++i)
-        producers.emplace_back([&, i] {
-            const auto picture = grey(96, 54, i + 1);
-            for (int frame = 0; frame < frames; ++frame)
-                renderer.SetInputPixelBuffer(picture);
-        });
-    for (auto& producer : producers)
-        producer.join();
-    EXPECT_EQ(renderer.GetRenderedSurfaceNumber(), 0U);
-    // Each picture is whole: of one producer.
-    const auto output = renderer.CopyOutputPixelBuffer();
-    const int value = firstByte(output);
-    EXPECT_GE(value, 1);
-    for (std::size_t y = 0; y < 36; ++y)
-        for (std::size_t x = 0; x < 64 * 4; ++x)
-            ASSERT_EQ(static_cast<int>(output->baseAddress()[y * output->bytesPerRow() + x]), value);
+    // Large, so that the second comes while it is being rendered. Whoever lets go of it last is noted.
+    std::thread::id lastHolder;
+    std::shared_ptr<void> ticket(nullptr, [&](void*) { lastHolder = std::this_thread::get_id(); });
+    auto first = make<CVPixelBuffer>(
+        IOSurface::create(2560, 1440, kCVPixelFormatType_32BGRA, 4, nullptr), std::exchange(ticket, nullptr));
+    auto* const input = first.get();
+    const auto second = grey(64, 36, 20);
+    std::thread::id secondProducer;
+    std::thread producer([&] {
+        secondProducer = std::this_thread::get_id();
+        while (renderer.GetRenderedSurfaceNumber() == 0)
+            std::this_thread::yield();
+        first = nullptr;
+        renderer.SetInputPixelBuffer(second);
+    });
+    renderer.SetInputPixelBuffer(input);
+    producer.join();
+    EXPECT_EQ(lastHolder, secondProducer) << "the first was still in use when the second took its place";
+    EXPECT_EQ(firstByte(renderer.CopyOutputPixelBuffer()), 20);
 }
 
 TEST_F(GlobalDoubleBuffered, ProducersDoNotLoseCountOfTheirPictures)
