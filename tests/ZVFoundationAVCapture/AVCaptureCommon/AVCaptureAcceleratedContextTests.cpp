@@ -1,6 +1,5 @@
 #include "Platform/CoreFoundation/FailPoint.h"
-#include "tests/WithRequirements/LoggedChecks.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
+#include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +34,8 @@ public:
 
 NS_IMPLEMENTATION(OtherDelegate, NSObject) { }
 
+const WholeLines whole("AVCaptureAcceleratedContext.cpp");
+
 }
 
 class AcceleratedContext : public testing::Test {
@@ -45,11 +46,24 @@ protected:
 
 TEST_F(AcceleratedContext, WithoutADelegateNothingIsMade)
 {
+    StandardErrorCapture log;
     const auto context = make<AVCaptureAcceleratedContext>();
     EXPECT_EQ(context->lazyDelegate(), nullptr);
     EXPECT_EQ(context->rendererCIContext(), nullptr);
     context->awakeFromNib();
     EXPECT_EQ(context->rendererCIContext(), nullptr);
+    EXPECT_TRUE(kindOf<CGColorSpace>(context->rendererColorSpace()));
+    EXPECT_TRUE(context->openGLContext());
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(AcceleratedContext, AnswersWhatItMustAndNotWhatItMay)
+{
+    const auto context = make<AVCaptureAcceleratedContext>();
+    for (const char* const message : { "rendererColorSpace", "rendererCIContext", "delegate", "setDelegate:" })
+        EXPECT_TRUE(context->respondsToSelector(message)) << message;
+    for (const char* const message : { "rendererGLContext", "rendererGLPixelFormat" })
+        EXPECT_FALSE(context->respondsToSelector(message)) << message;
 }
 
 TEST_F(AcceleratedContext, TheDelegateIsToldOnceOfAContextThatExists)
@@ -90,40 +104,76 @@ TEST_F(AcceleratedContext, ADelegateWithoutTheCallIsReportedEachTime)
     StandardErrorCapture log;
     EXPECT_EQ(context->lazyDelegate(), delegate);
     context->lazyDelegate();
-    EXPECT_EQ(reports(log.text(),
-                  "SRC>>[lazyDelegate respondsToSelector:@selector(constructRendererWithAcceleratedContext:)]"),
-        2);
+    const auto line = whole.condition(
+        "[lazyDelegate respondsToSelector:@selector(constructRendererWithAcceleratedContext:)]", "lazyDelegate");
+    EXPECT_EQ(linesOf(log), line + line);
+    EXPECT_TRUE(context->rendererCIContext());
+    EXPECT_FALSE(context->delegateConstructed());
 }
 
-TEST_F(AcceleratedContext, WithoutASpaceOrAFormatThereIsNoImageContext)
+TEST_F(AcceleratedContext, WithoutASpaceEachNeedOfTheImageContextSaysSo)
+{
+    const FailPoint::Scope fails("CGColorSpaceCreateWithName");
+    const auto delegate = make<ContextDelegate>();
+    StandardErrorCapture log;
+    const auto context = make<AVCaptureAcceleratedContext>();
+    context->setDelegate(delegate);
+    EXPECT_EQ(context->lazyDelegate(), delegate);
+    context->awakeFromNib();
+    EXPECT_EQ(linesOf(log),
+        whole.type("self.rendererColorSpace", "init") + whole.type("self.rendererColorSpace", "lazyDelegate")
+            + whole.type("self.rendererColorSpace", "lazyDelegate"));
+    EXPECT_EQ(context->rendererCIContext(), nullptr);
+    EXPECT_EQ(delegate->asked, 0);
+}
+
+TEST_F(AcceleratedContext, WithoutAFormatOrAContextNothingIsMadeAndNothingSaid)
 {
     const auto delegate = make<ContextDelegate>();
-    {
+    for (const char* const point :
+        { "NSOpenGLPixelFormat.initWithAttributes:", "CGLChoosePixelFormat", "CGLCreateContext", "GLContextCreate" }) {
+        const FailPoint::Scope fails(point);
         StandardErrorCapture log;
-        const FailPoint::Scope fails("CGColorSpaceCreateWithName");
-        const auto context = make<AVCaptureAcceleratedContext>();
-        context->setDelegate(delegate);
-        EXPECT_EQ(context->lazyDelegate(), delegate);
-        EXPECT_EQ(reports(log.text(), "self.rendererColorSpace"), 2);
-    }
-    {
-        StandardErrorCapture log;
-        const FailPoint::Scope fails("NSOpenGLPixelFormat.initWithAttributes:");
         const auto context = make<AVCaptureAcceleratedContext>();
         context->setDelegate(delegate);
         context->awakeFromNib();
-        EXPECT_EQ(context->openGLPixelFormat(), nullptr);
-        EXPECT_EQ(context->openGLContext(), nullptr);
-        EXPECT_EQ(context->lazyDelegate(), delegate);
-        EXPECT_EQ(context->CIContextWithCGLContext(nullptr), nullptr);
-        EXPECT_EQ(reports(log.text(), "CGLContextObj"), 1);
+        EXPECT_EQ(context->openGLPixelFormat() != nullptr, std::string_view(point) == "CGLCreateContext") << point;
+        EXPECT_EQ(context->openGLContext(), nullptr) << point;
+        EXPECT_EQ(context->lazyDelegate(), delegate) << point;
+        EXPECT_EQ(context->rendererCIContext(), nullptr) << point;
+        EXPECT_EQ(log.text(), "") << point;
     }
     EXPECT_EQ(delegate->asked, 0);
 }
 
+TEST_F(AcceleratedContext, NoImageContextIsMadeOfNothing)
+{
+    const auto context = make<AVCaptureAcceleratedContext>();
+    StandardErrorCapture log;
+    EXPECT_EQ(context->CIContextWithCGLContext(nullptr), nullptr);
+    EXPECT_EQ(linesOf(log), whole.notNull("CGLContextObj", "CIContextWithCGLContext"));
+}
+
+TEST_F(AcceleratedContext, AnImageContextThatTheHostDoesNotMakeIsTriedAgainWithoutALine)
+{
+    const auto context = make<AVCaptureAcceleratedContext>();
+    const auto delegate = make<ContextDelegate>();
+    context->setDelegate(delegate);
+    StandardErrorCapture log;
+    {
+        const FailPoint::Scope none("CIContext.contextWithCGLContext:pixelFormat:colorSpace:options:");
+        EXPECT_EQ(context->lazyDelegate(), delegate);
+        EXPECT_EQ(context->rendererCIContext(), nullptr);
+        EXPECT_EQ(delegate->asked, 0);
+    }
+    context->lazyDelegate();
+    EXPECT_EQ(delegate->asked, 1);
+    EXPECT_TRUE(delegate->hadImageContext);
+    EXPECT_EQ(log.text(), "");
+}
+
 TEST_F(AcceleratedContext, NothingIsCachedBetweenRenders)
 {
-    auto* const options = AVCaptureAcceleratedContext::CIContextOptionsDictionary();
-    EXPECT_EQ(options->count(), 1U);
-    EXPECT_EQ(options->objectForKey(kCIContextCacheIntermediates), kCFBooleanFalse);
+    EXPECT_TRUE(CFEqual(AVCaptureAcceleratedContext::CIContextOptionsDictionary(),
+        CFDictionary::create({ { kCIContextCacheIntermediates, kCFBooleanFalse } }).get()));
 }

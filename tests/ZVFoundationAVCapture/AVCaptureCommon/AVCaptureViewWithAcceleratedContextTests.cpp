@@ -3,7 +3,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/dispatch/dispatch.h"
 #include "Platform/OpenGL/GLNames.h"
-#include "tests/WithRequirements/StandardErrorCapture.h"
+#include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCapturePixelBufferRenderer.h"
 
@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <regex>
 
 namespace {
 
@@ -115,11 +114,7 @@ void expectDrawn(CALayer* layer, std::size_t width, std::size_t height)
             ASSERT_EQ(pixelAt(*picture, x, y), y < height - height / 2 ? red : green) << x << ", " << y;
 }
 
-/// `NSLog` writes the date, the program and the thread before its text.
-std::string withoutPrefixes(const std::string& log)
-{
-    return std::regex_replace(log, std::regex("(^|\n)[0-9-]+ [0-9:.]+ [^\n]*\\[[0-9:]+\\] "), "$1");
-}
+const WholeLines whole("AVCaptureViewWithAcceleratedContext.cpp");
 
 class ViewWithAcceleratedContext : public testing::Test {
 protected:
@@ -127,6 +122,17 @@ protected:
     {
         FailPoint::disarmAll();
         DispatchMain::drain();
+    }
+    /// That a view makes no image context for its delegate, which is not told of one, and logs \p lines.
+    void expectNoImageContext(const std::string& lines)
+    {
+        const auto view = make<AVCaptureViewWithAcceleratedContext>(NSMakeRect(0, 0, 4, 4));
+        view->setDelegate(delegate);
+        StandardErrorCapture log;
+        EXPECT_EQ(view->lazyDelegate(), delegate);
+        EXPECT_EQ(linesOf(log), lines);
+        EXPECT_EQ(view->rendererCIContext(), nullptr);
+        EXPECT_THAT(delegate->calls, testing::IsEmpty());
     }
     const AutoreleasePool pool;
     const Ref<DrawingDelegate> delegate = make<DrawingDelegate>();
@@ -164,7 +170,7 @@ TEST_F(ViewWithAcceleratedContext, WithoutSuchAFormatEachViewSaysSoOnceAndTakesT
         EXPECT_EQ(view->pixelFormat()->CGLPixelFormatObj()->properties().samples, 0);
         EXPECT_EQ(view->pixelFormat()->CGLPixelFormatObj()->properties().depthSize, 16);
     }
-    EXPECT_EQ(withoutPrefixes(log.text()),
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()),
         "Couldn't find an FSAA pixel format, trying something more basic\n"
         "Couldn't find an FSAA pixel format, trying something more basic\n");
 }
@@ -184,7 +190,7 @@ TEST_F(ViewWithAcceleratedContext, WithoutAnyFormatItDrawsNothing)
     view->prepareOpenGL();
     EXPECT_THAT(delegate->calls, testing::IsEmpty());
     EXPECT_EQ(view->layer()->contents(), nullptr);
-    EXPECT_EQ(withoutPrefixes(log.text()), "Couldn't find an FSAA pixel format, trying something more basic\n");
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()), "Couldn't find an FSAA pixel format, trying something more basic\n");
 }
 
 TEST_F(ViewWithAcceleratedContext, WithoutADelegateNothingIsMadeAndAnEmptyPictureShows)
@@ -308,30 +314,19 @@ TEST_F(ViewWithAcceleratedContext, ARendererTakesTheViewsImageContext)
 
 TEST_F(ViewWithAcceleratedContext, WithoutACurrentContextThereIsNoImageContext)
 {
-    const auto view = make<AVCaptureViewWithAcceleratedContext>(NSMakeRect(0, 0, 4, 4));
-    view->setDelegate(delegate);
-    StandardErrorCapture log;
-    EXPECT_EQ(view->lazyDelegate(), delegate);
-    EXPECT_EQ(withoutLineNumbers(log.text()),
-        "REQUIRED_NOT_NULL 0x00000000==NULL : cglContext in defaultCIContextWithColorSpace LINE# N "
-        "(AVCaptureViewWithAcceleratedContext.cpp)\n\n");
-    EXPECT_EQ(view->rendererCIContext(), nullptr);
-    EXPECT_THAT(delegate->calls, testing::IsEmpty());
+    expectNoImageContext(whole.notNull("cglContext", "defaultCIContextWithColorSpace"));
 }
 
 TEST_F(ViewWithAcceleratedContext, WithoutASpaceThereIsNoImageContext)
 {
-    const auto view = make<AVCaptureViewWithAcceleratedContext>(NSMakeRect(0, 0, 4, 4));
-    view->setDelegate(delegate);
-    CGLSetCurrentContext(view->openGLContext()->CGLContextObj());
+    Ref<CGLPixelFormat> format;
+    const CGLPixelFormatAttribute attributes[] { kCGLPFAAccelerated, 0 };
+    ASSERT_EQ(CGLChoosePixelFormat(attributes, &format, nullptr), kCGLNoError);
+    Ref<CGLContext> current;
+    ASSERT_EQ(CGLCreateContext(format, nullptr, &current), kCGLNoError);
+    CGLSetCurrentContext(current);
     const FailPoint::Scope fails("CGColorSpaceCreateDeviceRGB");
-    StandardErrorCapture log;
-    EXPECT_EQ(view->lazyDelegate(), delegate);
-    EXPECT_EQ(withoutLineNumbers(log.text()),
-        "REQUIRED_CFTYPEOF self.rendererColorSpace==NULL : in lazyDelegate LINE# N "
-        "(AVCaptureViewWithAcceleratedContext.cpp)\n\n");
-    EXPECT_EQ(view->rendererCIContext(), nullptr);
-    EXPECT_THAT(delegate->calls, testing::IsEmpty());
+    expectNoImageContext(whole.type("self.rendererColorSpace", "lazyDelegate"));
     CGLSetCurrentContext(nullptr);
 }
 
@@ -413,6 +408,38 @@ TEST_F(ViewWithAcceleratedContext, MayGoWhileItWaitsToBeDrawn)
     const auto drawings = delegate->calls.size();
     DispatchMain::drain();
     EXPECT_EQ(delegate->calls.size(), drawings);
+}
+
+TEST_F(ViewWithAcceleratedContext, AnImageContextThatTheHostDoesNotMakeIsTriedAgainWithoutALine)
+{
+    const auto view = make<AVCaptureViewWithAcceleratedContext>(NSMakeRect(0, 0, 6, 4));
+    view->setDelegate(delegate);
+    StandardErrorCapture log;
+    {
+        const FailPoint::Scope none("CIContext.contextWithCGLContext:pixelFormat:colorSpace:options:");
+        view->setNeedsDisplay(true);
+        DispatchMain::drain();
+        EXPECT_EQ(view->rendererCIContext(), nullptr);
+        // The delegate draws all the same, with OpenGL.
+        EXPECT_THAT(delegate->calls, testing::Each("renderWithBounds:"));
+    }
+    delegate->calls.clear();
+    view->setNeedsDisplay(true);
+    DispatchMain::drain();
+    EXPECT_THAT(delegate->calls, testing::ElementsAre("constructRendererWithAcceleratedContext:", "renderWithBounds:"));
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(ViewWithAcceleratedContext, AnswersAllOfTheContextsMessages)
+{
+    const auto view = make<AVCaptureViewWithAcceleratedContext>(NSMakeRect(0, 0, 6, 4));
+    for (const char* const message : { "rendererColorSpace", "rendererCIContext", "rendererGLContext",
+             "rendererGLPixelFormat", "delegate", "setDelegate:" })
+        EXPECT_TRUE(view->respondsToSelector(message)) << message;
+    EXPECT_EQ(view->rendererGLContext(), view->openGLContext());
+    EXPECT_EQ(view->rendererGLPixelFormat(), view->pixelFormat());
+    view->setColorSpace(CGColorSpaceCreateDeviceRGB().get());
+    EXPECT_EQ(view->rendererColorSpace(), view->colorSpace());
 }
 
 TEST_F(ViewWithAcceleratedContext, NothingIsCachedBetweenRenders)
