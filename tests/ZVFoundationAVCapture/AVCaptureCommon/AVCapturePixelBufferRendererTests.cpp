@@ -1,11 +1,11 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "tests/Platform/CoreImage/ReferencePicture.h"
-#include "tests/WithRequirements/LoggedChecks.h"
 #include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCapturePixelBufferRendererDoubleBufferedGlobal.h"
 
 #include <cstring>
+#include <future>
 #include <gtest/gtest.h>
 
 namespace {
@@ -24,6 +24,24 @@ const WholeLines wholeOfTwo("AVCapturePixelBufferRendererDoubleBufferedGlobal.cp
 using ReferencePicture::greatestError;
 using ReferencePicture::noise;
 using ReferencePicture::Scaling;
+
+/// A surface of the renderer with two that cannot be had.
+std::string creationFailed(const std::string& which)
+{
+    return wholeOfTwo.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
+               "CVPixelBufferCreate(kCFAllocatorDefault, self.rendererDimensions.width, "
+               "self.rendererDimensions.height, self.rendererPixelFormat, self.pixelBufferAttributes, "
+               "&_outputPixelBuffer"
+                   + which + ")",
+               "_createPixelBuffers")
+        + wholeOfTwo.type("_outputPixelBuffer" + which, "_createPixelBuffers");
+}
+
+/// A surface that is not there in the end.
+std::string missing(const std::string& which)
+{
+    return wholeOfTwo.type("self.outputPixelBuffer" + which, "_createPixelBuffers");
+}
 
 bool isUndrawn(const CVPixelBuffer& buffer)
 {
@@ -171,33 +189,67 @@ TEST_F(PixelBufferRenderer, WhatIsMissingForARenderIsReported)
             + whole.type("renderSurface", function));
 }
 
-TEST_F(PixelBufferRenderer, AttributesAskForASurface)
+TEST_F(PixelBufferRenderer, TheAttributesAreFiveWithTheSurfacesOwnAmongThem)
 {
+    const auto expectSurface = [](CFDictionary* attributes, CFDictionary* surface) {
+        EXPECT_TRUE(CFEqual(attributes,
+            CFDictionary::create({ { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(0x42475241).get() },
+                                     { kCVPixelBufferWidthKey, CFNumber::create(64.0).get() },
+                                     { kCVPixelBufferHeightKey, CFNumber::create(36.0).get() },
+                                     { kCVPixelBufferMetalCompatibilityKey, kCFBooleanTrue },
+                                     { kCVPixelBufferIOSurfacePropertiesKey, surface } })
+                .get()));
+    };
+    const auto empty = CFDictionary::create();
+    const auto global = CFDictionary::create({ { kIOSurfaceIsGlobal, kCFBooleanTrue } });
     const auto renderer = make<Renderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
-    for (auto* const attributes :
-        { renderer->pixelBufferAttributes(), renderer->pixelBufferAttributesWithSurfaceProperties(nullptr) }) {
-        EXPECT_EQ(attributes->count(), 5U);
-        EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferPixelFormatTypeKey)->integerValue(), 0x42475241);
-        EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferWidthKey)->doubleValue(), 64);
-        EXPECT_EQ(attributes->get<CFNumber>(kCVPixelBufferHeightKey)->doubleValue(), 36);
-        EXPECT_EQ(attributes->objectForKey(kCVPixelBufferMetalCompatibilityKey), kCFBooleanTrue);
-        EXPECT_EQ(attributes->get<CFDictionary>(kCVPixelBufferIOSurfacePropertiesKey)->count(), 0U);
-    }
-    const auto global = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
-    EXPECT_EQ(global->pixelBufferAttributes()
-                  ->get<CFDictionary>(kCVPixelBufferIOSurfacePropertiesKey)
-                  ->objectForKey(kIOSurfaceIsGlobal),
-        kCFBooleanTrue);
+    expectSurface(renderer->pixelBufferAttributes(), empty);
+    expectSurface(renderer->pixelBufferAttributesWithSurfaceProperties(nullptr), empty);
+    expectSurface(renderer->pixelBufferAttributesWithSurfaceProperties(global), global);
+    const auto twice = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
+    expectSurface(twice->pixelBufferAttributes(), global);
 }
 
 TEST_F(PixelBufferRenderer, ItIsConstructedByAContextThatHasNothing)
 {
     const FailPoint::Scope fails("CGLCreateContext");
     const auto empty = make<AVCaptureAcceleratedContext>();
-    const auto renderer = make<Renderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
+    const auto renderer = constructed<Renderer>();
     EXPECT_TRUE(renderer->constructRendererWithAcceleratedContext(empty.get()));
     EXPECT_EQ(renderer->rendererCIContext(), nullptr);
     EXPECT_EQ(renderer->rendererColorSpace(), empty->rendererColorSpace());
+    renderer->setInputPixelBuffer(grey(64, 36, 5).get());
+    EXPECT_TRUE(isUndrawn(*renderer->copyOutputPixelBuffer()));
+    EXPECT_EQ(linesOf(log), "");
+}
+
+TEST_F(PixelBufferRenderer, AnInputIsInPlaceAndItsLockFreeWhenTheRendererIsToldOfIt)
+{
+    struct ToldRenderer : Renderer {
+        ToldRenderer()
+            : Renderer({ 64, 36 }, kCVPixelFormatType_32BGRA)
+        {
+        }
+        void inputPixelBufferChanged() override
+        {
+            seen.push_back(inputPixelBuffer());
+            wasFree = std::async(std::launch::async, [this] {
+                auto& lock = objc_sync_lock(inputPixelBufferSync());
+                const bool isFree = lock.try_lock();
+                if (isFree)
+                    lock.unlock();
+                return isFree;
+            }).get();
+        }
+        std::vector<CVPixelBufferRef> seen;
+        bool wasFree = false;
+    };
+    const auto renderer = make<ToldRenderer>();
+    const auto input = grey(8, 8, 1);
+    renderer->setInputPixelBuffer(input);
+    EXPECT_TRUE(renderer->wasFree);
+    renderer->setInputPixelBuffer(nullptr);
+    EXPECT_EQ(renderer->seen, (std::vector<CVPixelBufferRef> { input, nullptr }));
 }
 
 TEST_F(PixelBufferRenderer, AReaderOfTheTwoSurfacesIsOneFrameBehind)
@@ -246,28 +298,69 @@ TEST_F(PixelBufferRenderer, AnInputReleasesTheOneBeforeIt)
     EXPECT_EQ(renderer->outputPixelBufferB()->retainCount(), 1);
 }
 
-TEST_F(PixelBufferRenderer, AFailureOfTheFirstSurfaceDoesNotKeepTheSecondFromBeingMade)
+TEST_F(PixelBufferRenderer, SurfacesThatCannotBeHadAreReportedEachForItself)
 {
-    FailPoint::arm("CVPixelBufferCreate", kCVReturnError, 0, 1);
-    const auto renderer = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
-    EXPECT_EQ(renderer->outputPixelBufferA(), nullptr);
-    EXPECT_NE(renderer->outputPixelBufferB(), nullptr);
-    const std::string function = "_createPixelBuffers";
-    EXPECT_EQ(linesOf(log),
-        wholeOfTwo.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
-            "CVPixelBufferCreate(kCFAllocatorDefault, self.rendererDimensions.width, self.rendererDimensions.height, "
-            "self.rendererPixelFormat, self.pixelBufferAttributes, &_outputPixelBufferA)",
-            function)
-            + wholeOfTwo.type("_outputPixelBufferA", function) + wholeOfTwo.type("self.outputPixelBufferA", function));
+    const auto linesFor = [](std::uint64_t skip, std::uint64_t count) {
+        StandardErrorCapture lines;
+        const FailPoint::Scope fails("CVPixelBufferCreate", kCVReturnError, skip, count);
+        const auto renderer = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
+        EXPECT_EQ(renderer->outputPixelBufferA() != nullptr, skip > 0);
+        EXPECT_EQ(renderer->outputPixelBufferB() != nullptr, skip + count < 2);
+        return linesOf(lines);
+    };
+    EXPECT_EQ(linesFor(0, 1), creationFailed("A") + missing("A"));
+    EXPECT_EQ(linesFor(1, 1), creationFailed("B") + missing("B"));
+    EXPECT_EQ(linesFor(0, 2), creationFailed("A") + creationFailed("B") + missing("A") + missing("B"));
+}
+
+TEST_F(PixelBufferRenderer, ASuccessThatBringsNoBufferIsReportedToo)
+{
+    const auto renderer = constructed<Renderer>();
+    const FailPoint::Scope nothing("CVPixelBufferCreate", kCVReturnSuccess);
+    EXPECT_FALSE(renderer->copyOutputPixelBuffer());
+    const auto twice = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
+    EXPECT_FALSE(twice->_createPixelBuffers());
+    const auto lines = wholeOfTwo.type("_outputPixelBufferA", "_createPixelBuffers")
+        + wholeOfTwo.type("_outputPixelBufferB", "_createPixelBuffers") + missing("A") + missing("B");
+    EXPECT_EQ(linesOf(log), whole.type("copyOutputPixelBuffer", "copyOutputPixelBuffer") + lines + lines);
+}
+
+TEST_F(PixelBufferRenderer, BothSurfacesAreMadeAnew)
+{
+    const auto renderer = constructed<DoubleRenderer>();
+    const Ref<CVPixelBuffer> a(renderer->outputPixelBufferA());
+    const Ref<CVPixelBuffer> b(renderer->outputPixelBufferB());
+    EXPECT_TRUE(renderer->_createPixelBuffers());
+    EXPECT_NE(renderer->outputPixelBufferA(), a);
+    EXPECT_NE(renderer->outputPixelBufferB(), b);
+    EXPECT_EQ(linesOf(log), "");
+}
+
+TEST_F(PixelBufferRenderer, ARenderThatFailsCountsAndLeavesTheOldPicture)
+{
+    FailPoint::arm("CIContext.rendersWithTheProcessor");
+    const auto renderer = constructed<DoubleRenderer>();
+    renderer->setInputPixelBuffer(grey(96, 54, 10).get());
+    FailPoint::arm("CIContext.render");
+    renderer->setInputPixelBuffer(grey(96, 54, 20).get());
+    renderer->setInputPixelBuffer(grey(96, 54, 30).get());
+    EXPECT_EQ(renderer->frameNumber(), 3U);
+    EXPECT_EQ(firstByte(renderer->outputPixelBufferARetainedCopy()), 10);
+    EXPECT_TRUE(isUndrawn(*renderer->copyOutputPixelBuffer()));
+    const std::string line = "A picture could not be rendered: the graphics driver failed.\n";
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()), line + line);
 }
 
 TEST_F(PixelBufferRenderer, ItsSettersLackALetterWhichItsEndFinds)
 {
     auto renderer = make<DoubleRenderer>(CGSize { 64, 36 }, kCVPixelFormatType_32BGRA);
-    EXPECT_TRUE(renderer->respondsToSelector("setutputPixelBufferA:"));
-    EXPECT_FALSE(renderer->respondsToSelector("setOutputPixelBufferA:"));
+    for (const char* const message : { "setutputPixelBufferA:", "setutputPixelBufferB:" })
+        EXPECT_TRUE(renderer->respondsToSelector(message));
+    for (const char* const message : { "setOutputPixelBufferA:", "setOutputPixelBufferB:" })
+        EXPECT_FALSE(renderer->respondsToSelector(message));
     renderer = nullptr;
-    EXPECT_NE(log.text().find("setOutputPixelBufferA:"), std::string::npos);
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()),
+        "-[AVCapturePixelBufferRendererDoubleBufferedGlobal setOutputPixelBufferA:]: message cannot be sent by name\n");
 }
 
 TEST_F(PixelBufferRenderer, LocksAreTheKeysOfTheProperties)
