@@ -1,7 +1,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreImage/CIContext.h"
-
 #include "tests/Platform/CoreImage/ReferencePicture.h"
+#include "tests/WithRequirements/StandardErrorCapture.h"
 
 namespace {
 
@@ -40,13 +40,7 @@ protected:
     Ref<CIContext> context;
 };
 
-class CIContextScaling : public CIContextTest, public testing::WithParamInterface<std::tuple<Scaling, bool>> { };
-
-std::string nameOf(const testing::TestParamInfo<std::tuple<Scaling, bool>>& instance)
-{
-    const auto& [scaling, usesOpenGL] = instance.param;
-    return scaling.name() + (usesOpenGL ? "OpenGL" : "Processor");
-}
+class CIContextScaling : public CIContextTest, public testing::WithParamInterface<ScalingWay> { };
 
 }
 
@@ -230,6 +224,7 @@ TEST_F(CIContextTest, ADriverThatFailsLeavesTheSurfaceAsItWas)
     const auto source = noise(30, 20);
     const auto result = bufferOf(20, 10);
     std::memset(result->baseAddress(), 7, result->bytesPerRow() * 10);
+    StandardErrorCapture log;
     {
         const FailPoint::Scope fails("CIContext.render");
         render(*scaledImage(*source, 20, 10), *result);
@@ -241,6 +236,8 @@ TEST_F(CIContextTest, ADriverThatFailsLeavesTheSurfaceAsItWas)
     EXPECT_EQ(pixelOf(*result, 5, 5)[0], 7);
     render(*scaledImage(*source, 20, 10), *result);
     EXPECT_LE(greatestError(*source, *result), 2.0);
+    const std::string line = "A picture could not be rendered: the graphics driver failed.\n";
+    EXPECT_EQ(withoutNSLogPrefixes(log.text()), line + line);
 }
 
 TEST_F(CIContextTest, NothingIsRenderedFromNothingOrIntoNothing)

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
+#include <span>
 #include <vector>
 
 /// Pictures to scale, and what must come of them, calculated from the definition and not from how it is done: the mean
@@ -102,6 +103,43 @@ inline double greatestError(const CVPixelBuffer& source, const CVPixelBuffer& re
     return worst;
 }
 
+/// A picture with one value in every byte, in memory of its own and so without a surface.
+inline Ref<CVPixelBuffer> grey(int width, int height, int value)
+{
+    Ref<CVPixelBuffer> buffer;
+    EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(width),
+                  static_cast<std::size_t>(height), kCVPixelFormatType_32BGRA, nullptr, &buffer),
+        kCVReturnSuccess);
+    for (int y = 0; y < height; ++y)
+        std::memset(pixelOf(*buffer, 0, y), value, static_cast<std::size_t>(width) * 4);
+    return buffer;
+}
+
+/// The same picture with the bytes of each pixel in the order in which alpha comes first.
+inline Ref<CVPixelBuffer> alphaFirst(const CVPixelBuffer& picture)
+{
+    Ref<CVPixelBuffer> buffer;
+    EXPECT_EQ(CVPixelBufferCreate(
+                  kCFAllocatorDefault, picture.width(), picture.height(), kCVPixelFormatType_32ARGB, nullptr, &buffer),
+        kCVReturnSuccess);
+    for (int y = 0; y < static_cast<int>(picture.height()); ++y)
+        for (int x = 0; x < static_cast<int>(picture.width()); ++x)
+            std::reverse_copy(pixelOf(picture, x, y), pixelOf(picture, x, y) + 4, pixelOf(*buffer, x, y));
+    return buffer;
+}
+
+inline int firstByte(const CVPixelBuffer& buffer)
+{
+    return *pixelOf(buffer, 0, 0);
+}
+
+/// Whether no byte was ever written.
+inline bool isUndrawn(const CVPixelBuffer& buffer)
+{
+    const std::span bytes(buffer.baseAddress(), buffer.bytesPerRow() * buffer.height());
+    return std::ranges::all_of(bytes, [](std::byte byte) { return byte == std::byte { 0 }; });
+}
+
 /// What is scaled to what.
 struct Scaling {
     int sourceWidth, sourceHeight, width, height;
@@ -112,5 +150,28 @@ struct Scaling {
     }
     friend void PrintTo(const Scaling& scaling, std::ostream* stream) { *stream << scaling.name(); }
 };
+
+/// A scaling, and whether the driver of OpenGL does it.
+using ScalingWay = std::tuple<Scaling, bool>;
+
+inline std::string nameOf(const testing::TestParamInfo<ScalingWay>& instance)
+{
+    const auto& [scaling, usesOpenGL] = instance.param;
+    return scaling.name() + (usesOpenGL ? "OpenGL" : "Processor");
+}
+
+/// Smaller, larger, the same, the smallest, uneven and very long ones.
+inline auto scalingsOfRenderers()
+{
+    return testing::Combine(
+        testing::Values(Scaling { 480, 270, 320, 180 }, Scaling { 160, 120, 320, 180 }, Scaling { 320, 180, 320, 180 },
+            Scaling { 1, 1, 1, 1 }, Scaling { 1, 1, 7, 5 }, Scaling { 33, 21, 1, 1 }, Scaling { 317, 203, 101, 33 },
+            Scaling { 4099, 5, 64, 3 }, Scaling { 3, 3, 5, 4099 }),
+        testing::Bool());
+}
+
+/// What a camera gives, and what hardly has any pixels in one direction or both.
+inline constexpr std::array<std::pair<int, int>, 7> inputSizes { { { 1280, 720 }, { 1920, 1080 }, { 640, 480 },
+    { 640, 360 }, { 1, 1 }, { 3, 1801 }, { 1801, 3 } } };
 
 }

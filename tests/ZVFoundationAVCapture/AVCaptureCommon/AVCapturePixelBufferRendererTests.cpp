@@ -4,26 +4,14 @@
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCapturePixelBufferRendererDoubleBufferedGlobal.h"
 
-#include <cstring>
 #include <future>
 #include <gtest/gtest.h>
 
 namespace {
 
-Ref<CVPixelBuffer> grey(std::size_t width, std::size_t height, int value)
-{
-    Ref<CVPixelBuffer> buffer;
-    CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &buffer);
-    for (std::size_t y = 0; y < height; ++y)
-        std::memset(buffer->baseAddress() + y * buffer->bytesPerRow(), value, width * 4);
-    return buffer;
-}
-
 const WholeLines whole("AVCapturePixelBufferRenderer.cpp");
 const WholeLines wholeOfTwo("AVCapturePixelBufferRendererDoubleBufferedGlobal.cpp");
-using ReferencePicture::greatestError;
-using ReferencePicture::noise;
-using ReferencePicture::Scaling;
+using namespace ReferencePicture;
 
 /// A surface of the renderer with two that cannot be had.
 std::string creationFailed(const std::string& which)
@@ -41,19 +29,6 @@ std::string creationFailed(const std::string& which)
 std::string missing(const std::string& which)
 {
     return wholeOfTwo.type("self.outputPixelBuffer" + which, "_createPixelBuffers");
-}
-
-bool isUndrawn(const CVPixelBuffer& buffer)
-{
-    for (std::size_t i = 0; i < buffer.bytesPerRow() * buffer.height(); ++i)
-        if (buffer.baseAddress()[i] != std::byte { 0 })
-            return false;
-    return true;
-}
-
-int firstByte(const Ref<CVPixelBuffer>& buffer)
-{
-    return static_cast<int>(buffer->baseAddress()[0]);
 }
 
 }
@@ -88,21 +63,14 @@ TEST_F(PixelBufferRenderer, EachReadIsANewBufferWithTheInputInTheRenderersSize)
         EXPECT_EQ(output->width(), 64U);
         EXPECT_EQ(output->height(), 36U);
         EXPECT_NE(output->surface(), nullptr);
-        EXPECT_EQ(firstByte(output), 70);
+        EXPECT_EQ(firstByte(*output), 70);
         EXPECT_EQ(static_cast<int>(output->baseAddress()[35 * output->bytesPerRow() + 63 * 4]), 70);
     }
     EXPECT_EQ(first->retainCount(), 1);
     EXPECT_EQ(log.text(), "");
 }
 
-class PixelBufferRendererPictures : public PixelBufferRenderer,
-                                    public testing::WithParamInterface<std::tuple<Scaling, bool>> {
-public:
-    static std::string nameOf(const testing::TestParamInfo<ParamType>& instance)
-    {
-        return std::get<0>(instance.param).name() + (std::get<1>(instance.param) ? "Driver" : "Processor");
-    }
-};
+class PixelBufferRendererPictures : public PixelBufferRenderer, public testing::WithParamInterface<ScalingWay> { };
 
 TEST_P(PixelBufferRendererPictures, AreWhatTheDefinitionSays)
 {
@@ -124,13 +92,7 @@ TEST_P(PixelBufferRendererPictures, AreWhatTheDefinitionSays)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, PixelBufferRendererPictures,
-    testing::Combine(
-        testing::Values(Scaling { 480, 270, 320, 180 }, Scaling { 160, 120, 320, 180 }, Scaling { 320, 180, 320, 180 },
-            Scaling { 1, 1, 1, 1 }, Scaling { 1, 1, 7, 5 }, Scaling { 33, 21, 1, 1 }, Scaling { 317, 203, 101, 33 },
-            Scaling { 4099, 5, 64, 3 }, Scaling { 3, 3, 5, 4099 }),
-        testing::Bool()),
-    PixelBufferRendererPictures::nameOf);
+INSTANTIATE_TEST_SUITE_P(Sizes, PixelBufferRendererPictures, scalingsOfRenderers(), nameOf);
 
 TEST_F(PixelBufferRenderer, ThePickersAndTheCamerasPicturesAreWhatTheDefinitionSays)
 {
@@ -261,14 +223,14 @@ TEST_F(PixelBufferRenderer, AReaderOfTheTwoSurfacesIsOneFrameBehind)
     renderer->setInputPixelBuffer(grey(128, 72, 10).get());
     EXPECT_EQ(renderer->frameNumber(), 1U);
     EXPECT_EQ(renderer->copyOutputPixelBuffer(), b);
-    EXPECT_EQ(firstByte(a), 10);
+    EXPECT_EQ(firstByte(*a), 10);
     renderer->setInputPixelBuffer(grey(128, 72, 20).get());
     EXPECT_EQ(renderer->copyOutputPixelBuffer(), a);
-    EXPECT_EQ(firstByte(a), 10);
-    EXPECT_EQ(firstByte(b), 20);
+    EXPECT_EQ(firstByte(*a), 10);
+    EXPECT_EQ(firstByte(*b), 20);
     renderer->setInputPixelBuffer(grey(128, 72, 30).get());
     EXPECT_EQ(renderer->copyOutputPixelBuffer(), b);
-    EXPECT_EQ(firstByte(a), 30);
+    EXPECT_EQ(firstByte(*a), 30);
 }
 
 TEST_F(PixelBufferRenderer, ANullInputIsReportedAndDoesNotCount)
@@ -345,7 +307,7 @@ TEST_F(PixelBufferRenderer, ARenderThatFailsCountsAndLeavesTheOldPicture)
     renderer->setInputPixelBuffer(grey(96, 54, 20).get());
     renderer->setInputPixelBuffer(grey(96, 54, 30).get());
     EXPECT_EQ(renderer->frameNumber(), 3U);
-    EXPECT_EQ(firstByte(renderer->outputPixelBufferARetainedCopy()), 10);
+    EXPECT_EQ(firstByte(*renderer->outputPixelBufferARetainedCopy()), 10);
     EXPECT_TRUE(isUndrawn(*renderer->copyOutputPixelBuffer()));
     const std::string line = "A picture could not be rendered: the graphics driver failed.\n";
     EXPECT_EQ(withoutNSLogPrefixes(log.text()), line + line);
