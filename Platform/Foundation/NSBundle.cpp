@@ -19,6 +19,15 @@ std::span<const std::byte> NSBundle::resourceNamed(std::string_view name) const
     return found == mResources.end() ? std::span<const std::byte>() : found->second;
 }
 
+std::vector<std::string> NSBundle::resourceNames() const
+{
+    const std::lock_guard lock(mLock);
+    std::vector<std::string> names;
+    for (const auto& [name, bytes] : mResources)
+        names.push_back(name);
+    return names;
+}
+
 void NSBundle::addResource(std::string_view name, std::span<const std::byte> bytes)
 {
     const std::lock_guard lock(mLock);

@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 #include <span>
+#include <vector>
 
 /// What a program brings with it: facts about itself, and files that are compiled in.
 ///
@@ -20,6 +21,10 @@ public:
     CFDictionary* infoDictionary() const { return mInfo; }
     /// The bytes of the compiled-in file of this name, there until the process ends; empty when there is none.
     std::span<const std::byte> resourceNamed(std::string_view name) const;
+
+    /// The names of all compiled-in files, in alphabetical order. A picture that is there in several sizes has files of
+    /// the same name in folders, such as "32x32/name.png".
+    std::vector<std::string> resourceNames() const;
 
     /// The text that people read for \p key: its translation where there is one, else \p value, or the key itself where
     /// that is null or empty. There is one table, so \p table is not read.
