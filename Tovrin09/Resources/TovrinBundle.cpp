@@ -1,8 +1,6 @@
 #include "Platform/Foundation/NSBundle.h"
+#include "Tovrin09/Resources/TovrinIcons.h"
 #include "ZVFoundationCMIO/ZVFoundationCMIOExtension/ZVCMIOCameraDeviceShared/ZVCMIOCameraDeviceConstants.h"
-
-extern const unsigned char tovrinIcon[];
-extern const unsigned long tovrinIconSize;
 
 namespace {
 
@@ -17,7 +15,12 @@ struct TovrinBundle {
         bundle->setInfo("CFBundleShortVersionString", "0.9.0");
         bundle->setInfo("CFBundleIconFile", "org.tovrin.Tovrin");
         bundle->setInfo("CMIOExtensionIdentifier", CMIOOutputViewController_CMIOExtension_BundleIdentifier->string());
-        bundle->addResource("org.tovrin.Tovrin.png", std::as_bytes(std::span(tovrinIcon, tovrinIconSize)));
+        // The icon itself is the one that is drawn; the window has its choice of the others too.
+        for (const auto& icon : tovrinIcons()) {
+            const auto side = std::to_string(icon.size);
+            const auto folder = icon.size == 256 ? "" : side + "x" + side + "/";
+            bundle->addResource(folder + "org.tovrin.Tovrin.png", std::as_bytes(icon.bytes));
+        }
     }
 } const tovrinBundle;
 

@@ -1,11 +1,9 @@
 #include "Platform/AppKit/Quick/QuickApplication.h"
 
 #include "Platform/AppKit/NSApplication.h"
-#include "Platform/AppKit/NSImage.h"
 #include "Platform/AppKit/NSNib.h"
 #include "Platform/AppKit/NSWorkspace.h"
 #include "Platform/AppKit/Quick/FileManagerReveal.h"
-#include "Platform/AppKit/Quick/LayerItem.h"
 #include "Platform/AppKit/Quick/RendererChoice.h"
 #include "Platform/dispatch/dispatch.h"
 #include "Platform/Foundation/NSBundle.h"
@@ -31,6 +29,22 @@ void noteSignal(int /*number*/)
 {
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(signalDescriptor, &one, sizeof one);
+}
+
+/// The picture "<name>.png" in every size that is compiled in, so that a desktop need not scale it.
+QIcon iconNamed(const std::string& name)
+{
+    QIcon icon;
+    const auto* const bundle = NSBundle::mainBundle();
+    for (const auto& resource : bundle->resourceNames()) {
+        if (resource.substr(resource.rfind('/') + 1) != name + ".png")
+            continue;
+        const auto bytes = bundle->resourceNamed(resource);
+        QPixmap pixmap;
+        if (pixmap.loadFromData(reinterpret_cast<const uchar*>(bytes.data()), static_cast<uint>(bytes.size()), "PNG"))
+            icon.addPixmap(pixmap);
+    }
+    return icon;
 }
 
 }
@@ -72,9 +86,8 @@ void QuickApplication::introduceToDesktop()
     const auto* const facts = NSBundle::mainBundle()->infoDictionary();
     if (auto* const identifier = facts->get<CFString>(CFSTR("CFBundleIdentifier")))
         setDesktopFileName(QString::fromStdString(identifier->string()));
-    auto* const icon = NSImage::imageNamed(facts->get<CFString>(CFSTR("CFBundleIconFile")));
-    if (const auto image = imageOver(icon ? icon->copyPixelBufferForLayer() : nullptr, false); !image.isNull())
-        setWindowIcon(QIcon(QPixmap::fromImage(image)));
+    if (auto* const name = facts->get<CFString>(CFSTR("CFBundleIconFile")))
+        setWindowIcon(iconNamed(name->string()));
 }
 
 void QuickApplication::serveMainQueue()

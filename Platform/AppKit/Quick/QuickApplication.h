@@ -24,7 +24,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    /// The window's icon and the name of the desktop's file, from the main bundle's facts.
+    /// The windows' icon in all its sizes and the name of the desktop's file, from the main bundle's facts.
     void introduceToDesktop();
     void serveMainQueue();
     void watchSignals();
