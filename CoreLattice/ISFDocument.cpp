@@ -1,6 +1,7 @@
 #include "CoreLattice/ISFDocument.h"
 
 #include "CoreLattice/ISFHeaderReader.h"
+#include "CoreLattice/ISFHeaderText.h"
 
 #include <algorithm>
 
@@ -10,11 +11,20 @@ namespace {
 
 constexpr std::size_t longestSource = 1 << 20;
 
-int lineAt(std::string_view text, std::size_t offset)
+/// With "\n" at the end of every line and without a byte order mark.
+std::string withPlainLineEnds(std::string_view text)
 {
-    return 1
-        + static_cast<int>(
-            std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size())), '\n'));
+    if (text.starts_with("\xEF\xBB\xBF"))
+        text.remove_prefix(3);
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isReturn = text[i] == '\r';
+        if (isReturn && i + 1 < text.size() && text[i + 1] == '\n')
+            continue;
+        result += isReturn ? '\n' : text[i];
+    }
+    return result;
 }
 
 /// Whether the shader reads a value that changes by itself. A mention in a comment counts too, at no more than the cost
@@ -49,27 +59,26 @@ std::shared_ptr<const ISFDocument> ISFDocument::parse(
     if (source.find('\0') != std::string_view::npos)
         return fail(0, "the file is not text");
 
-    const auto start = source.find("/*");
-    const auto end = start == std::string_view::npos ? start : source.find("*/", start + 2);
-    if (end == std::string_view::npos)
+    auto text = withPlainLineEnds(source);
+    const ISFHeaderText header(text);
+    if (!header.isFound())
         return fail(1, "the file does not begin with a header in a comment");
-    const auto header = source.substr(start + 2, end - start - 2);
-    ISFHeaderReader reader(header, lineAt(source, start));
+    ISFHeaderReader reader(header);
     if (!reader.read(*document))
         return fail(reader.line(), reader.message());
 
-    document->fragmentSource = source;
-    for (auto i = start; i < end + 2; ++i) {
-        if (document->fragmentSource[i] != '\n')
-            document->fragmentSource[i] = ' ';
-    }
-    document->vertexSource = vertexSource;
+    std::replace_if(
+        text.begin() + static_cast<std::ptrdiff_t>(header.start()),
+        text.begin() + static_cast<std::ptrdiff_t>(header.end()), [](char c) { return c != '\n'; }, ' ');
+    document->fragmentSource = std::move(text);
+    document->vertexSource = withPlainLineEnds(vertexSource);
     if (document->name.empty()) {
         const auto slash = file.rfind('/');
         const auto base = slash == std::string::npos ? file : file.substr(slash + 1);
         document->name = base.substr(0, base.rfind('.'));
     }
-    document->dependsOnTime = mentionsTime(document->fragmentSource) || mentionsTime(document->vertexSource);
+    document->dependsOnTime = mentionsTime(document->fragmentSource) || mentionsTime(document->vertexSource)
+        || std::ranges::any_of(document->inputs, [](const ISFInput& input) { return input.sound != ISFSound::None; });
     return document;
 }
 
@@ -89,6 +98,11 @@ std::vector<std::string> ISFDocument::pictures() const
     for (const auto& pass : passes) {
         if (!pass.target.empty() && target(pass.target) == &pass)
             result.push_back(pass.target);
+    }
+    result.insert(result.end(), unwritten.begin(), unwritten.end());
+    for (const auto& import : imports) {
+        if (!import.isCube)
+            result.push_back(import.name);
     }
     return result;
 }

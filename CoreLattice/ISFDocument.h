@@ -14,6 +14,13 @@ namespace CoreLattice {
 
 enum class ISFInputType { Number, Boolean, Menu, Color, Point, Event, Image };
 
+/// What a file is for, which its inputs tell: a filter takes `inputImage`, a transition `startImage`, `endImage` and
+/// `progress`, a generator neither.
+enum class ISFKind { Filter, Generator, Transition };
+
+/// What of the microphone's sound an image input shows: its samples or how loud each pitch is.
+enum class ISFSound { None, Samples, Spectrum };
+
 /// One declared input. Numbers stand in the first element, points in the first two, colours in all four.
 struct ISFInput {
     using Numbers = std::array<double, 4>;
@@ -23,10 +30,13 @@ struct ISFInput {
     std::optional<Numbers> defaultValue;
     std::optional<Numbers> minimum;
     std::optional<Numbers> maximum;
+    std::optional<Numbers> identity; ///< the value at which the input changes nothing
     std::vector<double> values; ///< of a menu
     std::vector<std::string> labels; ///< of a menu, as many as values
-    /// A picture that nobody sets from outside, such as a sound's; it is black.
+    /// A picture that nobody sets from outside, such as a sound's.
     bool isSilent = false;
+    ISFSound sound = ISFSound::None;
+    std::size_t mostSound = 0; ///< columns of a sound's picture at most; 0 for as many as there are
     /// A key of our own, `"FILTER": "NEAREST"`: reading between pixels gives the nearest one instead of a mixture,
     /// which costs the software driver less than half.
     bool nearest = false;
@@ -45,14 +55,27 @@ struct ISFPass {
     ISFExpression height;
 };
 
-/// A parsed file in the Interactive Shader Format, version 2, with version 1's list of persistent buffers.
+/// A picture file that the composition brings with it.
+struct ISFImport {
+    std::string name;
+    std::vector<std::string> paths; ///< relative to the composition's folder; six for a cube
+    bool isCube = false;
+};
+
+/// A parsed file in the Interactive Shader Format, version 2 or 1.
 /// Format source: the public description of the format at isf.video. Unchanging; any thread may use it.
 struct ISFDocument {
     std::string file; ///< the name that error messages give
     std::string name;
     std::string explanation;
+    std::string credit;
+    std::string version; ///< of the composition, as its author counts
+    std::vector<std::string> categories;
+    ISFKind kind = ISFKind::Generator;
     std::vector<ISFInput> inputs;
     std::vector<ISFPass> passes; ///< at least one
+    std::vector<ISFImport> imports;
+    std::vector<std::string> unwritten; ///< buffers that no pass renders to; they stay black
     std::string fragmentSource; ///< with the header blanked, so that lines keep their numbers
     std::string vertexSource; ///< empty for the usual one
     bool dependsOnTime = false; ///< the picture changes although no input does
@@ -64,7 +87,8 @@ struct ISFDocument {
         std::string_view source, std::string_view vertexSource, std::string file, CompositionError* error);
 
     const ISFInput* input(std::string_view inputName) const;
-    /// The names of all that can be read as a picture: the inputs that are pictures, then the targets.
+    /// The names of all that can be read as a picture: the inputs that are pictures, then the targets, the buffers that
+    /// no pass renders to, and the imported pictures but for cubes.
     std::vector<std::string> pictures() const;
     /// The first pass with this target, or null.
     const ISFPass* target(std::string_view targetName) const;

@@ -43,7 +43,7 @@ private:
 
     bool atEnd()
     {
-        while (mAt < mText.size() && (mText[mAt] == ' ' || mText[mAt] == '\t'))
+        while (mAt < mText.size() && (mText[mAt] == ' ' || mText[mAt] == '\t' || mText[mAt] == '\n'))
             ++mAt;
         return mAt == mText.size();
     }
@@ -83,12 +83,15 @@ private:
         if (!parseFactor())
             return false;
         for (;;) {
-            const bool times = take('*');
-            if (!times && !take('/'))
+            const auto operation = take('*') ? Operation::Multiply
+                : take('/')                  ? Operation::Divide
+                : take('%')                  ? Operation::Modulo
+                                             : Operation::Number;
+            if (operation == Operation::Number)
                 return true;
             if (!parseFactor())
                 return false;
-            emit(times ? Operation::Multiply : Operation::Divide);
+            emit(operation);
         }
     }
     bool parseFactor()
@@ -101,12 +104,25 @@ private:
     }
     bool parseFactorBody()
     {
+        if (take('+'))
+            return parseFactor();
         if (take('-')) {
             if (!parseFactor())
                 return false;
             emit(Operation::Negate);
             return true;
         }
+        if (!parseOperand())
+            return false;
+        if (!take('^'))
+            return true;
+        if (!parseFactor())
+            return false;
+        emit(Operation::Pow);
+        return true;
+    }
+    bool parseOperand()
+    {
         if (take('('))
             return parseSum() && (take(')') || fail("\")\" is missing"));
         if (take('$'))
@@ -139,6 +155,8 @@ private:
         if (error != std::errc())
             return fail("unexpected \"" + std::string(mText.substr(mAt)) + "\"");
         mAt += static_cast<std::size_t>(end - first);
+        if (mAt < mText.size() && mText[mAt] == 'f')
+            ++mAt; // as the shader's language writes numbers
         emit(Operation::Number, number);
         return true;
     }
@@ -150,10 +168,16 @@ private:
             int arguments;
         };
         static constexpr std::array functions { Function { "floor", Operation::Floor, 1 },
-            Function { "ceil", Operation::Ceil, 1 }, Function { "round", Operation::Round, 1 },
+            Function { "ceil", Operation::Ceil, 1 }, Function { "ceiling", Operation::Ceil, 1 },
+            Function { "round", Operation::Round, 1 }, Function { "trunc", Operation::Trunc, 1 },
             Function { "abs", Operation::Abs, 1 }, Function { "sqrt", Operation::Sqrt, 1 },
+            Function { "sin", Operation::Sin, 1 }, Function { "cos", Operation::Cos, 1 },
+            Function { "tan", Operation::Tan, 1 }, Function { "exp", Operation::Exp, 1 },
+            Function { "log", Operation::Log, 1 }, Function { "ln", Operation::Log, 1 },
+            Function { "log2", Operation::Log2, 1 }, Function { "log10", Operation::Log10, 1 },
             Function { "min", Operation::Min, 2 }, Function { "max", Operation::Max, 2 },
-            Function { "pow", Operation::Pow, 2 } };
+            Function { "pow", Operation::Pow, 2 }, Function { "mod", Operation::Modulo, 2 },
+            Function { "fmod", Operation::Modulo, 2 } };
         const auto name = takeName();
         for (const auto& function : functions) {
             if (function.name != name)
@@ -167,7 +191,17 @@ private:
                     return false;
             }
             emit(function.operation);
+            // The smallest and largest of more than two.
+            while ((function.operation == Operation::Min || function.operation == Operation::Max) && take(',')) {
+                if (!parseSum())
+                    return false;
+                emit(function.operation);
+            }
             return take(')') || fail("\")\" is missing");
+        }
+        if (name == "WIDTH" || name == "HEIGHT") {
+            emit(Operation::Variable, 0, name); // some files leave the sign out
+            return true;
         }
         return fail("\"" + name + "\" is no function");
     }
@@ -216,6 +250,33 @@ double ISFExpression::evaluate(const std::function<std::optional<double>(std::st
             break;
         case Operation::Sqrt:
             stack.push_back(std::sqrt(b));
+            break;
+        case Operation::Trunc:
+            stack.push_back(std::trunc(b));
+            break;
+        case Operation::Sin:
+            stack.push_back(std::sin(b));
+            break;
+        case Operation::Cos:
+            stack.push_back(std::cos(b));
+            break;
+        case Operation::Tan:
+            stack.push_back(std::tan(b));
+            break;
+        case Operation::Exp:
+            stack.push_back(std::exp(b));
+            break;
+        case Operation::Log:
+            stack.push_back(std::log(b));
+            break;
+        case Operation::Log2:
+            stack.push_back(std::log2(b));
+            break;
+        case Operation::Log10:
+            stack.push_back(std::log10(b));
+            break;
+        case Operation::Modulo:
+            stack.push_back(std::fmod(pop(), b));
             break;
         case Operation::Add:
             stack.push_back(pop() + b);

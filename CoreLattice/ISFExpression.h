@@ -9,8 +9,8 @@
 namespace CoreLattice {
 
 /// The formula for the width or height of a pass, as the Interactive Shader Format writes it: numbers, `$WIDTH`,
-/// `$HEIGHT` and `$name` of an input, the operators + - * / and parentheses, and the functions floor, ceil, round, abs,
-/// sqrt, min, max and pow.
+/// `$HEIGHT` and `$name` of an input, the operators + - * / % ^ and parentheses, and the functions floor, ceil, round,
+/// trunc, abs, sqrt, sin, cos, tan, exp, log, log2, log10, min, max, pow and mod.
 ///
 /// Unchanging; any thread may use it.
 class ISFExpression {
@@ -40,6 +40,15 @@ private:
         Round,
         Abs,
         Sqrt,
+        Trunc,
+        Sin,
+        Cos,
+        Tan,
+        Exp,
+        Log,
+        Log2,
+        Log10,
+        Modulo,
         Min,
         Max,
         Pow

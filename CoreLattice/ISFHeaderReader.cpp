@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <set>
 
@@ -21,74 +22,66 @@ constexpr std::size_t mostPasses = 32;
 constexpr std::size_t mostMenuEntries = 256;
 constexpr std::size_t longestName = 64;
 constexpr std::size_t longestText = 4096;
-constexpr int deepestNesting = 32;
+constexpr std::size_t mostPictures = 16;
+constexpr std::size_t mostImports = 16;
+constexpr std::size_t mostSoundColumns = 4096;
 
-/// Strangers' headers often end lists with a comma, which JSON does not allow; blanks it, keeping every offset. False
-/// when brackets are nested deeper than any header needs.
-bool blankTrailingCommas(std::string& text)
+std::string textOf(const json& value)
 {
-    bool inText = false;
-    int depth = 0;
-    std::size_t comma = std::string::npos;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inText) {
-            if (c == '\\')
-                ++i;
-            else if (c == '"')
-                inText = false;
-            continue;
-        }
-        if (c == ' ' || c == '\t' || c == '\n' || c == '\r')
-            continue;
-        if ((c == ']' || c == '}') && comma != std::string::npos)
-            text[comma] = ' ';
-        comma = c == ',' ? i : std::string::npos;
-        inText = c == '"';
-        if (c == '[' || c == '{') {
-            if (++depth > deepestNesting)
-                return false;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
-    }
-    return true;
-}
-
-std::string textAt(const json& object, const char* key)
-{
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_string())
+    std::string text;
+    if (value.is_string())
+        text = value.get<std::string>();
+    else if (value.is_number())
+        text = value.dump();
+    const auto first = text.find_first_not_of(" \t\n");
+    if (first == std::string::npos)
         return {};
-    auto text = found->get<std::string>();
+    text = text.substr(first, text.find_last_not_of(" \t\n") - first + 1);
     if (text.size() > longestText)
         text.resize(longestText);
     return text;
 }
 
-/// Truth values are written as true, 1, 1.0 or "1" in real files.
-bool truthAt(const json& object, const char* key)
+std::string textAt(const json& object, const char* key)
 {
     const auto found = object.find(key);
-    if (found == object.end())
-        return false;
-    if (found->is_boolean())
-        return found->get<bool>();
-    if (found->is_number())
-        return found->get<double>() != 0;
-    return found->is_string() && (*found == "1" || *found == "true");
+    return found == object.end() ? std::string() : textOf(*found);
 }
 
+std::string lowerCase(std::string text)
+{
+    std::ranges::transform(
+        text, text.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return text;
+}
+
+/// Numbers are also written as texts and as truth values in real files.
 std::optional<double> numberOf(const json& value)
 {
     if (value.is_boolean())
         return value.get<bool>() ? 1.0 : 0.0;
-    if (!value.is_number())
+    double number = 0;
+    if (value.is_string()) {
+        const auto text = lowerCase(textOf(value));
+        if (text == "true" || text == "yes")
+            return 1.0;
+        if (text == "false" || text == "no")
+            return 0.0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error != std::errc() || end != text.data() + text.size())
+            return std::nullopt;
+    } else if (value.is_number()) {
+        number = value.get<double>();
+    } else {
         return std::nullopt;
-    const auto number = value.get<double>();
-    if (!std::isfinite(number))
-        return std::nullopt;
-    return std::clamp(number, -1e30, 1e30);
+    }
+    return std::isfinite(number) ? std::optional(std::clamp(number, -1e30, 1e30)) : std::nullopt;
+}
+
+bool truthAt(const json& object, const char* key)
+{
+    const auto found = object.find(key);
+    return found != object.end() && numberOf(*found).value_or(0) != 0;
 }
 
 std::optional<ISFInput::Numbers> numbersAt(const json& object, const char* key)
@@ -112,7 +105,7 @@ std::optional<ISFInput::Numbers> numbersAt(const json& object, const char* key)
 bool isName(std::string_view name)
 {
     return !name.empty() && name.size() <= longestName && !(name[0] >= '0' && name[0] <= '9')
-        && std::ranges::all_of(name, [](char c) {
+        && !name.starts_with("gl_") && !name.starts_with("lattice_") && std::ranges::all_of(name, [](char c) {
                return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
            });
 }
@@ -128,36 +121,49 @@ bool ISFHeaderReader::fail(std::string message)
 
 bool ISFHeaderReader::read(ISFDocument& document)
 {
-    std::string text(mHeader);
-    mLine = mFirstLine;
-    if (!blankTrailingCommas(text))
+    mLine = mHeader.firstLine();
+    if (mHeader.isTooDeep())
         return fail("the header is nested too deeply");
     json root;
     try {
-        root = json::parse(text, nullptr, true, true);
+        root = json::parse(mHeader.json());
     } catch (const json::parse_error& problem) {
-        const auto at = std::min<std::size_t>(problem.byte, text.size());
-        mLine = mFirstLine
-            + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
-        return fail(problem.what());
+        mLine = mHeader.lineAt(problem.byte > 0 ? problem.byte - 1 : 0);
+        // The reader's own words for the place do not count in the file's lines.
+        const std::string_view words = problem.what();
+        const auto place = words.find(": ");
+        return fail(
+            "the header is no JSON: " + std::string(place == std::string_view::npos ? words : words.substr(place + 2)));
     } catch (const json::exception& problem) {
         return fail(problem.what());
     }
     if (!root.is_object())
         return fail("the header is no JSON object");
     const Json header { root };
-    document.name = textAt(root, "LABEL");
-    document.explanation = textAt(root, "DESCRIPTION");
-    if (root.contains("IMPORTED") && !root["IMPORTED"].empty())
-        return fail("imported pictures are not supported");
+    readTexts(header, document);
     return readInputs(header, document) && readPasses(header, document) && readPersistentBuffers(header, document)
-        && checkNames(document);
+        && readImports(header, document) && checkNames(document);
+}
+
+void ISFHeaderReader::readTexts(const Json& header, ISFDocument& document)
+{
+    document.name = textAt(header.value, "LABEL");
+    document.explanation = textAt(header.value, "DESCRIPTION");
+    document.credit = textAt(header.value, "CREDIT");
+    document.version = textAt(header.value, "VSN");
+    const auto found = header.value.find("CATEGORIES");
+    if (found == header.value.end())
+        return;
+    for (const auto& category : found->is_array() ? *found : json::array({ *found })) {
+        if (auto text = textOf(category); !text.empty() && document.categories.size() < mostMenuEntries)
+            document.categories.push_back(std::move(text));
+    }
 }
 
 bool ISFHeaderReader::readInputs(const Json& header, ISFDocument& document)
 {
     const auto found = header.value.find("INPUTS");
-    if (found == header.value.end())
+    if (found == header.value.end() || found->is_null())
         return true;
     if (!found->is_array())
         return fail("INPUTS is no list");
@@ -169,8 +175,19 @@ bool ISFHeaderReader::readInputs(const Json& header, ISFDocument& document)
             return fail("an input is no object");
         if (!readInput({ entry }, input))
             return false;
-        document.inputs.push_back(std::move(input));
+        // One that is declared twice in the same way is one.
+        const auto* const twin = document.input(input.name);
+        if (!twin || twin->type != input.type)
+            document.inputs.push_back(std::move(input));
     }
+    const auto isImage = [&](std::string_view name) {
+        const auto* const input = document.input(name);
+        return input && input->type == ISFInputType::Image && !input->isSilent;
+    };
+    if (isImage("inputImage"))
+        document.kind = ISFKind::Filter;
+    else if (isImage("startImage") && isImage("endImage") && document.input("progress"))
+        document.kind = ISFKind::Transition;
     return true;
 }
 
@@ -185,6 +202,11 @@ bool ISFHeaderReader::readInput(const Json& entry, ISFInput& input)
     input.defaultValue = numbersAt(entry.value, "DEFAULT");
     input.minimum = numbersAt(entry.value, "MIN");
     input.maximum = numbersAt(entry.value, "MAX");
+    input.identity = numbersAt(entry.value, "IDENTITY");
+    for (std::size_t i = 0; input.minimum && input.maximum && i < input.minimum->size(); ++i) {
+        if ((*input.minimum)[i] > (*input.maximum)[i])
+            std::swap((*input.minimum)[i], (*input.maximum)[i]);
+    }
     input.nearest = textAt(entry.value, "FILTER") == "NEAREST";
     if (!readType(entry, input))
         return false;
@@ -195,16 +217,22 @@ bool ISFHeaderReader::readInput(const Json& entry, ISFInput& input)
 
 bool ISFHeaderReader::readType(const Json& entry, ISFInput& input)
 {
-    static constexpr std::pair<std::string_view, ISFInputType> types[]
-        = { { "float", ISFInputType::Number }, { "bool", ISFInputType::Boolean }, { "long", ISFInputType::Menu },
-              { "color", ISFInputType::Color }, { "point2D", ISFInputType::Point }, { "event", ISFInputType::Event },
-              { "image", ISFInputType::Image }, { "audio", ISFInputType::Image }, { "audioFFT", ISFInputType::Image } };
+    static constexpr std::pair<std::string_view, ISFInputType> types[] = { { "float", ISFInputType::Number },
+        { "bool", ISFInputType::Boolean }, { "long", ISFInputType::Menu }, { "int", ISFInputType::Menu },
+        { "color", ISFInputType::Color }, { "point2d", ISFInputType::Point }, { "event", ISFInputType::Event },
+        { "image", ISFInputType::Image }, { "audio", ISFInputType::Image }, { "audiofft", ISFInputType::Image } };
     const auto text = textAt(entry.value, "TYPE");
+    const auto wanted = lowerCase(text);
     for (const auto& [name, type] : types) {
-        if (name != text)
+        if (name != wanted)
             continue;
         input.type = type;
-        input.isSilent = text.starts_with("audio");
+        input.isSilent = wanted.starts_with("audio");
+        if (input.isSilent) {
+            input.sound = wanted == "audio" ? ISFSound::Samples : ISFSound::Spectrum;
+            const double columns = input.maximum ? (*input.maximum)[0] : 0;
+            input.mostSound = static_cast<std::size_t>(std::clamp(columns, 0.0, static_cast<double>(mostSoundColumns)));
+        }
         return true;
     }
     return fail("input " + input.name + " has the unknown type \"" + text.substr(0, longestName) + "\"");
@@ -212,40 +240,62 @@ bool ISFHeaderReader::readType(const Json& entry, ISFInput& input)
 
 bool ISFHeaderReader::readMenu(const Json& entry, ISFInput& input)
 {
-    const auto values = entry.value.find("VALUES");
-    const auto labels = entry.value.find("LABELS");
-    if (values == entry.value.end() || !values->is_array()) {
-        // A whole number without choices; its bounds stand for them when they are near each other.
-        const auto bound = [](const auto& numbers, long otherwise) {
-            return numbers ? std::lround(std::clamp((*numbers)[0], -1e9, 1e9)) : otherwise;
-        };
-        const long first = bound(input.minimum, 0);
-        const long last = std::min(bound(input.maximum, first), first + static_cast<long>(mostMenuEntries) - 1);
-        for (long value = first; value <= last; ++value) {
-            input.values.push_back(static_cast<double>(value));
-            input.labels.push_back(std::to_string(value));
-        }
-        return true;
-    }
-    if (values->size() > mostMenuEntries)
+    static const json none = json::array();
+    const auto listAt = [&](const char* key) -> const json& {
+        const auto found = entry.value.find(key);
+        return found != entry.value.end() && found->is_array() ? *found : none;
+    };
+    const auto& values = listAt("VALUES");
+    const auto& labels = listAt("LABELS");
+    if (values.size() > mostMenuEntries || labels.size() > mostMenuEntries)
         return fail("input " + input.name + " has more than 256 values");
-    for (std::size_t i = 0; i < values->size(); ++i) {
-        const auto value = numberOf((*values)[i]);
+    // Labels without values stand for the numbers from 0.
+    for (std::size_t i = 0; i < (values.empty() ? labels.size() : values.size()); ++i) {
+        const auto value = values.empty() ? static_cast<double>(i) : numberOf(values[i]);
         if (!value)
             return fail("input " + input.name + " has a value that is no number");
-        const bool named
-            = labels != entry.value.end() && labels->is_array() && i < labels->size() && (*labels)[i].is_string();
+        const auto label = i < labels.size() ? textOf(labels[i]) : std::string();
         input.values.push_back(std::round(*value));
-        input.labels.push_back(named ? (*labels)[i].get<std::string>().substr(0, 256)
-                                     : std::to_string(static_cast<long>(std::clamp(*value, -1e9, 1e9))));
+        input.labels.push_back(
+            label.empty() ? std::to_string(static_cast<long>(std::clamp(*value, -1e9, 1e9))) : label.substr(0, 256));
     }
+    if (input.values.empty())
+        readMenuBounds(input);
+    readMenuDefault(entry, input);
     return true;
+}
+
+/// A whole number without choices; its bounds stand for them when they are near each other.
+void ISFHeaderReader::readMenuBounds(ISFInput& input)
+{
+    const auto bound = [](const auto& numbers, long otherwise) {
+        return numbers ? std::lround(std::clamp((*numbers)[0], -1e9, 1e9)) : otherwise;
+    };
+    const long usual = bound(input.defaultValue, 0);
+    const long first = bound(input.minimum, std::min(usual, 0L));
+    const long last
+        = std::min(bound(input.maximum, std::max(first + 9, usual)), first + static_cast<long>(mostMenuEntries) - 1);
+    for (long value = first; value <= last; ++value) {
+        input.values.push_back(static_cast<double>(value));
+        input.labels.push_back(std::to_string(value));
+    }
+}
+
+void ISFHeaderReader::readMenuDefault(const Json& entry, ISFInput& input)
+{
+    if (!input.defaultValue) {
+        // A label, or nothing, which means the first choice.
+        const auto found = std::ranges::find(input.labels, textAt(entry.value, "DEFAULT"));
+        const auto index = found == input.labels.end() ? 0 : static_cast<std::size_t>(found - input.labels.begin());
+        input.defaultValue = ISFInput::Numbers { input.values.empty() ? 0 : input.values[index], 0, 0, 1 };
+    }
+    (*input.defaultValue)[0] = std::round((*input.defaultValue)[0]);
 }
 
 bool ISFHeaderReader::readPasses(const Json& header, ISFDocument& document)
 {
     const auto found = header.value.find("PASSES");
-    if (found != header.value.end()) {
+    if (found != header.value.end() && !found->is_null()) {
         if (!found->is_array())
             return fail("PASSES is no list");
         if (found->size() > mostPasses)
@@ -302,6 +352,11 @@ bool ISFHeaderReader::readPersistentBuffers(const Json& header, ISFDocument& doc
     if (found == header.value.end())
         return true;
     const auto mark = [&](const std::string& name, const json* sizes) {
+        if (!document.target(name) && !document.input(name)) {
+            if (!isName(name))
+                return fail("\"" + name.substr(0, longestName) + "\" is no name for a buffer");
+            document.unwritten.push_back(name);
+        }
         for (auto& pass : document.passes) {
             if (pass.target != name)
                 continue;
@@ -318,6 +373,8 @@ bool ISFHeaderReader::readPersistentBuffers(const Json& header, ISFDocument& doc
         for (const auto& name : *found) {
             if (name.is_string() && !mark(name.get<std::string>(), nullptr))
                 return false;
+            if (name.is_object() && !mark(textAt(name, "NAME"), &name))
+                return false;
         }
     } else if (found->is_object()) {
         for (const auto& [name, sizes] : found->items()) {
@@ -325,6 +382,47 @@ bool ISFHeaderReader::readPersistentBuffers(const Json& header, ISFDocument& doc
                 return false;
         }
     }
+    return true;
+}
+
+bool ISFHeaderReader::readImports(const Json& header, ISFDocument& document)
+{
+    const auto found = header.value.find("IMPORTED");
+    if (found == header.value.end() || found->is_null())
+        return true;
+    if (!found->is_array() && !found->is_object())
+        return fail("IMPORTED is no list");
+    if (found->size() > mostImports)
+        return fail("there are more than 16 imported pictures");
+    // Version 2 lists objects with a name, version 1 has the names as keys.
+    for (const auto& [key, entry] : found->items()) {
+        ISFImport import;
+        import.name = found->is_object() ? key : entry.is_object() ? textAt(entry, "NAME") : std::string();
+        if (!readImport({ entry }, import))
+            return false;
+        document.imports.push_back(std::move(import));
+    }
+    return true;
+}
+
+bool ISFHeaderReader::readImport(const Json& entry, ISFImport& import)
+{
+    if (!isName(import.name))
+        return fail("\"" + import.name.substr(0, longestName) + "\" is no name for an imported picture");
+    if (entry.value.is_string()) {
+        import.paths.push_back(textOf(entry.value));
+    } else if (entry.value.is_object()) {
+        import.isCube = lowerCase(textAt(entry.value, "TYPE")) == "cube";
+        const auto path = entry.value.find("PATH");
+        if (path != entry.value.end() && path->is_array()) {
+            for (std::size_t i = 0; i < std::min<std::size_t>(path->size(), 6); ++i)
+                import.paths.push_back(textOf((*path)[i]));
+        } else if (path != entry.value.end()) {
+            import.paths.push_back(textOf(*path));
+        }
+    }
+    if (import.paths.empty() || (import.isCube && import.paths.size() != 6))
+        return fail("the imported picture " + import.name + " has no " + (import.isCube ? "six paths" : "path"));
     return true;
 }
 
@@ -339,6 +437,14 @@ bool ISFHeaderReader::checkNames(const ISFDocument& document)
         if (!pass.target.empty() && document.input(pass.target))
             return fail("an input and a pass have the name " + pass.target);
     }
+    for (const auto& name : document.unwritten)
+        names.insert(name);
+    for (const auto& import : document.imports) {
+        if (document.target(import.name) || !names.insert(import.name).second)
+            return fail("two pictures have the name " + import.name);
+    }
+    if (document.pictures().size() > mostPictures)
+        return fail("there are more than 16 pictures");
     return true;
 }
 

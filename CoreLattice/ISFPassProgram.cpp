@@ -1,6 +1,7 @@
 #include "CoreLattice/ISFPassProgram.h"
 
 #include "CoreLattice/ISFTranslator.h"
+#include "CoreLattice/ShaderNames.h"
 
 #include <algorithm>
 
@@ -45,9 +46,7 @@ std::unique_ptr<ISFPassProgram> ISFPassProgram::create(
     std::string log;
     const auto vertex = compile(GL_VERTEX_SHADER, shaders->vertex, &log);
     if (!vertex.get()) {
-        *error = errorFromDriverLog(log, document.file);
-        if (!document.vertexSource.empty())
-            error->message += " (in the vertex shader)";
+        *error = errorFromDriverLog(log, document.vertexSource.empty() ? document.file : vertexFileOf(document.file));
         return nullptr;
     }
     const auto fragment = compile(GL_FRAGMENT_SHADER, shaders->fragment, &log);
@@ -69,20 +68,25 @@ std::unique_ptr<ISFPassProgram> ISFPassProgram::create(
         *error = errorFromDriverLog(log, document.file);
         return nullptr;
     }
-    return std::make_unique<ISFPassProgram>(std::move(program), document);
+    return std::make_unique<ISFPassProgram>(std::move(program), document, shaders->leavesPixels);
 }
 
-ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document)
+ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels)
     : mProgram(std::move(program))
+    , mLeavesPixels(leavesPixels)
 {
     const auto location
         = [this](const std::string& name) { return glGetUniformLocation(mProgram.get(), name.c_str()); };
     mLocations
         = { location("RENDERSIZE"), location("TIME"), location("TIMEDELTA"), location("DATE"), location("FRAMEINDEX") };
     for (const auto& input : document.inputs)
-        mInputs.push_back(location(input.name));
+        mInputs.push_back(location(languageName(input.name)));
     for (const auto& name : document.pictures())
-        mPictures[name] = { location(name), location("lattice_near_" + name) };
+        mPictures[name] = { location(languageName(name)), location("lattice_near_" + name) };
+    for (const auto& import : document.imports) {
+        if (import.isCube)
+            mPictures[import.name].location = location(languageName(import.name));
+    }
 }
 
 void ISFPassProgram::use(const ISFPassValues& values) const

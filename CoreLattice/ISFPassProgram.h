@@ -26,7 +26,7 @@ public:
     static std::unique_ptr<ISFPassProgram> create(
         const ISFDocument& document, std::size_t pass, CompositionError* error);
     /// For `create`.
-    ISFPassProgram(GLProgram program, const ISFDocument& document);
+    ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels);
 
     void use(const ISFPassValues& values) const;
     /// Sets an input other than a picture, of the program in use.
@@ -37,6 +37,8 @@ public:
         GLint nearLocation = -1; ///< of the form that is read only where it is drawn
     };
     const Picture& picture(const std::string& name) const;
+    /// Whether it may leave pixels as they are, so that they must be black before.
+    bool leavesPixels() const noexcept { return mLeavesPixels; }
     /// The context was lost and the program with it.
     void forget() noexcept { mProgram.forget(); }
 
@@ -46,6 +48,7 @@ private:
         GLint size, time, timeDelta, date, frame;
     } mLocations {};
     std::vector<GLint> mInputs;
+    bool mLeavesPixels = false;
     std::map<std::string, Picture> mPictures;
 };
 

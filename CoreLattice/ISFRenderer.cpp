@@ -1,6 +1,7 @@
 #include "CoreLattice/ISFRenderer.h"
 
 #include "CoreLattice/ISFTranslator.h"
+#include "CoreLattice/SoundPicture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,6 +58,8 @@ ISFRenderer::ISFRenderer(
     , mNearest(sampler(GL_NEAREST))
     , mPictures(mDocument->inputs.size())
     , mPictureSerials(mDocument->inputs.size())
+    , mSounds(mDocument->inputs.size())
+    , mImports(*mDocument)
 {
     for (const auto& pass : mDocument->passes) {
         if (pass.target.empty())
@@ -76,6 +79,9 @@ void ISFRenderer::forget() noexcept
     mNearest.forget();
     for (auto& picture : mPictures)
         picture.forget();
+    for (auto& sound : mSounds)
+        sound.forget();
+    mImports.forget();
     for (auto& [name, target] : mTargets)
         for (auto& texture : target.textures)
             texture.forget();
@@ -93,6 +99,7 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_DITHER);
     uploadPictures(frame);
+    uploadSounds(frame);
     const auto values = valuesOf(frame);
     const PictureTexture* result = nullptr;
     for (std::size_t i = 0; i < mDocument->passes.size(); ++i) {
@@ -155,13 +162,24 @@ ISFPassValues ISFRenderer::valuesOf(const ISFFrame& frame) const
     return values;
 }
 
-void ISFRenderer::bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest)
+void ISFRenderer::uploadSounds(const ISFFrame& frame)
+{
+    for (std::size_t i = 0; i < mSounds.size(); ++i) {
+        const auto& input = mDocument->inputs[i];
+        if (input.sound == ISFSound::Samples)
+            mSounds[i].upload(soundWave(frame.sound, input.mostSound));
+        else if (input.sound == ISFSound::Spectrum)
+            mSounds[i].upload(soundSpectrum(frame.sound, input.mostSound));
+    }
+}
+
+void ISFRenderer::bindTexture(GLint location, GLint& unit, GLuint texture, bool nearest)
 {
     if (location < 0)
         return;
     glUniform1i(location, unit);
     glActiveTexture(static_cast<GLenum>(GL_TEXTURE0 + unit));
-    glBindTexture(GL_TEXTURE_2D, picture.texture() ? picture.texture() : mBlack.texture());
+    glBindTexture(GL_TEXTURE_2D, texture ? texture : mBlack.texture());
     glBindSampler(static_cast<GLuint>(unit), nearest ? mNearest.get() : mSmooth.get());
     ++unit;
 }
@@ -173,19 +191,51 @@ void ISFRenderer::bindTextures(
     GLint unit = 0;
     const auto bind = [&](const std::string& name, const PictureTexture& picture, bool nearest) {
         const auto& [location, nearLocation] = program.picture(name);
-        bindTexture(location, unit, picture, nearest);
-        bindTexture(nearLocation, unit, picture, nearest || (picture.width() == width && picture.height() == height));
+        bindTexture(location, unit, picture.texture(), nearest);
+        bindTexture(
+            nearLocation, unit, picture.texture(), nearest || (picture.width() == width && picture.height() == height));
     };
     for (std::size_t i = 0; i < mPictures.size(); ++i) {
-        if (mDocument->inputs[i].type == ISFInputType::Image)
-            bind(mDocument->inputs[i].name, mPictures[i], mDocument->inputs[i].nearest);
+        const auto& input = mDocument->inputs[i];
+        if (input.type == ISFInputType::Image && input.sound == ISFSound::None)
+            bind(input.name, mPictures[i], input.nearest);
     }
     for (const auto& [name, target] : mTargets) {
         // A target that is being written and has no second texture reads as black.
         const bool readable = &target != written || target.persistent;
         bind(name, readable ? target.textures[target.front] : mBlack, target.nearest);
     }
+    for (const auto& name : mDocument->unwritten)
+        bind(name, mBlack, false);
+    bindBrought(program, unit);
     glActiveTexture(GL_TEXTURE0);
+}
+
+/// Sounds and imported pictures.
+void ISFRenderer::bindBrought(const ISFPassProgram& program, GLint& unit)
+{
+    const auto bind = [&](const std::string& name, GLuint texture) {
+        const auto& [location, nearLocation] = program.picture(name);
+        bindTexture(location, unit, texture, false);
+        bindTexture(nearLocation, unit, texture, false);
+    };
+    for (std::size_t i = 0; i < mSounds.size(); ++i) {
+        if (mDocument->inputs[i].sound != ISFSound::None)
+            bind(mDocument->inputs[i].name, mSounds[i].texture());
+    }
+    for (std::size_t i = 0; i < mDocument->imports.size(); ++i) {
+        const auto& import = mDocument->imports[i];
+        const auto location = program.picture(import.name).location;
+        if (!import.isCube) {
+            bind(import.name, mImports.picture(i).texture());
+        } else if (location >= 0) {
+            glUniform1i(location, unit);
+            glActiveTexture(static_cast<GLenum>(GL_TEXTURE0 + unit));
+            glBindTexture(GL_TEXTURE_CUBE_MAP, mImports.cube(i));
+            glBindSampler(static_cast<GLuint>(unit), mSmooth.get());
+            ++unit;
+        }
+    }
 }
 
 std::pair<std::size_t, std::size_t> ISFRenderer::passSize(const ISFPass& pass, const ISFFrame& frame) const
@@ -239,6 +289,10 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     bindTextures(program, target, width, height);
     glBindFramebuffer(GL_FRAMEBUFFER, into->framebuffer());
     glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
+    if (program.leavesPixels()) {
+        glClearColor(0, 0, 0, target ? 0 : 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     if (target && target->persistent)
         target->front = 1 - target->front;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CoreLattice/BroughtTextures.h"
 #include "CoreLattice/ISFDocument.h"
 #include "CoreLattice/ISFPassProgram.h"
 #include "Platform/CoreFoundation/CFType.h"
@@ -22,6 +23,7 @@ struct ISFFrame {
     std::size_t width = 0;
     std::size_t height = 0;
     std::vector<ISFValue> values; ///< one for each input of the document, in its order
+    std::vector<float> sound; ///< the newest samples, for inputs that show them
 };
 
 /// A composition compiled for the current context, with its textures and what its persistent buffers hold. Everything,
@@ -61,7 +63,9 @@ private:
     std::pair<std::size_t, std::size_t> passSize(const ISFPass& pass, const ISFFrame& frame) const;
     const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame, ISFPassValues values);
     static bool needsRender(Target& target, const ISFFrame& frame, std::size_t width, std::size_t height);
-    void bindTexture(GLint location, GLint& unit, const PictureTexture& picture, bool nearest);
+    void uploadSounds(const ISFFrame& frame);
+    void bindTexture(GLint location, GLint& unit, GLuint texture, bool nearest);
+    void bindBrought(const ISFPassProgram& program, GLint& unit);
 
     const std::shared_ptr<const ISFDocument> mDocument;
     const std::vector<std::unique_ptr<ISFPassProgram>> mPrograms; ///< one for each pass
@@ -69,6 +73,8 @@ private:
     GLSampler mNearest;
     std::vector<PictureTexture> mPictures;
     std::vector<std::uint64_t> mPictureSerials;
+    std::vector<SoundTexture> mSounds;
+    ImportedTextures mImports;
     std::map<std::string, Target, std::less<>> mTargets;
     PictureTexture mOutput;
     PictureTexture mCopy;

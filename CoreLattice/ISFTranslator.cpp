@@ -1,5 +1,6 @@
 #include "CoreLattice/ISFTranslator.h"
 
+#include "CoreLattice/ShaderNames.h"
 #include "CoreLattice/ShaderRewriter.h"
 
 #include <algorithm>
@@ -9,7 +10,9 @@ namespace CoreLattice {
 
 namespace {
 
-constexpr std::string_view version = "#version 330 compatibility\n";
+// The extension, where there is one, takes some of what older compilers let pass, such as constants that are none.
+constexpr std::string_view version
+    = "#version 330 compatibility\n#extension GL_ARB_shading_language_420pack : enable\n";
 
 constexpr std::string_view commonDeclarations = R"(
 #define PASSINDEX LATTICE_PASS
@@ -23,14 +26,50 @@ vec2 lattice_place(vec2 at) { return vec2(at.x, 1.0 - at.y); }
 #define IMG_THIS_NORM_PIXEL(image) texture2D(image, lattice_place(isf_FragNormCoord))
 )";
 
+/// The language's own functions for reading pictures, with the rows counted as the format does.
+constexpr std::string_view readers = R"(
+vec4 lattice_texture2D(sampler2D image, vec2 at) { return texture2D(image, lattice_place(at)); }
+vec4 lattice_texture2DLod(sampler2D image, vec2 at, float level) { return textureLod(image, lattice_place(at), level); }
+vec4 lattice_texture2DLodEXT(sampler2D image, vec2 at, float level) { return textureLod(image, lattice_place(at), level); }
+vec4 lattice_texture2DProj(sampler2D image, vec3 at) { return texture2D(image, lattice_place(at.xy / at.z)); }
+vec4 lattice_texture2DProj(sampler2D image, vec4 at) { return texture2D(image, lattice_place(at.xy / at.w)); }
+vec4 lattice_texture2DRect(sampler2D image, vec2 at) { return texture2D(image, lattice_place(at / IMG_SIZE(image))); }
+vec4 lattice_textureGrad(sampler2D image, vec2 at, vec2 x, vec2 y)
+{
+    return textureGrad(image, lattice_place(at), vec2(x.x, -x.y), vec2(y.x, -y.y));
+}
+vec4 lattice_texture2DGradEXT(sampler2D image, vec2 at, vec2 x, vec2 y) { return lattice_textureGrad(image, at, x, y); }
+vec4 lattice_texture2DGradARB(sampler2D image, vec2 at, vec2 x, vec2 y) { return lattice_textureGrad(image, at, x, y); }
+vec4 lattice_texture(sampler2D image, vec2 at) { return texture(image, lattice_place(at)); }
+vec4 lattice_texture(samplerCube image, vec3 at) { return texture(image, at); }
+vec4 lattice_textureLod(sampler2D image, vec2 at, float level) { return textureLod(image, lattice_place(at), level); }
+vec4 lattice_textureLod(samplerCube image, vec3 at, float level) { return textureLod(image, at, level); }
+vec4 lattice_textureProj(sampler2D image, vec3 at) { return lattice_texture2DProj(image, at); }
+vec4 lattice_textureProj(sampler2D image, vec4 at) { return lattice_texture2DProj(image, at); }
+vec4 lattice_textureOffset(sampler2D image, vec2 at, ivec2 by) { return lattice_texture(image, at + vec2(by) / IMG_SIZE(image)); }
+vec4 lattice_textureLodOffset(sampler2D image, vec2 at, float level, ivec2 by)
+{
+    return lattice_textureLod(image, at + vec2(by) / IMG_SIZE(image), level);
+}
+vec4 lattice_texelFetch(sampler2D image, ivec2 at, int level)
+{
+    return texelFetch(image, ivec2(at.x, textureSize(image, level).y - 1 - at.y), level);
+}
+vec4 lattice_texelFetchOffset(sampler2D image, ivec2 at, int level, ivec2 by) { return lattice_texelFetch(image, at + by, level); }
+)";
+
 constexpr std::string_view fragmentDeclarations = R"(
 noperspective in vec2 isf_FragNormCoord;
 vec4 lattice_fragCoord() { return vec4(gl_FragCoord.x, RENDERSIZE.y - gl_FragCoord.y, gl_FragCoord.zw); }
 #define dFdy(x) (-dFdy(x))
+vec4 lattice_texture2D(sampler2D image, vec2 at, float bias) { return texture2D(image, lattice_place(at), bias); }
+vec4 lattice_texture(sampler2D image, vec2 at, float bias) { return texture(image, lattice_place(at), bias); }
+vec4 lattice_texture(samplerCube image, vec3 at, float bias) { return texture(image, at, bias); }
 )";
 
 constexpr std::string_view vertexDeclarations = R"(
 noperspective out vec2 isf_FragNormCoord;
+vec4 lattice_corner() { return vec4(vec2(gl_VertexID & 1, gl_VertexID >> 1) * 2.0 - 1.0, 0.0, 1.0); }
 void isf_vertShaderInit()
 {
     isf_FragNormCoord = vec2(gl_VertexID & 1, gl_VertexID >> 1);
@@ -114,33 +153,54 @@ std::string declarations(const ISFDocument& document, bool forFragment)
         declare(forFragment ? "flat in" : "flat out", type, "lattice_in_" + name);
     for (const auto& input : document.inputs) {
         if (input.type != ISFInputType::Image && !(forFragment && isHanded(document, input.name)))
-            declare("uniform", languageType(input.type), input.name);
+            declare("uniform", languageType(input.type), languageName(input.name));
     }
     for (const auto& picture : document.pictures()) {
-        declare("uniform", "sampler2D", picture);
+        declare("uniform", "sampler2D", languageName(picture));
         declare("uniform", "sampler2D", "lattice_near_" + picture);
+        // What programs that run filters declare beside each picture, and some files read.
+        result += "#define _" + picture + "_imgSize IMG_SIZE(" + languageName(picture) + ")\n";
+        result += "#define _" + picture + "_imgRect vec4(0.0, 0.0, 1.0, 1.0)\n";
+        result += "#define _" + picture + "_flip false\n";
+    }
+    for (const auto& import : document.imports) {
+        if (import.isCube)
+            declare("uniform", "samplerCube", languageName(import.name));
     }
     return result;
 }
 
-std::string vertexEnd(const ISFDocument& document)
+std::string vertexEnd(const ISFDocument& document, bool withTextureCoordinates)
 {
     std::string result = "void main() { lattice_main(); gl_Position.y = -gl_Position.y;\n";
+    if (withTextureCoordinates)
+        result += "gl_TexCoord[0] = vec4(isf_FragNormCoord, 0.0, 1.0);\n";
     for (const auto& [type, name] : ownValues())
         result += "lattice_in_" + name + " = " + name + ";\n";
     for (const auto& [type, name] : handedInputs(document))
-        result += "lattice_in_" + name + " = " + name + ";\n";
+        result += "lattice_in_" + name + " = " + languageName(name) + ";\n";
     return result + "}\n";
 }
 
-std::string fragmentEnd(const ISFDocument& document, std::size_t pass)
+/// The picture of a pass without a target is opaque.
+std::string fragmentEnd(const ISFDocument& document, std::size_t pass, const std::string& output)
 {
-    // The picture of a pass without a target is opaque. A shader that writes no gl_FragColor has an output of its own,
-    // beside which that one may not be touched.
-    const bool makesOpaque
-        = document.passes[pass].target.empty() && document.fragmentSource.find("gl_FragColor") != std::string::npos;
-    return makesOpaque ? "void main() { lattice_main(); gl_FragColor.a = 1.0; }\n"
-                       : "void main() { lattice_main(); }\n";
+    if (!document.passes[pass].target.empty() || output.empty())
+        return "void main() { lattice_main(); }\n";
+    return "void main() { lattice_main(); " + output + ".a = 1.0; }\n";
+}
+
+/// All the names that the translation declares, pictures excepted.
+std::vector<std::string> declaredNames(const ISFDocument& document)
+{
+    std::vector<std::string> result { "PASSINDEX", "isf_FragNormCoord", "vv_FragNormCoord", "gl_FragCoord" };
+    for (const auto& value : ownValues())
+        result.push_back(value.name);
+    for (const auto& input : document.inputs)
+        result.push_back(input.name);
+    for (const auto& import : document.imports)
+        result.push_back(import.name);
+    return result;
 }
 
 void fillIn(std::string& text, std::string_view placeholder, std::size_t number)
@@ -148,47 +208,63 @@ void fillIn(std::string& text, std::string_view placeholder, std::size_t number)
     text.replace(text.find(placeholder), placeholder.size(), std::to_string(number));
 }
 
-std::optional<std::string> assemble(
-    const ISFDocument& document, std::size_t pass, bool forFragment, std::string_view source, CompositionError* error)
+std::optional<ShaderRewriter> rewrite(
+    const ISFDocument& document, bool forFragment, std::string_view source, CompositionError* error)
 {
     std::vector<std::string> handed;
     if (forFragment) {
         for (const auto& value : handedInputs(document))
             handed.push_back(value.name);
     }
-    ShaderRewriter rewriter(source, document.pictures(), std::move(handed));
-    if (!rewriter.rewrite()) {
-        *error = { document.file, rewriter.line(), rewriter.message() };
-        return std::nullopt;
-    }
+    ShaderRewriter rewriter(source, document.pictures(), std::move(handed), declaredNames(document));
+    if (rewriter.rewrite())
+        return rewriter;
+    *error = { forFragment ? document.file : vertexFileOf(document.file), rewriter.line(), rewriter.message() };
+    return std::nullopt;
+}
+
+std::string assemble(const ISFDocument& document, std::size_t pass, bool forFragment, const ShaderRewriter& rewriter,
+    std::string_view end)
+{
     std::string common(commonDeclarations);
     fillIn(common, "LATTICE_BUDGET", loopBudget);
     fillIn(common, "LATTICE_PASS", pass);
     std::string result(version);
     result += rewriter.extensions();
     result += common;
+    result += readers;
     result += declarations(document, forFragment);
     result += forFragment ? fragmentDeclarations : vertexDeclarations;
     result += "#line 1\n";
     result += rewriter.text();
     result += '\n';
-    result += forFragment ? fragmentEnd(document, pass) : vertexEnd(document);
+    result += end;
     return result;
 }
 
 }
 
+std::string vertexFileOf(const std::string& file)
+{
+    const auto dot = file.rfind('.');
+    return (dot == std::string::npos ? file : file.substr(0, dot)) + ".vs";
+}
+
 std::optional<TranslatedShaders> translateShaders(
     const ISFDocument& document, std::size_t pass, CompositionError* error)
 {
-    auto fragment = assemble(document, pass, true, document.fragmentSource, error);
+    const auto fragment = rewrite(document, true, document.fragmentSource, error);
     if (!fragment)
         return std::nullopt;
     const std::string_view vertexSource = document.vertexSource.empty() ? usualVertexSource : document.vertexSource;
-    auto vertex = assemble(document, pass, false, vertexSource, error);
+    const auto vertex = rewrite(document, false, vertexSource, error);
     if (!vertex)
         return std::nullopt;
-    return TranslatedShaders { std::move(*vertex), std::move(*fragment) };
+    return TranslatedShaders { assemble(document, pass, false, *vertex,
+                                   vertexEnd(
+                                       document, fragment->usesTextureCoordinates() && document.vertexSource.empty())),
+        assemble(document, pass, true, *fragment, fragmentEnd(document, pass, fragment->output())),
+        fragment->leavesPixels() || !document.vertexSource.empty() };
 }
 
 CompositionError errorFromDriverLog(std::string_view log, std::string file)
@@ -206,7 +282,7 @@ CompositionError errorFromDriverLog(std::string_view log, std::string file)
         if (separator != std::string_view::npos && separator + 1 < text.size())
             std::from_chars(text.data() + separator + 1, text.data() + text.size(), result.line);
         const auto words = text.find(": ", error);
-        result.message = words == std::string_view::npos ? text : text.substr(words + 2);
+        result.message = withAuthorsNames(std::string(words == std::string_view::npos ? text : text.substr(words + 2)));
         return result;
     }
     result.message = log.empty() ? "the driver gives no reason" : log.substr(0, log.find('\n'));

@@ -8,6 +8,8 @@ namespace CoreLattice {
 struct TranslatedShaders {
     std::string vertex;
     std::string fragment;
+    /// Whether they may leave pixels of the picture as they are.
+    bool leavesPixels = false;
 };
 
 /// Most turns that all the loops of one pixel, or of one corner, may take together.
@@ -24,6 +26,9 @@ inline constexpr int loopBudget = 4096;
 /// \return nothing, with the reason in \p error, when the source cannot be bounded
 std::optional<TranslatedShaders> translateShaders(
     const ISFDocument& document, std::size_t pass, CompositionError* error);
+
+/// The vertex shader's file beside that of a composition.
+std::string vertexFileOf(const std::string& file);
 
 /// Takes the first error out of a driver's log: the line of the file and the driver's words.
 CompositionError errorFromDriverLog(std::string_view log, std::string file);

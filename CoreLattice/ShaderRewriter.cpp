@@ -1,5 +1,8 @@
 #include "CoreLattice/ShaderRewriter.h"
 
+#include "CoreLattice/ShaderDeclarations.h"
+#include "CoreLattice/ShaderNames.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -13,52 +16,6 @@ namespace {
 // Loops with this many turns in the product of all of them are left to the compiler, which unrolls them.
 constexpr double mostUncountedTurns = 2048;
 
-bool isNameStart(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// Joins lines that end in a backslash and blanks comments. Every line end stays, the joined ones behind their line.
-std::string withoutComments(std::string_view source)
-{
-    std::string result;
-    std::size_t owedLines = 0;
-    bool inBlock = false;
-    bool inLine = false;
-    for (std::size_t i = 0; i < source.size(); ++i) {
-        const char c = source[i];
-        const char next = i + 1 < source.size() ? source[i + 1] : '\0';
-        if (c == '\r')
-            continue;
-        if (c == '\\' && (next == '\n' || (next == '\r' && i + 2 < source.size() && source[i + 2] == '\n'))) {
-            i += next == '\r' ? 2 : 1;
-            ++owedLines;
-        } else if (c == '\n') {
-            inLine = false;
-            result.append(1 + owedLines, '\n');
-            owedLines = 0;
-        } else if (inBlock) {
-            if (c == '*' && next == '/') {
-                inBlock = false;
-                ++i;
-                result += ' ';
-            }
-        } else if (inLine) {
-            continue;
-        } else if (c == '/' && (next == '*' || next == '/')) {
-            (next == '*' ? inBlock : inLine) = true;
-            ++i;
-        } else {
-            result += static_cast<unsigned char>(c) < 0x80 ? c : ' ';
-        }
-    }
-    return result;
-}
-
 std::optional<double> literal(const std::string& text)
 {
     double value = 0;
@@ -71,12 +28,13 @@ std::optional<double> literal(const std::string& text)
 
 }
 
-ShaderRewriter::ShaderRewriter(
-    std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed)
+ShaderRewriter::ShaderRewriter(std::string_view source, std::vector<std::string> pictures,
+    std::vector<std::string> handed, std::vector<std::string> declared)
     : mPictures(std::move(pictures))
     , mHanded(std::move(handed))
+    , mDeclared(std::move(declared))
+    , mTokens(shaderTokens(source))
 {
-    tokenize(withoutComments(source));
 }
 
 bool ShaderRewriter::fail(int line, std::string message)
@@ -86,60 +44,32 @@ bool ShaderRewriter::fail(int line, std::string message)
     return false;
 }
 
-void ShaderRewriter::tokenize(std::string_view source)
-{
-    static constexpr std::array pairs { "++", "--", "+=", "-=", "*=", "/=", "<=", ">=", "==", "!=", "&&", "||", "##",
-        "<<", ">>" };
-    int line = 1;
-    bool inDirective = false;
-    bool lineBegins = true;
-    for (std::size_t i = 0; i < source.size();) {
-        const char c = source[i];
-        const auto start = i;
-        auto kind = Kind::Other;
-        if (c == '\n') {
-            kind = Kind::Space;
-            ++i;
-        } else if (c == ' ' || c == '\t') {
-            kind = Kind::Space;
-            while (i < source.size() && (source[i] == ' ' || source[i] == '\t'))
-                ++i;
-        } else if (isNameStart(c)) {
-            kind = Kind::Name;
-            while (i < source.size() && (isNameStart(source[i]) || isDigit(source[i])))
-                ++i;
-        } else if (isDigit(c) || (c == '.' && i + 1 < source.size() && isDigit(source[i + 1]))) {
-            kind = Kind::Number;
-            while (i < source.size()
-                && (isNameStart(source[i]) || isDigit(source[i]) || source[i] == '.'
-                    || ((source[i] == '+' || source[i] == '-') && (source[i - 1] == 'e' || source[i - 1] == 'E'))))
-                ++i;
-        } else {
-            const auto two = source.substr(i, 2);
-            i += std::ranges::find(pairs, two) != pairs.end() ? 2 : 1;
-        }
-        if (c == '#' && lineBegins)
-            inDirective = true;
-        mTokens.push_back({ kind, std::string(source.substr(start, i - start)), line, inDirective });
-        if (c == '\n') {
-            ++line;
-            inDirective = false;
-            lineBegins = true;
-        } else if (kind != Kind::Space) {
-            lineBegins = false;
-        }
-    }
-}
-
 bool ShaderRewriter::rewrite()
 {
     if (!rewriteDirectives() || !checkNames() || !rewriteLoops())
         return false;
+    std::set<std::string, std::less<>> known(mDeclared.begin(), mDeclared.end());
+    known.insert(mPictures.begin(), mPictures.end());
+    ShaderDeclarations declarations(mTokens, std::move(known));
+    declarations.rewrite();
+    findOutput(declarations.output());
     rewritePictures();
     rewriteHanded();
+    renameForLanguage(mTokens);
     for (const auto& token : mTokens)
         mText += token.text;
     return true;
+}
+
+void ShaderRewriter::findOutput(const std::string& declared)
+{
+    const auto mentions
+        = [this](std::string_view name) { return std::ranges::find(mTokens, name, &Token::text) != mTokens.end(); };
+    mOutput = mentions("gl_FragColor") ? "gl_FragColor"
+        : mentions("gl_FragData")      ? "gl_FragData[0]"
+                                       : languageName(declared);
+    mLeavesPixels = mentions("discard");
+    mUsesTextureCoordinates = mentions("gl_TexCoord");
 }
 
 std::size_t ShaderRewriter::nextSignificant(std::size_t index) const
@@ -167,12 +97,14 @@ bool ShaderRewriter::rewriteDirectives()
             if (defined < end && std::ranges::find(guarded, mTokens[defined].text) != guarded.end())
                 return fail(mTokens[i].line, "\"" + mTokens[defined].text + "\" cannot be redefined");
         }
-        const bool movesUp = name == "extension";
-        if (!movesUp && name != "version" && name != "line")
+        // Extensions of the language for embedded systems are part of the one that we translate to.
+        const auto extension = name == "extension" ? nextSignificant(word + 1) : end;
+        const bool movesUp = extension < end && mTokens[extension].text.starts_with("GL_ARB_");
+        if (name != "extension" && name != "version" && name != "line")
             continue;
         for (auto k = i; k < end; ++k) {
-            if (movesUp)
-                mExtensions += mTokens[k].text;
+            if (movesUp) // a demand for what there is not would be an error even where it is not needed
+                mExtensions += mTokens[k].text == "require" ? "enable" : mTokens[k].text;
             mTokens[k].text.clear();
             mTokens[k].kind = Kind::Space;
         }
@@ -184,21 +116,11 @@ bool ShaderRewriter::rewriteDirectives()
 
 bool ShaderRewriter::checkNames()
 {
-    for (auto& token : mTokens) {
+    for (const auto& token : mTokens) {
         if (token.text == "##")
             return fail(token.line, "names cannot be pasted together");
-        if (token.kind != Kind::Name)
-            continue;
-        if (token.text.starts_with("lattice_"))
+        if (token.kind == Kind::Name && token.text.starts_with("lattice_"))
             return fail(token.line, "names that begin with \"lattice_\" are reserved");
-        if (token.text == "main")
-            token.text = "lattice_main";
-        else if (token.text == "gl_FragCoord")
-            token.text = "lattice_fragCoord()";
-        else if (token.text == "vv_FragNormCoord")
-            token.text = "isf_FragNormCoord";
-        else if (token.text == "vv_vertShaderInit")
-            token.text = "isf_vertShaderInit";
     }
     return true;
 }
@@ -221,10 +143,19 @@ void ShaderRewriter::rewritePictures()
 void ShaderRewriter::rewriteHanded()
 {
     bool afterDot = false;
-    for (auto& token : mTokens) {
-        // Behind a dot the name is a component's or a field's.
-        if (token.kind == Kind::Name && !afterDot && std::ranges::find(mHanded, token.text) != mHanded.end())
-            token.text.insert(0, "lattice_in_");
+    bool inStructure = false;
+    for (std::size_t i = 0; i < mTokens.size(); ++i) {
+        auto& token = mTokens[i];
+        // So are the fields where they are declared.
+        inStructure = inStructure ? token.text != "}" : token.text == "struct";
+        if (inStructure)
+            continue;
+        // Behind a dot the name is a component's or a field's, before a parenthesis it is a function's.
+        if (token.kind == Kind::Name && !afterDot && std::ranges::find(mHanded, token.text) != mHanded.end()) {
+            const auto next = significantToken(mTokens, i + 1);
+            if (token.inDirective || next == mTokens.size() || mTokens[next].text != "(")
+                token.text.insert(0, "lattice_in_");
+        }
         if (token.kind != Kind::Space)
             afterDot = token.text == ".";
     }

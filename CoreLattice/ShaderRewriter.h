@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CoreLattice/ShaderText.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,14 +12,16 @@ namespace CoreLattice {
 ///
 /// Where a picture is read at the very place that is being drawn, its name becomes `lattice_near_` with the name, for
 /// which the renderer may choose a cheaper way of reading. Comments and `#version` go, `#extension` lines are set
-/// apart, `main` becomes `lattice_main`, `gl_FragCoord` becomes `lattice_fragCoord()`, and names of the format's first
-/// version become those of the second. Every loop asks `lattice_turn()` before each turn, except short ones whose
-/// literal bounds show how many turns they take.
+/// apart, declarations of what the translation declares itself go, and names are those of the language's version that
+/// we translate to. Every loop asks `lattice_turn()` before each turn, except short ones whose literal bounds show how
+/// many turns they take.
 class ShaderRewriter {
 public:
     /// \param pictures  the names of the pictures that the shader reads
     /// \param handed  the names of inputs that come under the name `lattice_in_` with the name
-    ShaderRewriter(std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed);
+    /// \param declared  the other names that the translation declares
+    ShaderRewriter(std::string_view source, std::vector<std::string> pictures, std::vector<std::string> handed,
+        std::vector<std::string> declared);
 
     /// False when a loop cannot be found out or the source meddles with the rewriting; then `line` and `message` say
     /// why.
@@ -25,21 +29,22 @@ public:
     const std::string& text() const noexcept { return mText; }
     /// The `#extension` lines.
     const std::string& extensions() const noexcept { return mExtensions; }
+    /// What the shader writes its result to; empty when it writes none.
+    const std::string& output() const noexcept { return mOutput; }
+    /// Whether it may leave pixels as they are.
+    bool leavesPixels() const noexcept { return mLeavesPixels; }
+    /// Whether it reads the old `gl_TexCoord`.
+    bool usesTextureCoordinates() const noexcept { return mUsesTextureCoordinates; }
     int line() const noexcept { return mLine; }
     const std::string& message() const noexcept { return mMessage; }
 
 private:
-    enum class Kind { Space, Name, Number, Other };
-    struct Token {
-        Kind kind;
-        std::string text;
-        int line;
-        bool inDirective;
-    };
+    using Kind = ShaderToken::Kind;
+    using Token = ShaderToken;
     bool fail(int line, std::string message);
-    void tokenize(std::string_view source);
     bool rewriteDirectives();
     bool checkNames();
+    void findOutput(const std::string& declared);
     void rewritePictures();
     void rewriteHanded();
     bool rewriteLoops();
@@ -51,9 +56,13 @@ private:
 
     const std::vector<std::string> mPictures;
     const std::vector<std::string> mHanded;
+    const std::vector<std::string> mDeclared;
     std::vector<Token> mTokens;
     std::string mText;
     std::string mExtensions;
+    std::string mOutput;
+    bool mLeavesPixels = false;
+    bool mUsesTextureCoordinates = false;
     std::string mMessage;
     int mLine = 0;
     /// The product of the turns of all loops that are not counted: more turns than that none of them can take together.

@@ -1,6 +1,8 @@
 #include "CoreLattice/ViewRenderer.h"
 
+#include "CoreLattice/LTCSoundSource.h"
 #include "CoreLattice/RenderThread.h"
+#include "CoreLattice/SoundPicture.h"
 #include "Platform/CoreImage/CIImage.h"
 #include "Platform/Foundation/NSLog.h"
 
@@ -177,6 +179,8 @@ ViewRenderer::Snapshot ViewRenderer::snapshot(double time)
         if (mValues[i].picture && (isMain || !result.picture))
             result.picture = mValues[i].picture;
     }
+    if (std::ranges::any_of(inputs, [](const ISFInput& input) { return input.sound != ISFSound::None; }))
+        result.frame.sound = LTCSoundSource::latestSamples(soundSamples);
     result.frame.width = mWidth ? mWidth : result.picture ? result.picture->width() : usualWidth;
     result.frame.height = mHeight ? mHeight : result.picture ? result.picture->height() : usualHeight;
     return result;

@@ -62,7 +62,9 @@ TEST(ISFDocument, ReadsEveryKindOfInput)
     EXPECT_EQ(document->inputs[6].type, ISFInputType::Event);
     EXPECT_TRUE(document->inputs[7].isSilent);
     EXPECT_EQ(document->passes.size(), 1U);
-    EXPECT_FALSE(document->dependsOnTime);
+    EXPECT_TRUE(document->dependsOnTime) << "sound goes on";
+    EXPECT_EQ(document->inputs[7].sound, CoreLattice::ISFSound::Spectrum);
+    EXPECT_EQ(document->kind, CoreLattice::ISFKind::Filter);
 }
 
 TEST(ISFDocument, ReadsPassesOfBothVersionsOfTheFormat)
@@ -144,4 +146,53 @@ TEST(ISFDocument, SurvivesEveryTruncationAndMutationOfAGoodFile)
         }
     }
     EXPECT_NE(parse(good), nullptr);
+}
+
+TEST(ISFDocument, TellsWhatAFileIsForAndWhoMadeIt)
+{
+    const auto document = parse(R"(/*{ "CREDIT": "Ann", "VSN": 2, "CATEGORIES": [ "Blur", "Light" ],
+        "INPUTS": [ { "NAME": "startImage", "TYPE": "image" }, { "NAME": "endImage", "TYPE": "image" },
+                    { "NAME": "progress", "TYPE": "float", "IDENTITY": 0.25 } ] }*/ void main() {})");
+    EXPECT_EQ(document->kind, CoreLattice::ISFKind::Transition);
+    EXPECT_EQ(document->credit, "Ann");
+    EXPECT_EQ(document->version, "2");
+    EXPECT_EQ(document->categories, (std::vector<std::string> { "Blur", "Light" }));
+    EXPECT_EQ((*document->inputs[2].identity)[0], 0.25);
+    EXPECT_EQ(parse(withInputs(R"({ "NAME": "a", "TYPE": "float" })"))->kind, CoreLattice::ISFKind::Generator);
+    EXPECT_EQ(parse(withInputs(R"({ "NAME": "inputImage", "TYPE": "audio" })"))->kind, CoreLattice::ISFKind::Generator);
+}
+
+TEST(ISFDocument, ReadsImportedPicturesOfBothVersions)
+{
+    const auto second = parse(R"(/*{ "IMPORTED": [ { "NAME": "a", "PATH": "a.png" }, { "NAME": "b", "TYPE": "cube",
+        "PATH": [ "1", "2", "3", "4", "5", "6" ] } ] }*/)");
+    ASSERT_EQ(second->imports.size(), 2U);
+    EXPECT_EQ(second->imports[0].paths, std::vector<std::string> { "a.png" });
+    EXPECT_TRUE(second->imports[1].isCube);
+    EXPECT_EQ(second->pictures(), std::vector<std::string> { "a" });
+    EXPECT_EQ(parse(R"(/*{ "IMPORTED": { "a": { "PATH": "a.png" }, "b": "b.png" } }*/)")->imports[1].paths[0], "b.png");
+    EXPECT_EQ(faultOf(R"(/*{ "IMPORTED": [ { "NAME": "a" } ] }*/)"), "bad.fs:1: the imported picture a has no path");
+    EXPECT_EQ(faultOf(R"(/*{ "IMPORTED": { "a": { "TYPE": "cube", "PATH": "x" } } }*/)"),
+        "bad.fs:1: the imported picture a has no six paths");
+    EXPECT_EQ(faultOf(R"(/*{ "IMPORTED": { "a": "1" }, "INPUTS": [ { "NAME": "a", "TYPE": "float" } ] }*/)"),
+        "bad.fs:1: two pictures have the name a");
+}
+
+TEST(ISFDocument, TakesValuesAsFilesWriteThem)
+{
+    const auto document = parse(withInputs(R"(
+        { "NAME": "on", "TYPE": "bool", "DEFAULT": "true" },
+        { "NAME": "mode", "TYPE": "long", "VALUES": [ "3", 5 ], "LABELS": [ "Three" ] },
+        { "NAME": "word", "TYPE": "long", "LABELS": [ "Off", "On" ], "DEFAULT": "On" },
+        { "NAME": "level", "TYPE": "float", "DEFAULT": "0.5", "MIN": 1, "MAX": 0 },
+        { "NAME": "level", "TYPE": "float" })"));
+    ASSERT_EQ(document->inputs.size(), 4U) << "the same input twice is one";
+    EXPECT_EQ((*document->inputs[0].defaultValue)[0], 1);
+    EXPECT_EQ((*document->inputs[1].defaultValue)[0], 3) << "the first choice";
+    EXPECT_EQ(document->inputs[1].labels, (std::vector<std::string> { "Three", "5" }));
+    EXPECT_EQ(document->inputs[2].values, (std::vector<double> { 0, 1 }));
+    EXPECT_EQ((*document->inputs[2].defaultValue)[0], 1);
+    EXPECT_EQ((*document->inputs[3].minimum)[0], 0);
+    EXPECT_EQ((*document->inputs[3].maximum)[0], 1);
+    EXPECT_EQ((*document->inputs[3].defaultValue)[0], 0.5);
 }

@@ -39,6 +39,9 @@ TEST(ISFExpression, FollowsTheUsualOrderOfOperations)
     EXPECT_EQ(valueOf(" floor( $WIDTH * $scale / 3 ) "), 106);
     EXPECT_EQ(valueOf("max(1.0, min($HEIGHT, 100))"), 100);
     EXPECT_EQ(valueOf("pow(2, 10)"), 1024);
+    EXPECT_EQ(valueOf("WIDTH % 7 + 2^3^2"), 518);
+    EXPECT_EQ(valueOf("+max(1, 5, 3) - min(4, 2.0f, 3)"), 3);
+    EXPECT_EQ(valueOf("trunc(-1.5) + mod(7, 4) + log2(8) + cos(0)"), 6);
 }
 
 TEST(ISFExpression, HasTheValueZeroWhereThereIsNone)

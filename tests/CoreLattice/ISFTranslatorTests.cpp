@@ -119,3 +119,35 @@ TEST(ISFTranslator, ReadsTheLogsOfDrivers)
         "a.fs:7: undefined variable \"x\"");
     EXPECT_EQ(errorFromDriverLog("", "a.fs").text(), "a.fs: the driver gives no reason");
 }
+
+TEST(ISFTranslator, KeepsTheNamesOfTheLanguageApart)
+{
+    EXPECT_TRUE(contains(translated("float filter(float input) { return input; }"),
+        "float lattice_word_filter(float lattice_word_input)"));
+    EXPECT_TRUE(
+        contains(translated("float smooth = 1.0; smooth in vec2 p;"), "float lattice_word_smooth = 1.0; smooth in"));
+    EXPECT_TRUE(contains(translated("vec4 a() { return texture2D(inputImage, p); }"), "lattice_texture2D(inputImage"));
+    EXPECT_TRUE(contains(translated("vec4 texture(vec2 p) { return texture(p); }"), "{ return texture(p); }"));
+    EXPECT_TRUE(contains(translated("void main() { float texture = 1.0; }"), "float texture = 1.0;"));
+    EXPECT_TRUE(contains(translated("#version 120\n#extension GL_OES_x : require\n#extension GL_ARB_y : require\n"),
+        "#extension GL_ARB_y : enable\n"));
+    EXPECT_FALSE(contains(translated("#extension GL_OES_x : require\n"), "GL_OES_x"));
+    EXPECT_EQ(
+        errorFromDriverLog("0:2(1): error: `lattice_in_level' and `lattice_word_filter' undeclared", "a.fs").text(),
+        "a.fs:2: `level' and `filter' undeclared");
+}
+
+TEST(ISFTranslator, MakesTheOutputOpaqueWhateverItsName)
+{
+    const auto endOf = [](const std::string& body) {
+        const auto text = translated(body);
+        return text.substr(text.rfind("void main()"));
+    };
+    EXPECT_EQ(
+        endOf("void main() { gl_FragColor = vec4(0.0); }"), "void main() { lattice_main(); gl_FragColor.a = 1.0; }\n");
+    EXPECT_EQ(endOf("out vec4 c; // gl_FragColor\nvoid main() { c = vec4(0.0); }"),
+        "void main() { lattice_main(); c.a = 1.0; }\n");
+    EXPECT_EQ(endOf("void main() { gl_FragData[0] = vec4(0.0); }"),
+        "void main() { lattice_main(); gl_FragData[0].a = 1.0; }\n");
+    EXPECT_EQ(endOf("void main() { }"), "void main() { lattice_main(); }\n");
+}

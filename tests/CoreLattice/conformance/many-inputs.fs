@@ -1,0 +1,45 @@
+/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" }, { "NAME": "v0", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v1", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v2", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v3", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v4", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v5", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v6", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v7", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v8", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v9", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v10", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v11", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v12", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v13", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v14", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v15", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v16", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v17", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v18", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v19", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v20", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v21", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v22", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v23", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v24", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v25", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v26", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v27", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v28", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v29", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v30", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v31", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v32", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v33", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v34", "TYPE": "long", "DEFAULT": 1 }, { "NAME": "v35", "TYPE": "float", "DEFAULT": 0.05 }, { "NAME": "v36", "TYPE": "color", "DEFAULT": [0.1,0.05,0.0,1.0] }, { "NAME": "v37", "TYPE": "point2D", "DEFAULT": [0.1,0.2] }, { "NAME": "v38", "TYPE": "bool", "DEFAULT": true }, { "NAME": "v39", "TYPE": "long", "DEFAULT": 1 } ] }*/
+void main() {
+	vec4 c = IMG_THIS_PIXEL(inputImage) * 0.3;
+	c.r += v0;
+	c.g += v1.r;
+	c.b += v2.x;
+	c.r += v3 ? 0.02 : 0.0;
+	c.g += float(v4) * 0.02;
+	c.b += v5;
+	c.r += v6.r;
+	c.g += v7.x;
+	c.b += v8 ? 0.02 : 0.0;
+	c.r += float(v9) * 0.02;
+	c.g += v10;
+	c.b += v11.r;
+	c.r += v12.x;
+	c.g += v13 ? 0.02 : 0.0;
+	c.b += float(v14) * 0.02;
+	c.r += v15;
+	c.g += v16.r;
+	c.b += v17.x;
+	c.r += v18 ? 0.02 : 0.0;
+	c.g += float(v19) * 0.02;
+	c.b += v20;
+	c.r += v21.r;
+	c.g += v22.x;
+	c.b += v23 ? 0.02 : 0.0;
+	c.r += float(v24) * 0.02;
+	c.g += v25;
+	c.b += v26.r;
+	c.r += v27.x;
+	c.g += v28 ? 0.02 : 0.0;
+	c.b += float(v29) * 0.02;
+	c.r += v30;
+	c.g += v31.r;
+	c.b += v32.x;
+	c.r += v33 ? 0.02 : 0.0;
+	c.g += float(v34) * 0.02;
+	c.b += v35;
+	c.r += v36.r;
+	c.g += v37.x;
+	c.b += v38 ? 0.02 : 0.0;
+	c.r += float(v39) * 0.02;
+	gl_FragColor = vec4(c.rgb, 1.0);
+}

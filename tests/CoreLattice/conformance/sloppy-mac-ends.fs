@@ -1,0 +1,1 @@
+/*{ "DESCRIPTION": "Line ends of an old system", "CREDIT": "Tovrin", "ISFVSN": "2", "CATEGORIES": [ "Conformance" ], "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ] }*/// a comment#define HALF 0.5void main() {// anothergl_FragColor = IMG_THIS_PIXEL(inputImage) * HALF;}
