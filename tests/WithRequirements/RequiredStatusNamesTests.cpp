@@ -2,8 +2,10 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/MacOSStatus.h"
+#include "Platform/CoreVideo/CVPixelBuffer.h"
 #include "tests/WithRequirements/ListedStatuses.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
+#include "WithRequirements/Requirements.h"
 
 #include <gtest/gtest.h>
 
@@ -162,6 +164,16 @@ TEST(RequiredStatusNames, CoreVideoHasNoNumberOfItsOwnAndKnowsSuccess)
         "REQUIRED_CVRETURN FAILED: kCVReturnSuccess (0) - SRC>>x in function:1 (File.cpp)\n"
         "REQUIRED_CVRETURN FAILED: kCVReturnPoolAllocationFailed (-6690) - SRC>>x in function:2 (File.cpp)\n"
         "REQUIRED_CVRETURN FAILED: statusValue=-1 - SRC>>x in function:3 (File.cpp)\n");
+}
+
+TEST(RequiredStatusNames, AFullPoolsStatusIsANumberWithoutAName)
+{
+    StandardErrorCapture capture;
+    EXPECT_FALSE(CoreVideoRequiredIn("function", kCVReturnWouldExceedAllocationThreshold, "x"));
+    const int line = __LINE__ - 1;
+    EXPECT_EQ(capture.text(),
+        "REQUIRED_CVRETURN FAILED: statusValue=-6689 - SRC>>x in function:" + std::to_string(line)
+            + " (RequiredStatusNamesTests.cpp)\n");
 }
 
 TEST(RequiredStatusNames, GraphicsKindsWriteOneLine)
