@@ -191,13 +191,28 @@ TYPED_TEST(AVCapturePixelsViews, OneLockServesThePropertyInEveryView)
 TYPED_TEST(AVCapturePixelsViews, ANewPictureReplacesTheOldOneWithoutAnAction)
 {
     struct Host : CALayerHost {
-        void layerNeedsDisplay() override { wasDisabled.push_back(CATransaction::disableActions()); }
-        std::vector<bool> wasDisabled;
+        void layerNeedsDisplay() override { ++changes; }
+        int changes = 0;
     } host;
+    /// Says whether actions were disabled when the layer let go of it.
+    class Picture final : public CFType {
+    public:
+        explicit Picture(bool& wasDisabled)
+            : mWasDisabled(wasDisabled)
+        {
+        }
+        ~Picture() override { mWasDisabled = CATransaction::disableActions(); }
+
+    private:
+        bool& mWasDisabled;
+    };
+    bool wasDisabled = false;
+    this->view->setLayerContentsUI(make<Picture>(wasDisabled).get());
     this->view->layer()->setHost(&host);
     this->view->setLayerContentsUI(frame().get());
-    EXPECT_EQ(host.wasDisabled.size(), 1U) << "the change shows when the transaction ends, and once";
+    EXPECT_TRUE(wasDisabled);
     EXPECT_FALSE(CATransaction::disableActions());
+    EXPECT_EQ(host.changes, 1) << "the change shows when the transaction ends, and once";
     this->view->layer()->setHost(nullptr);
 }
 
