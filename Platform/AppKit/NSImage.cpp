@@ -1,6 +1,7 @@
 #include "Platform/AppKit/NSImage.h"
 
 #include "Platform/AppKit/NSBitmapImageRep.h"
+#include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/Foundation/NSBundle.h"
 #include "Platform/ImageIO/CGImageSource.h"
 
@@ -9,6 +10,8 @@ NS_IMPLEMENTATION(NSImage, NSObject) { }
 
 NSImage* NSImage::imageNamed(CFString* name)
 {
+    if (FAIL_POINT("NSImage.imageNamed:"))
+        throw NSException(NSInvalidArgumentException, "the picture cannot be read");
     static std::mutex lock;
     static std::map<std::string, Ref<NSImage>, std::less<>> images;
     const std::lock_guard guard(lock);

@@ -24,7 +24,7 @@ public:
     {
     }
     /// The picture "<name>.png" that is compiled into the program, decoded when first asked for and kept until the
-    /// process ends; null when there is none.
+    /// process ends; null when there is none. Raises an `NSException` at the fail point "NSImage.imageNamed:".
     static NSImage* imageNamed(CFString* name);
 
     NSSize size() const { return mSize; }

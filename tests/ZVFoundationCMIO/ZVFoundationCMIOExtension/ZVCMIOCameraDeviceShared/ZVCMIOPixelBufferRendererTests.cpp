@@ -300,43 +300,52 @@ TEST_F(ZVCMIOPixelBufferRendererTest, AFailedAllocationGivesNothing)
     EXPECT_EQ(linesOf(log), lines + whole.type("newPixelBuffer", "copyPixelBufferWithBlackOutput"));
 }
 
-TEST_F(ZVCMIOPixelBufferRendererTest, ABufferThatCannotBeLockedComesBackUnpainted)
-{
-    const auto source = renderer();
-    const FailPoint::Scope failing("CVPixelBufferLockBaseAddress", kCVReturnError);
-    for (const bool isBlack : { false, true }) {
-        StandardErrorCapture log;
-        const auto frame = isBlack ? source->copyPixelBufferWithBlackOutput()
-                                   : source->copyFrameWithPresentationTimeStampCurrentTime();
-        ASSERT_TRUE(frame);
-        EXPECT_EQ(greatestError(*frame, [](std::size_t, std::size_t) { return Pixel {}; }), 0);
-        EXPECT_EQ(linesOf(log),
-            whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
-                "CVPixelBufferLockBaseAddress(newPixelBuffer, 0)",
-                isBlack ? "copyPixelBufferWithBlackOutput" : "_copyPixelBufferWithPresentationTime"));
+/// The two operations that paint a buffer, with their names in the log.
+class PaintedBuffer : public ZVCMIOPixelBufferRendererTest, public testing::WithParamInterface<const char*> {
+protected:
+    Ref<CVPixelBuffer> paint()
+    {
+        return std::string_view(GetParam()) == "copyPixelBufferWithBlackOutput"
+            ? source->copyPixelBufferWithBlackOutput()
+            : source->copyFrameWithPresentationTimeStampCurrentTime();
     }
-}
+    const Ref<ZVCMIOPixelBufferRenderer> source = renderer();
+};
 
-TEST_F(ZVCMIOPixelBufferRendererTest, ABufferWithoutAnAddressComesBackUnpainted)
-{
-    const auto source = renderer();
-    const FailPoint::Scope failing("CVPixelBufferGetBaseAddress");
-    StandardErrorCapture log;
-    const auto frame = source->copyPixelBufferWithBlackOutput();
-    ASSERT_TRUE(frame);
-    EXPECT_EQ(pixel(*frame, 0, 0), Pixel {});
-    EXPECT_EQ(linesOf(log), whole.notNull("bufferPtr", "copyPixelBufferWithBlackOutput"));
-}
+INSTANTIATE_TEST_SUITE_P(Operations, PaintedBuffer,
+    testing::Values("copyPixelBufferWithBlackOutput", "_copyPixelBufferWithPresentationTime"),
+    [](const auto& instance) { return instance.index == 0 ? "BlackOutput" : "Frame"; });
 
-TEST_F(ZVCMIOPixelBufferRendererTest, ABufferThatCannotBeUnlockedIsReportedAndPainted)
+TEST_P(PaintedBuffer, ComesBackUnpaintedWhenItCannotBeLocked)
 {
-    const auto source = renderer();
-    const FailPoint::Scope failing("CVPixelBufferUnlockBaseAddress", kCVReturnError);
+    const FailPoint::Scope failing("CVPixelBufferLockBaseAddress", kCVReturnError);
     StandardErrorCapture log;
-    EXPECT_EQ(pixel(*source->copyPixelBufferWithBlackOutput(), 0, 0), white);
+    const auto buffer = paint();
+    ASSERT_TRUE(buffer);
+    EXPECT_EQ(greatestError(*buffer, [](std::size_t, std::size_t) { return Pixel {}; }), 0);
     EXPECT_EQ(linesOf(log),
         whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
-            "CVPixelBufferUnlockBaseAddress(newPixelBuffer, 0)", "copyPixelBufferWithBlackOutput"));
+            "CVPixelBufferLockBaseAddress(newPixelBuffer, 0)", GetParam()));
+}
+
+TEST_P(PaintedBuffer, ComesBackUnpaintedWhenItHasNoAddress)
+{
+    const FailPoint::Scope failing("CVPixelBufferGetBaseAddress");
+    StandardErrorCapture log;
+    const auto buffer = paint();
+    ASSERT_TRUE(buffer);
+    EXPECT_EQ(greatestError(*buffer, [](std::size_t, std::size_t) { return Pixel {}; }), 0);
+    EXPECT_EQ(linesOf(log), whole.notNull("bufferPtr", GetParam()));
+}
+
+TEST_P(PaintedBuffer, IsReportedAndPaintedWhenItCannotBeUnlocked)
+{
+    const FailPoint::Scope failing("CVPixelBufferUnlockBaseAddress", kCVReturnError);
+    StandardErrorCapture log;
+    EXPECT_EQ(pixel(*paint(), 0, 0), white);
+    EXPECT_EQ(linesOf(log),
+        whole.source("REQUIRED_CVRETURN FAILED: kCVReturnError (-6660)",
+            "CVPixelBufferUnlockBaseAddress(newPixelBuffer, 0)", GetParam()));
 }
 
 TEST_F(ZVCMIOPixelBufferRendererTest, WhatIsMissingToDrawWithIsReported)
@@ -375,6 +384,16 @@ TEST_F(ZVCMIOPixelBufferRendererTest, WithoutAnIconCreationAndEachFrameSaySoAndT
     }
     info->set("CFBundleIconFile", name.get());
     EXPECT_TRUE(renderer()->mainBundleIconImageRef());
+}
+
+TEST_F(ZVCMIOPixelBufferRendererTest, AnIconWhoseReadingRaisesIsNone)
+{
+    const auto source = renderer();
+    const FailPoint::Scope raises("NSImage.imageNamed:");
+    StandardErrorCapture log;
+    EXPECT_FALSE(source->copyMainBundleIconImageRef());
+    EXPECT_EQ(log.text(), "");
+    EXPECT_FALSE(renderer()->mainBundleIconImageRef());
 }
 
 TEST_F(ZVCMIOPixelBufferRendererTest, AnImageWithoutPixelsGivesNone)
