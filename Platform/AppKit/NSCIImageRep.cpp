@@ -16,3 +16,11 @@ Ref<CVPixelBuffer> NSCIImageRep::copyPixelBuffer()
 {
     return CIContext::createPixelBuffer(*mImage);
 }
+
+CALayerPicture NSCIImageRep::copyPicture()
+{
+    auto* const buffer = mImage->pixelBuffer();
+    if (buffer && CIContext::keepsPixels(mImage->transform()))
+        return { buffer, mImage->transform().d < 0 };
+    return { copyPixelBuffer() };
+}

@@ -16,6 +16,8 @@ public:
     CIImage* image() const { return mImage; }
     /// The source itself where nothing is to be done to it.
     Ref<CVPixelBuffer> copyPixelBuffer() override;
+    /// The source itself where nothing but the order of the rows is to be changed.
+    CALayerPicture copyPicture() override;
 
 private:
     const Ref<CIImage> mImage;

@@ -43,6 +43,14 @@ void NSImage::addRepresentation(NSImageRep* representation)
         mRepresentations.emplace_back(representation);
 }
 
+CALayerPicture NSImage::copyPictureForLayer()
+{
+    for (const auto& representation : mRepresentations)
+        if (auto picture = representation->copyPicture(); picture.buffer)
+            return picture;
+    return {};
+}
+
 Ref<CVPixelBuffer> NSImage::copyPixelBufferForLayer()
 {
     for (const auto& representation : mRepresentations)

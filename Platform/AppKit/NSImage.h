@@ -11,6 +11,8 @@ class NSImageRep : public NSObject {
 public:
     /// Upright pixels, rows from the top, BGRA with premultiplied alpha; null when there are none.
     virtual Ref<CVPixelBuffer> copyPixelBuffer() { return nullptr; }
+    /// The same without a copy of the pixels where the form can do without.
+    virtual CALayerPicture copyPicture() { return { copyPixelBuffer() }; }
 };
 
 /// An image as one or more forms of it. Needs no display. Any thread, one at a time.
@@ -35,6 +37,7 @@ public:
     CGImageRef CGImageForProposedRect_context_hints(CGRect* proposedRect, NSObject* context, CFDictionary* hints);
     /// The pixels of the first form that has any.
     Ref<CVPixelBuffer> copyPixelBufferForLayer() override;
+    CALayerPicture copyPictureForLayer() override;
 
 private:
     NSSize mSize;

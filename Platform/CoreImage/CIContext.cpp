@@ -70,12 +70,6 @@ Ref<CVPixelBuffer> pixelBufferOf(const CIImage& image)
     return CIContext::createPixelBuffer(*make<CIImage>(Ref(buffer), Ref(image.image()), CGAffineTransformIdentity));
 }
 
-/// Whether the pixels stay as they are, but for the order of the rows: what the views do to an image.
-bool keepsPixels(const CGAffineTransform& transform)
-{
-    return transform.a == 1 && transform.b == 0 && transform.c == 0 && std::abs(transform.d) == 1;
-}
-
 /// A buffer of the size of the last one, which such pictures usually have, comes from a pool. \return null when there
 /// is no memory
 Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height)
@@ -215,6 +209,11 @@ bool CIContext::renderWithOpenGL(const CVPixelBuffer& buffer, const PictureScale
         mGeneration = mContext->generation();
     }
     return mDrawing->scale(buffer, target, across, down);
+}
+
+bool CIContext::keepsPixels(const CGAffineTransform& transform)
+{
+    return transform.a == 1 && transform.b == 0 && transform.c == 0 && std::abs(transform.d) == 1;
 }
 
 Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)

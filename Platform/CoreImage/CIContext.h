@@ -38,6 +38,8 @@ public:
     /// A picture of the image's extent, BGRA, rows from the top: the image's own buffer where there is nothing to do,
     /// else a new one. \return null for an empty image and when no buffer can be had
     static Ref<CVPixelBuffer> createPixelBuffer(const CIImage& image);
+    /// Whether \p transform leaves the pixels of an image as they are, but for the order of the rows.
+    static bool keepsPixels(const CGAffineTransform& transform);
 
 private:
     bool usesOpenGL(const CVPixelBuffer& buffer, PictureScaler::Span across, PictureScaler::Span down) const;

@@ -40,12 +40,7 @@ NS_IMPLEMENTATION(CALayer, NSObject)
 
 CFType* CALayer::contents() const
 {
-    Ref<CFType> contents;
-    {
-        const std::lock_guard lock(mLock);
-        contents = mContents;
-    }
-    return autorelease(std::move(contents));
+    return autorelease(copyContents());
 }
 
 void CALayer::setContents(CFType* contents)
@@ -131,22 +126,32 @@ void CALayer::setHost(CALayerHost* host)
     mHost = host;
 }
 
+Ref<CFType> CALayer::copyContents() const
+{
+    const std::lock_guard lock(mLock);
+    return mContents;
+}
+
 Ref<CVPixelBuffer> CALayer::copyPixelBufferForDisplay() const
 {
-    Ref<CFType> contents;
-    {
-        const std::lock_guard lock(mLock);
-        contents = mContents;
-    }
-    if (auto* const buffer = kindOf<CVPixelBuffer>(contents))
-        return buffer;
-    if (auto* const surface = kindOf<IOSurface>(contents))
-        return make<CVPixelBuffer>(Ref<IOSurface>(surface));
-    if (const auto* const image = kindOf<CGImage>(contents))
-        return pixelBufferOf(*image);
+    const auto contents = copyContents();
     if (auto* const image = kindOf<CALayerContents>(contents))
         return image->copyPixelBufferForLayer();
-    return nullptr;
+    return copyPictureForDisplay().buffer;
+}
+
+CALayerPicture CALayer::copyPictureForDisplay() const
+{
+    const auto contents = copyContents();
+    if (auto* const buffer = kindOf<CVPixelBuffer>(contents))
+        return { buffer };
+    if (auto* const surface = kindOf<IOSurface>(contents))
+        return { make<CVPixelBuffer>(Ref<IOSurface>(surface)) };
+    if (const auto* const image = kindOf<CGImage>(contents))
+        return { pixelBufferOf(*image) };
+    if (auto* const image = kindOf<CALayerContents>(contents))
+        return image->copyPictureForLayer();
+    return {};
 }
 
 CGRect CALayer::rectangleForContents(CGSize picture, CGSize layer) const

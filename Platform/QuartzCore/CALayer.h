@@ -18,12 +18,20 @@ inline CFString* const kCAGravityResizeAspectFill = CFSTR("resizeAspectFill");
 
 class CALayer;
 
+/// Pixels as the contents of a layer have them, for those who can draw them as they are.
+struct CALayerPicture {
+    Ref<CVPixelBuffer> buffer; ///< BGRA or format 32, alpha premultiplied; null when there is no picture
+    bool isMirrored = false; ///< whether the last row in memory is the top one
+};
+
 /// What other kinds of objects offer in order to be the contents of a layer; images do.
 class CALayerContents {
 public:
     virtual ~CALayerContents() = default;
     /// The picture, upright, rows from the top, BGRA with premultiplied alpha; null when there is none. Main thread.
     virtual Ref<CVPixelBuffer> copyPixelBufferForLayer() = 0;
+    /// The same picture, without a copy of its pixels where the object can do without. Main thread.
+    virtual CALayerPicture copyPictureForLayer() { return { copyPixelBufferForLayer() }; }
 };
 
 /// Who puts a layer on the screen.
@@ -66,6 +74,8 @@ public:
     void setHost(CALayerHost* host);
     /// The present contents as pixels; those of a `CGImage` are copied. Main thread.
     Ref<CVPixelBuffer> copyPixelBufferForDisplay() const;
+    /// The same with its pixels as they are, where they can be. Main thread.
+    CALayerPicture copyPictureForDisplay() const;
     /// Where contents of \p picture size go in a layer of \p layer size, by the layer's gravity.
     CGRect rectangleForContents(CGSize picture, CGSize layer) const;
 
@@ -73,6 +83,7 @@ private:
     friend class CATransaction;
     void changed();
     void tellHost();
+    Ref<CFType> copyContents() const;
 
     mutable std::mutex mLock;
     std::recursive_mutex mHostLock;

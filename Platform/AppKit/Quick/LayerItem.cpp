@@ -1,6 +1,7 @@
 #include "Platform/AppKit/Quick/LayerItem.h"
 
 #include "Platform/AppKit/Quick/LayerTexture.h"
+#include "Platform/AppKit/Quick/SoftwarePicture.h"
 #include "Platform/dispatch/dispatch.h"
 
 #include <QCoreApplication>
@@ -13,10 +14,11 @@
 #include <cstring>
 #include <memory>
 
-/// The background, then the picture.
+/// The background, then the picture: one of the two, by the window's renderer.
 class LayerNode : public QSGNode {
 public:
     QSGRectangleNode* background = nullptr;
+    SoftwarePicture* softwarePicture = nullptr;
     QSGImageNode* picture = nullptr;
     LayerTexture texture;
 };
@@ -35,6 +37,20 @@ QColor colorOf(CGColorRef color)
 bool isShowable(const CVPixelBuffer* buffer)
 {
     return buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && buffer->baseAddress();
+}
+
+/// The same for those who draw the pixels as they are: a form of an image may have alpha first.
+bool isShowable(const CALayerPicture& picture, const CALayer& layer)
+{
+    const auto* const buffer = picture.buffer.get();
+    return isShowable(buffer)
+        || (buffer && buffer->pixelFormat() == kCVPixelFormatType_32ARGB && buffer->baseAddress()
+            && kindOf<CALayerContents>(layer.contents()));
+}
+
+QSize sizeOf(const CVPixelBuffer& buffer)
+{
+    return { static_cast<int>(buffer.width()), static_cast<int>(buffer.height()) };
 }
 
 bool drawsInSoftware(const QQuickWindow* window)
@@ -151,14 +167,19 @@ void LayerItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeome
 
 LayerNode* LayerItem::makeNode() const
 {
+    // The software renderer misplaces nodes that join their item's later: so the picture is there from the start,
+    // without an extent until there are contents.
     auto node = std::make_unique<LayerNode>();
     node->background = window()->createRectangleNode();
     node->appendChildNode(node->background);
+    if (drawsInSoftware(window())) {
+        node->softwarePicture = std::make_unique<SoftwarePicture>(*window()).release();
+        node->appendChildNode(node->softwarePicture);
+        return node.release();
+    }
     node->picture = window()->createImageNode();
     node->picture->setOwnsTexture(false);
     node->picture->setFiltering(QSGTexture::Linear);
-    // The software renderer wants a texture in every picture, and it misplaces nodes that join their item's later: so
-    // the picture is there from the start, without an extent until there are contents.
     auto nothing = make<CVPixelBuffer>(1, 1, kCVPixelFormatType_32BGRA, 4);
     std::memset(nothing->baseAddress(), 0, nothing->bytesPerRow());
     node->picture->setTexture(node->texture.show(std::move(nothing), false, *window()));
@@ -184,27 +205,54 @@ QSGNode* LayerItem::updatePaintNode(QSGNode* oldNode, UpdatePaintNodeData* /*dat
         node->background->setColor(color);
     if (!mContentsAreNew.exchange(false))
         return node;
+    if (node->softwarePicture)
+        showInSoftware(*node->softwarePicture);
+    else
+        showAsTexture(*node);
+    return node;
+}
 
-    const bool opaque = mLayer->isOpaque() || colorOf(mLayer->backgroundColor()).alpha() == 255;
+bool LayerItem::isOpaque() const
+{
+    return mLayer->isOpaque() || colorOf(mLayer->backgroundColor()).alpha() == 255;
+}
+
+/// How many pixels of the screen \p place takes.
+QSize LayerItem::pixelsOf(const QRectF& place) const
+{
+    const auto pixels = place.size() * window()->effectiveDevicePixelRatio();
+    return { static_cast<int>(std::lround(pixels.width())), static_cast<int>(std::lround(pixels.height())) };
+}
+
+void LayerItem::showInSoftware(SoftwarePicture& shown) const
+{
+    auto picture = mLayer->copyPictureForDisplay();
+    if (!isShowable(picture, *mLayer)) {
+        shown.showNothing();
+        return;
+    }
+    const auto place = placeOf(*mLayer, sizeOf(*picture.buffer), this->size(), window()->effectiveDevicePixelRatio());
+    shown.show(std::move(picture), isOpaque(), place, pixelsOf(place));
+}
+
+void LayerItem::showAsTexture(LayerNode& node)
+{
     auto buffer = mLayer->copyPixelBufferForDisplay();
     if (!isShowable(buffer)) {
-        node->picture->setRect(QRectF());
-        return node;
+        node.picture->setRect(QRectF());
+        return;
     }
-    const qreal ratio = window()->effectiveDevicePixelRatio();
-    const QSize size(static_cast<int>(buffer->width()), static_cast<int>(buffer->height()));
-    const auto place = placeOf(*mLayer, size, this->size(), ratio);
-    const auto onScreen = place.size() * ratio;
-    if (drawsInSoftware(window()) || LayerTexture::isTooLarge(*buffer, *window())) {
-        const auto whole = [](qreal length) { return static_cast<std::size_t>(std::lround(length)); };
-        if (auto scaled = mScaler.scaled(buffer, whole(onScreen.width()), whole(onScreen.height())))
+    const auto place = placeOf(*mLayer, sizeOf(*buffer), this->size(), window()->effectiveDevicePixelRatio());
+    if (LayerTexture::isTooLarge(*buffer, *window())) {
+        const auto pixels = pixelsOf(place);
+        if (auto scaled = mScaler.scaled(
+                { buffer }, { static_cast<std::size_t>(pixels.width()), static_cast<std::size_t>(pixels.height()) }))
             buffer = std::move(scaled);
     }
-    const QSizeF pixels(static_cast<qreal>(buffer->width()), static_cast<qreal>(buffer->height()));
-    node->picture->setTexture(node->texture.show(std::move(buffer), opaque, *window()));
+    const QRectF whole(QPointF(), QSizeF(sizeOf(*buffer)));
+    node.picture->setTexture(node.texture.show(std::move(buffer), isOpaque(), *window()));
     // The same texture may have other pixels now.
-    node->picture->markDirty(QSGNode::DirtyMaterial);
-    node->picture->setRect(place);
-    node->picture->setSourceRect(QRectF(QPointF(), pixels));
-    return node;
+    node.picture->markDirty(QSGNode::DirtyMaterial);
+    node.picture->setRect(place);
+    node.picture->setSourceRect(whole);
 }

@@ -10,12 +10,13 @@
 #include <atomic>
 
 class LayerNode;
+class SoftwarePicture;
 
 /// An item that draws a layer: its background and its contents, placed by its gravity.
 ///
 /// `LayerItem { contents: … }` shows what a key gives, a pixel buffer or an image, opaque and covering the item. Under
-/// the software renderer the picture is not copied when it fits the item pixel for pixel, and scaled once otherwise;
-/// under a graphics processor it is uploaded once. Only the item's own area is repainted.
+/// the software renderer nothing is made of the picture before it goes into the window, in whatever size; under a
+/// graphics processor it is uploaded once. Only the item's own area is repainted.
 ///
 /// Where the contents are a layer, the item shows whatever that one shows from then on: the way for pictures that
 /// change all the time, since the engine frees values late.
@@ -43,6 +44,10 @@ protected:
 private:
     void layerNeedsDisplay() override;
     LayerNode* makeNode() const;
+    bool isOpaque() const;
+    QSize pixelsOf(const QRectF& place) const;
+    void showInSoftware(SoftwarePicture& shown) const;
+    void showAsTexture(LayerNode& node);
 
     QVariant mContents;
     Ref<CALayer> mLayer;

@@ -2,12 +2,17 @@
 
 #include "Platform/CoreImage/WordVectors.h"
 
+#include <libyuv/convert_argb.h>
 #include <libyuv/planar_functions.h>
 #include <libyuv/scale_argb.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
 
 using namespace WordVectors;
 
@@ -17,11 +22,6 @@ constexpr std::size_t bytesPerPixel = 4;
 constexpr std::uint32_t whole = 65536;
 /// How many pixels are made at once.
 constexpr std::size_t group = 4;
-
-const std::uint8_t* rowOf(const CVPixelBuffer& buffer, std::size_t y)
-{
-    return reinterpret_cast<const std::uint8_t*>(buffer.baseAddress()) + y * buffer.bytesPerRow();
-}
 
 /// The pixel at \p pixels and the next one, each by its part.
 Words weighted(const std::uint8_t* pixels, const std::array<std::uint16_t, 8>& parts)
@@ -33,6 +33,74 @@ Words weighted(const std::uint8_t* pixels, const std::array<std::uint16_t, 8>& p
     return highProducts(lowerBytes(reinterpret_cast<Bytes>(bytes)), loaded<Words>(parts.data()));
 }
 
+#ifdef __x86_64__
+
+/// As many columns as are made at once with vectors of 32 bytes.
+constexpr std::size_t wideGroup = 8;
+
+/// Four columns: of each what its two pixels give by their parts, as words in the order 0, 2, 1, 3.
+__attribute__((target("avx2"))) inline __m256i wideColumns(
+    const std::uint8_t* row, const std::uint32_t* offsets, const std::array<std::uint16_t, 8>* parts)
+{
+    const auto pixels = [row](std::uint32_t offset) __attribute__((target("avx2")))
+    {
+        long long both = 0;
+        std::memcpy(&both, row + offset, sizeof both);
+        return both;
+    };
+    const __m256i bytes
+        = _mm256_set_epi64x(pixels(offsets[3]), pixels(offsets[1]), pixels(offsets[2]), pixels(offsets[0]));
+    const auto* const shares = reinterpret_cast<const __m256i*>(parts);
+    // The bytes are the upper halves of words, as the parts have a 65536th as their unit.
+    const __m256i none = _mm256_setzero_si256();
+    const __m256i one = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(none, bytes), _mm256_loadu_si256(shares));
+    const __m256i two = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(none, bytes), _mm256_loadu_si256(shares + 1));
+    const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(one, two), _mm256_unpackhi_epi64(one, two));
+    return _mm256_srli_epi16(_mm256_add_epi16(sum, _mm256_set1_epi16(128)), 8);
+}
+
+/// Makes whole groups of columns. \return how many columns those are
+__attribute__((target("avx2"))) std::size_t combineWideGroups(const std::uint8_t* row, const std::uint32_t* offsets,
+    const std::array<std::uint16_t, 8>* parts, std::size_t width, std::uint8_t* target)
+{
+    const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    std::size_t column = 0;
+    for (; column + wideGroup <= width; column += wideGroup) {
+        const __m256i words[] { wideColumns(row, offsets + column, parts + column),
+            wideColumns(row, offsets + column + group, parts + column + group) };
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + column * bytesPerPixel),
+            _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words[0], words[1]), inOrder));
+    }
+    return column;
+}
+
+bool hasWideVectors()
+{
+    static const bool has = __builtin_cpu_supports("avx2") != 0;
+    return has;
+}
+
+#endif
+
+/// Turns the order of each pixel's bytes round.
+void reverseBytes(std::uint8_t* pixels, std::size_t bytesPerRow, LayerScaler::Size size)
+{
+    const auto stride = static_cast<int>(bytesPerRow);
+    libyuv::BGRAToARGB(pixels, stride, pixels, stride, static_cast<int>(size.width), static_cast<int>(size.height));
+}
+
+}
+
+LayerScaler::Source::Source(const CALayerPicture& picture)
+    : top(reinterpret_cast<const std::uint8_t*>(picture.buffer->baseAddress()))
+    , stride(static_cast<int>(picture.buffer->bytesPerRow()))
+    , size { picture.buffer->width(), picture.buffer->height() }
+    , isAlphaFirst(picture.buffer->pixelFormat() == kCVPixelFormatType_32ARGB)
+{
+    if (!picture.isMirrored)
+        return;
+    top = row(size.height - 1);
+    stride = -stride;
 }
 
 std::vector<LayerScaler::Tap> LayerScaler::taps(std::size_t sourceLength, std::size_t targetLength)
@@ -50,32 +118,39 @@ std::vector<LayerScaler::Tap> LayerScaler::taps(std::size_t sourceLength, std::s
     return result;
 }
 
-std::vector<LayerScaler::Column> LayerScaler::columns(std::size_t sourceLength, std::size_t targetLength)
+void LayerScaler::layOut(Size source, Size target)
 {
-    std::vector<Column> result;
-    for (const auto& tap : taps(sourceLength, targetLength)) {
+    if (mSource == source && mTarget == target)
+        return;
+    mColumnOffsets.clear();
+    mColumnParts.clear();
+    for (const auto& tap : taps(source.width, target.width)) {
         // The whole does not fit; what is missing is far below a step of a byte.
         const auto part = [](std::uint32_t value) { return static_cast<std::uint16_t>(std::min(value, whole - 1)); };
         const auto one = part(whole - tap.part);
         const auto next = part(tap.part);
-        result.push_back({ { one, one, one, one, next, next, next, next }, tap.first * bytesPerPixel });
+        mColumnOffsets.push_back(tap.first * bytesPerPixel);
+        mColumnParts.push_back({ one, one, one, one, next, next, next, next });
     }
-    while (result.size() % group != 0)
-        result.push_back(result.back());
-    return result;
+    // A part may end anywhere, and its last group is read whole.
+    mColumnOffsets.insert(mColumnOffsets.end(), group - 1, mColumnOffsets.back());
+    mColumnParts.insert(mColumnParts.end(), group - 1, mColumnParts.back());
+    mDown = taps(source.height, target.height);
+    mRow.resize(std::max<std::size_t>(source.width, 2) * bytesPerPixel);
+    mSource = source;
+    mTarget = target;
 }
 
-Ref<CVPixelBuffer> LayerScaler::newBuffer(std::size_t width, std::size_t height)
+Ref<CVPixelBuffer> LayerScaler::newBuffer(Size size)
 {
-    if (!mPool || width != mPoolWidth || height != mPoolHeight) {
+    if (!mPool || size != mPoolSize) {
         const auto attributes = CFDictionary::create(
             { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
-                { kCVPixelBufferWidthKey, CFNumber::create(width).get() },
-                { kCVPixelBufferHeightKey, CFNumber::create(height).get() } });
+                { kCVPixelBufferWidthKey, CFNumber::create(size.width).get() },
+                { kCVPixelBufferHeightKey, CFNumber::create(size.height).get() } });
         mPool = nullptr;
         CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
-        mPoolWidth = width;
-        mPoolHeight = height;
+        mPoolSize = size;
     }
     Ref<CVPixelBuffer> buffer;
     if (mPool)
@@ -83,69 +158,102 @@ Ref<CVPixelBuffer> LayerScaler::newBuffer(std::size_t width, std::size_t height)
     return buffer;
 }
 
-const std::uint8_t* LayerScaler::rowBetween(const CVPixelBuffer& source, const Tap& tap)
+const std::uint8_t* LayerScaler::rowBetween(const Source& source, const Tap& tap, const Part& part)
 {
-    const auto* row = rowOf(source, tap.first);
-    const auto length = static_cast<int>(source.width() * bytesPerPixel);
+    const auto* row = source.row(tap.first);
     // The library's unit.
     constexpr std::uint32_t all = 256;
-    const auto part = (tap.part + whole / all / 2) / (whole / all);
-    if (part == all) {
-        row = rowOf(source, tap.first + 1);
-    } else if (part != 0) {
-        libyuv::InterpolatePlane(
-            row, 0, rowOf(source, tap.first + 1), 0, mRow.data(), 0, length, 1, static_cast<int>(part));
+    const auto next = (tap.part + whole / all / 2) / (whole / all);
+    if (next == all) {
+        row = source.row(tap.first + 1);
+    } else if (next != 0) {
+        const auto from = mColumnOffsets[part.left];
+        const auto to = std::min<std::size_t>(
+            mColumnOffsets[part.left + part.size.width - 1] + 2 * bytesPerPixel, source.size.width * bytesPerPixel);
+        libyuv::InterpolatePlane(row + from, 0, source.row(tap.first + 1) + from, 0, mRow.data() + from, 0,
+            static_cast<int>(to - from), 1, static_cast<int>(next));
         row = mRow.data();
     }
-    if (source.width() > 1)
+    if (source.size.width > 1)
         return row;
     std::memmove(mRow.data(), row, bytesPerPixel);
     std::memcpy(mRow.data() + bytesPerPixel, mRow.data(), bytesPerPixel);
     return mRow.data();
 }
 
-void LayerScaler::combineColumns(const std::uint8_t* row, std::uint8_t* target) const
+void LayerScaler::combineColumns(const std::uint8_t* row, const Part& part, std::uint8_t* target) const
 {
     // Half a step of a byte, since what is below one is cut off.
     const auto half = filled(128);
-    const auto pixel = [row](const Column& column) { return weighted(row + column.offset, column.parts); };
-    const auto four = [&](const Column* column) {
-        return upperHalves(
-            folded(pixel(column[0]), pixel(column[1])) + half, folded(pixel(column[2]), pixel(column[3])) + half);
-    };
-    const auto* column = mAcross.data();
-    for (auto groups = mWidth / group; groups > 0; --groups, column += group, target += sizeof(Bytes))
-        store(target, four(column));
-    if (const auto rest = mWidth % group) {
-        const auto bytes = four(column);
+    const auto* offset = mColumnOffsets.data() + part.left;
+    const auto* parts = mColumnParts.data() + part.left;
+    auto width = part.size.width;
+#ifdef __x86_64__
+    if (hasWideVectors()) {
+        const auto done = combineWideGroups(row, offset, parts, width, target);
+        offset += done;
+        parts += done;
+        target += done * bytesPerPixel;
+        width -= done;
+    }
+#endif
+    const auto pixel = [&](std::size_t column) { return weighted(row + offset[column], parts[column]); };
+    const auto four = [&] { return upperHalves(folded(pixel(0), pixel(1)) + half, folded(pixel(2), pixel(3)) + half); };
+    for (auto groups = width / group; groups > 0; --groups, offset += group, parts += group, target += sizeof(Bytes))
+        store(target, four());
+    if (const auto rest = width % group) {
+        const auto bytes = four();
         std::memcpy(target, &bytes, rest * bytesPerPixel);
     }
 }
 
-Ref<CVPixelBuffer> LayerScaler::scaled(Ref<CVPixelBuffer> source, std::size_t width, std::size_t height)
+void LayerScaler::interpolate(
+    const Source& source, const Part& part, std::uint8_t* target, std::size_t targetBytesPerRow)
 {
-    if (source->width() == width && source->height() == height)
-        return source;
-    auto target = newBuffer(width, height);
-    if (!target)
-        return nullptr;
-    auto* const pixels = reinterpret_cast<std::uint8_t*>(target->baseAddress());
-    if (source->width() == 2 * width && source->height() == 2 * height) {
-        // Between four pixels lies the mean of them.
-        libyuv::ARGBScale(rowOf(*source, 0), static_cast<int>(source->bytesPerRow()), static_cast<int>(source->width()),
-            static_cast<int>(source->height()), pixels, static_cast<int>(target->bytesPerRow()),
-            static_cast<int>(width), static_cast<int>(height), libyuv::kFilterBox);
-        return target;
+    for (std::size_t y = 0; y < part.size.height; ++y, target += targetBytesPerRow) {
+        combineColumns(rowBetween(source, mDown[part.top + y], part), part, target);
+        // While it is near.
+        if (source.isAlphaFirst)
+            reverseBytes(target, targetBytesPerRow, { part.size.width, 1 });
     }
-    if (mWidth != width || mAcrossLength != source->width())
-        mAcross = columns(source->width(), width);
-    if (mDown.size() != height || mDownLength != source->height())
-        mDown = taps(source->height(), height);
-    mWidth = width;
-    mAcrossLength = source->width();
-    mDownLength = source->height();
-    mRow.resize(std::max<std::size_t>(source->width(), 2) * bytesPerPixel);
-    for (std::size_t y = 0; y < height; ++y)
-        combineColumns(rowBetween(*source, mDown[y]), pixels + y * target->bytesPerRow());
+}
+
+void LayerScaler::draw(
+    const CALayerPicture& picture, Size size, const Part& part, std::uint8_t* target, std::size_t targetBytesPerRow)
+{
+    const Source source(picture);
+    const auto stride = static_cast<int>(targetBytesPerRow);
+    const auto width = static_cast<int>(part.size.width);
+    const auto height = static_cast<int>(part.size.height);
+    if (source.size == size && source.isAlphaFirst) {
+        // The library counts bytes from the other end: what it calls BGRA has alpha first in memory.
+        libyuv::BGRAToARGB(
+            source.row(part.top) + part.left * bytesPerPixel, source.stride, target, stride, width, height);
+    } else if (source.size == size) {
+        for (std::size_t y = 0; y < part.size.height; ++y)
+            std::memcpy(target + y * targetBytesPerRow, source.row(part.top + y) + part.left * bytesPerPixel,
+                part.size.width * bytesPerPixel);
+    } else if (source.size.width == 2 * size.width && source.size.height == 2 * size.height) {
+        // Between four pixels lies the mean of them.
+        libyuv::ARGBScale(source.row(2 * part.top) + 2 * part.left * bytesPerPixel, source.stride, 2 * width,
+            2 * height, target, stride, width, height, libyuv::kFilterBox);
+        if (source.isAlphaFirst)
+            reverseBytes(target, targetBytesPerRow, part.size);
+    } else {
+        layOut(source.size, size);
+        interpolate(source, part, target, targetBytesPerRow);
+    }
+}
+
+Ref<CVPixelBuffer> LayerScaler::scaled(const CALayerPicture& picture, Size size)
+{
+    const auto& buffer = picture.buffer;
+    if (Size { buffer->width(), buffer->height() } == size && !picture.isMirrored
+        && buffer->pixelFormat() == kCVPixelFormatType_32BGRA)
+        return buffer;
+    auto target = newBuffer(size);
+    if (target)
+        draw(picture, size, { 0, 0, size }, reinterpret_cast<std::uint8_t*>(target->baseAddress()),
+            target->bytesPerRow());
     return target;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
+#include "Platform/QuartzCore/CALayer.h"
 
 #include <array>
 #include <cstdint>
@@ -11,36 +12,59 @@
 /// outwards. No byte is more than 2 from the exact value. For one thread at a time.
 class LayerScaler {
 public:
-    /// \param width, height  above 0
-    /// \return \p source itself where it has that size; null when there is no memory
-    Ref<CVPixelBuffer> scaled(Ref<CVPixelBuffer> source, std::size_t width, std::size_t height);
+    struct Size {
+        std::size_t width, height; ///< above 0
+        bool operator==(const Size&) const = default;
+    };
+    /// A rectangle of the scaled picture, inside it and not empty.
+    struct Part {
+        std::size_t left, top;
+        Size size;
+    };
+
+    /// The picture in \p size, upright, blue first.
+    /// \param picture  with a buffer
+    /// \return the picture's own buffer where that is so already; null when there is no memory
+    Ref<CVPixelBuffer> scaled(const CALayerPicture& picture, Size size);
+    /// Writes \p part of what the picture is in \p size, upright, blue first.
+    /// \param picture  with a buffer
+    /// \param target  where the part begins
+    void draw(const CALayerPicture& picture, Size size, const Part& part, std::uint8_t* target,
+        std::size_t targetBytesPerRow);
 
 private:
+    /// The picture's rows from the top.
+    struct Source {
+        explicit Source(const CALayerPicture& picture);
+        const std::uint8_t* row(std::size_t y) const
+        {
+            return top + static_cast<std::ptrdiff_t>(y) * static_cast<std::ptrdiff_t>(stride);
+        }
+        const std::uint8_t* top;
+        int stride; ///< from a row to the next one, in bytes
+        Size size;
+        bool isAlphaFirst;
+    };
     /// The two pixels of the source that one of the target lies between: this one and the next. Where the source has
     /// only one, the next is never looked at or the same.
     struct Tap {
         std::uint32_t first;
         std::uint32_t part; ///< of the next one, in 65536ths
     };
-    /// The same with the parts of both, four times each, for the four bytes of a pixel.
-    struct Column {
-        alignas(16) std::array<std::uint16_t, 8> parts;
-        std::size_t offset; ///< of the first one, in bytes
-    };
     static std::vector<Tap> taps(std::size_t sourceLength, std::size_t targetLength);
-    static std::vector<Column> columns(std::size_t sourceLength, std::size_t targetLength);
-    const std::uint8_t* rowBetween(const CVPixelBuffer& source, const Tap& tap);
-    void combineColumns(const std::uint8_t* row, std::uint8_t* target) const;
-    Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
+    void layOut(Size source, Size target);
+    void interpolate(const Source& source, const Part& part, std::uint8_t* target, std::size_t targetBytesPerRow);
+    const std::uint8_t* rowBetween(const Source& source, const Tap& tap, const Part& part);
+    void combineColumns(const std::uint8_t* row, const Part& part, std::uint8_t* target) const;
+    Ref<CVPixelBuffer> newBuffer(Size size);
 
     // What belongs to the sizes is kept while they stay.
-    std::vector<Column> mAcross; ///< filled up to whole fours
-    std::size_t mWidth = 0;
-    std::size_t mAcrossLength = 0;
+    Size mSource {};
+    Size mTarget {};
+    std::vector<std::uint32_t> mColumnOffsets; ///< of the first pixel of each column's two, in bytes
+    std::vector<std::array<std::uint16_t, 8>> mColumnParts; ///< those of both, four times each, for a pixel's bytes
     std::vector<Tap> mDown;
-    std::size_t mDownLength = 0;
     std::vector<std::uint8_t> mRow;
     Ref<CVPixelBufferPool> mPool;
-    std::size_t mPoolWidth = 0;
-    std::size_t mPoolHeight = 0;
+    Size mPoolSize {};
 };
