@@ -2,14 +2,8 @@
 
 #include "Platform/CoreVideo/CVPixelBuffer.h"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstring>
 #include <gtest/gtest.h>
-#include <random>
-#include <span>
-#include <vector>
 
 /// Pictures to scale, and what must come of them, calculated from the definition and not from how it is done: the mean
 /// where a picture is made smaller, linear between the centres of the pixels where it is made larger, each axis for
@@ -17,16 +11,7 @@
 namespace ReferencePicture {
 
 /// A buffer with a surface.
-inline Ref<CVPixelBuffer> bufferOf(int width, int height)
-{
-    const auto attributes = make<CFDictionary>();
-    attributes->set(kCVPixelBufferIOSurfacePropertiesKey, make<CFDictionary>().get());
-    Ref<CVPixelBuffer> buffer;
-    EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(width),
-                  static_cast<std::size_t>(height), kCVPixelFormatType_32BGRA, attributes, &buffer),
-        kCVReturnSuccess);
-    return buffer;
-}
+Ref<CVPixelBuffer> bufferOf(int width, int height);
 
 inline std::uint8_t* pixelOf(const CVPixelBuffer& buffer, int x, int y)
 {
@@ -35,110 +20,20 @@ inline std::uint8_t* pixelOf(const CVPixelBuffer& buffer, int x, int y)
 }
 
 /// A picture of hard edges and noise, so that every error of place shows.
-inline Ref<CVPixelBuffer> noise(int width, int height)
-{
-    const auto buffer = bufferOf(width, height);
-    std::minstd_rand random(static_cast<unsigned>(width * 31 + height));
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            auto* const pixel = pixelOf(*buffer, x, y);
-            for (int part = 0; part < 3; ++part)
-                pixel[part] = (x / 7 + y / 5 + part) % 2 ? static_cast<std::uint8_t>(random() % 256) : 0;
-            pixel[3] = 255;
-        }
-    return buffer;
-}
-
-struct Share {
-    int index;
-    double value;
-};
-
-/// What share of a pixel of the result each pixel of the source has along one axis.
-inline std::vector<Share> shares(int index, int sourceLength, int targetLength)
-{
-    std::vector<Share> result;
-    const double perPixel = static_cast<double>(sourceLength) / targetLength;
-    if (perPixel > 1) {
-        for (int i = 0; i < sourceLength; ++i) {
-            const double covered = std::min(i + 1.0, (index + 1) * perPixel) - std::max<double>(i, index * perPixel);
-            if (covered > 0)
-                result.push_back({ i, covered / perPixel });
-        }
-        return result;
-    }
-    const double place = (index + 0.5) * perPixel - 0.5;
-    const double left = std::floor(place);
-    const auto inside = [&](double i) { return std::clamp(static_cast<int>(i), 0, sourceLength - 1); };
-    return { { inside(left), 1 - (place - left) }, { inside(left + 1), place - left } };
-}
-
-/// The largest difference between \p result and \p source scaled to its size, over all bytes.
-inline double greatestError(const CVPixelBuffer& source, const CVPixelBuffer& result)
-{
-    const auto width = static_cast<int>(result.width());
-    const auto height = static_cast<int>(result.height());
-    const auto sourceWidth = static_cast<int>(source.width());
-    const auto sourceHeight = static_cast<int>(source.height());
-    std::vector<std::vector<Share>> across;
-    for (int x = 0; x < width; ++x)
-        across.push_back(shares(x, sourceWidth, width));
-    double worst = 0;
-    std::vector<std::array<double, 4>> row;
-    for (int y = 0; y < height; ++y) {
-        row.assign(static_cast<std::size_t>(sourceWidth), {});
-        for (const auto& [sourceY, share] : shares(y, sourceHeight, height))
-            for (int x = 0; x < sourceWidth; ++x)
-                for (std::size_t part = 0; part < 4; ++part)
-                    row[static_cast<std::size_t>(x)][part] += share * pixelOf(source, x, sourceY)[part];
-        for (int x = 0; x < width; ++x) {
-            std::array<double, 4> color {};
-            for (const auto& [sourceX, share] : across[static_cast<std::size_t>(x)])
-                for (std::size_t part = 0; part < 4; ++part)
-                    color[part] += share * row[static_cast<std::size_t>(sourceX)][part];
-            for (std::size_t part = 0; part < 4; ++part)
-                worst = std::max(worst, std::abs(color[part] - pixelOf(result, x, y)[part]));
-        }
-    }
-    return worst;
-}
-
+Ref<CVPixelBuffer> noise(int width, int height);
 /// A picture with one value in every byte, in memory of its own and so without a surface.
-inline Ref<CVPixelBuffer> grey(int width, int height, int value)
-{
-    Ref<CVPixelBuffer> buffer;
-    EXPECT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(width),
-                  static_cast<std::size_t>(height), kCVPixelFormatType_32BGRA, nullptr, &buffer),
-        kCVReturnSuccess);
-    for (int y = 0; y < height; ++y)
-        std::memset(pixelOf(*buffer, 0, y), value, static_cast<std::size_t>(width) * 4);
-    return buffer;
-}
-
+Ref<CVPixelBuffer> grey(int width, int height, int value);
 /// The same picture with the bytes of each pixel in the order in which alpha comes first.
-inline Ref<CVPixelBuffer> alphaFirst(const CVPixelBuffer& picture)
-{
-    Ref<CVPixelBuffer> buffer;
-    EXPECT_EQ(CVPixelBufferCreate(
-                  kCFAllocatorDefault, picture.width(), picture.height(), kCVPixelFormatType_32ARGB, nullptr, &buffer),
-        kCVReturnSuccess);
-    for (int y = 0; y < static_cast<int>(picture.height()); ++y)
-        for (int x = 0; x < static_cast<int>(picture.width()); ++x)
-            std::reverse_copy(pixelOf(picture, x, y), pixelOf(picture, x, y) + 4, pixelOf(*buffer, x, y));
-    return buffer;
-}
+Ref<CVPixelBuffer> alphaFirst(const CVPixelBuffer& picture);
 
 inline int firstByte(const CVPixelBuffer& buffer)
 {
     return *pixelOf(buffer, 0, 0);
 }
-
 /// Whether no byte was ever written.
-inline bool isUndrawn(const CVPixelBuffer& buffer)
-{
-    const std::span bytes(buffer.baseAddress(), buffer.bytesPerRow() * buffer.height());
-    return std::ranges::all_of(bytes, [](std::byte byte) { return byte == std::byte { 0 }; });
-}
+bool isUndrawn(const CVPixelBuffer& buffer);
+/// The largest difference between \p result and \p source scaled to its size, over all bytes.
+double greatestError(const CVPixelBuffer& source, const CVPixelBuffer& result);
 
 /// What is scaled to what.
 struct Scaling {
