@@ -13,6 +13,14 @@ namespace {
 
 constexpr double longestSide = 8192;
 constexpr double mostPixels = 4096.0 * 4096.0;
+constexpr double mostTextureBytes = 512.0 * 1024 * 1024;
+// A render that lasts longer is given up.
+constexpr std::chrono::milliseconds longestRender { 1500 };
+// After one that was quick the next is drawn in one piece; else the clock is looked at after each part.
+constexpr std::chrono::milliseconds quickRender { 200 };
+constexpr std::chrono::milliseconds quickPart { 8 };
+constexpr std::size_t firstColumns = 32;
+constexpr std::size_t firstRows = 8;
 
 GLSampler sampler(GLint filter)
 {
@@ -90,11 +98,14 @@ void ISFRenderer::forget() noexcept
     mBlack.forget();
 }
 
-bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
+bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output, CompositionError* error)
 {
     if (frame.width == 0 || frame.height == 0 || frame.values.size() != mDocument->inputs.size()
         || !mBlack.makeTarget(1, 1, false))
         return false;
+    if (!fitsMemory(frame, error))
+        return false;
+    mStart = std::chrono::steady_clock::now();
     glDisable(GL_BLEND);
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_DITHER);
@@ -104,7 +115,9 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
     const PictureTexture* result = nullptr;
     for (std::size_t i = 0; i < mDocument->passes.size(); ++i) {
         result = renderPass(i, frame, values);
-        if (!result)
+        if (mTookTooLong)
+            *error = { mDocument->file, 0, "a picture takes longer than 1.5 seconds" };
+        if (!result || mTookTooLong)
             return false;
     }
     mLastTime = frame.time;
@@ -119,7 +132,61 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output)
     glPixelStorei(GL_PACK_ROW_LENGTH, static_cast<GLint>(output.bytesPerRow() / 4));
     glReadPixels(0, 0, static_cast<GLsizei>(frame.width), static_cast<GLsizei>(frame.height), GL_BGRA,
         GL_UNSIGNED_INT_8_8_8_8_REV, output.baseAddress());
+    mLastDuration = std::chrono::steady_clock::now() - mStart;
     return true;
+}
+
+/// Whether the buffers of all passes, at their present sizes, are within what a composition may have.
+bool ISFRenderer::fitsMemory(const ISFFrame& frame, CompositionError* error) const
+{
+    double bytes = 0;
+    for (const auto& pass : mDocument->passes) {
+        if (pass.target.empty() || mDocument->target(pass.target) != &pass)
+            continue;
+        const auto& target = mTargets.find(pass.target)->second;
+        const auto [width, height] = passSize(pass, frame);
+        bytes += static_cast<double>(width) * static_cast<double>(height) * (target.floatingPoint ? 16 : 4)
+            * (target.persistent ? 2 : 1);
+    }
+    if (bytes <= mostTextureBytes)
+        return true;
+    *error = { mDocument->file, 0, "its buffers need more than 512 MiB" };
+    return false;
+}
+
+/// Draws at once what was quick the last time. Otherwise begins with a small part and goes on with larger ones as long
+/// as they are quick, so that the clock can end it whatever the shader does.
+bool ISFRenderer::drawInTime(const ISFPassProgram& program, std::size_t width, std::size_t height)
+{
+    if (program.leavesPixels())
+        glClear(GL_COLOR_BUFFER_BIT);
+    if (mLastDuration < quickRender) {
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+        return true;
+    }
+    glEnable(GL_SCISSOR_TEST);
+    std::size_t columns = std::min(firstColumns, width);
+    std::size_t rows = std::min(firstRows, height);
+    for (std::size_t y = 0; y < height && !mTookTooLong;) {
+        const auto bandRows = std::min(rows, height - y);
+        for (std::size_t x = 0; x < width && !mTookTooLong;) {
+            const auto partColumns = std::min(columns, width - x);
+            const auto begin = std::chrono::steady_clock::now();
+            glScissor(static_cast<GLint>(x), static_cast<GLint>(y), static_cast<GLsizei>(partColumns),
+                static_cast<GLsizei>(bandRows));
+            glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+            glFinish();
+            const auto end = std::chrono::steady_clock::now();
+            mTookTooLong = end - mStart > longestRender;
+            x += partColumns;
+            if (end - begin > quickPart)
+                continue;
+            (columns < width ? columns : rows) *= 2;
+        }
+        y += bandRows;
+    }
+    glDisable(GL_SCISSOR_TEST);
+    return !mTookTooLong;
 }
 
 /// A last pass with a target, or with a size of its own, is copied to the size that is asked for and made opaque.
@@ -289,11 +356,9 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     bindTextures(program, target, width, height);
     glBindFramebuffer(GL_FRAMEBUFFER, into->framebuffer());
     glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
-    if (program.leavesPixels()) {
-        glClearColor(0, 0, 0, target ? 0 : 1);
-        glClear(GL_COLOR_BUFFER_BIT);
-    }
-    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    glClearColor(0, 0, 0, target ? 0 : 1);
+    if (!drawInTime(program, width, height))
+        return nullptr;
     if (target && target->persistent)
         target->front = 1 - target->front;
     return into;

@@ -6,6 +6,7 @@
 #include "Platform/CoreFoundation/CFType.h"
 #include "Platform/OpenGL/PictureTexture.h"
 
+#include <chrono>
 #include <map>
 
 namespace CoreLattice {
@@ -37,8 +38,10 @@ public:
     ISFRenderer(std::shared_ptr<const ISFDocument> document, std::vector<std::unique_ptr<ISFPassProgram>> programs);
 
     /// Renders all passes and copies the picture into \p output, a BGRA buffer of the frame's size, opaque, rows from
-    /// the top. \return false when a buffer of a pass cannot be had
-    bool render(const ISFFrame& frame, CVPixelBuffer& output);
+    /// the top.
+    /// \return false when a buffer of a pass cannot be had and, with the reason in \p error, when the composition asks
+    ///     for more memory or time than any may have; it should not be rendered again then
+    bool render(const ISFFrame& frame, CVPixelBuffer& output, CompositionError* error);
 
     /// The context was lost and everything with it; only the destructor may follow.
     void forget() noexcept;
@@ -46,6 +49,8 @@ public:
     const std::shared_ptr<const ISFDocument>& document() const noexcept { return mDocument; }
 
 private:
+    /// What the first render is taken to last, about which nothing is known.
+    static constexpr std::chrono::seconds firstDuration { 1 };
     /// Where passes render to. A persistent one has a second texture: the one that is read while the other is written.
     struct Target {
         PictureTexture textures[2];
@@ -56,6 +61,8 @@ private:
         /// What the texture was rendered from, for a pass that is rendered only when that changes.
         std::vector<ISFInput::Numbers> renderedFrom;
     };
+    bool fitsMemory(const ISFFrame& frame, CompositionError* error) const;
+    bool drawInTime(const ISFPassProgram& program, std::size_t width, std::size_t height);
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
     void uploadPictures(const ISFFrame& frame);
     ISFPassValues valuesOf(const ISFFrame& frame) const;
@@ -81,6 +88,9 @@ private:
     PictureTexture mBlack;
     double mLastTime = 0;
     int mFrameIndex = 0;
+    std::chrono::steady_clock::time_point mStart; ///< of the present render
+    std::chrono::steady_clock::duration mLastDuration = firstDuration;
+    bool mTookTooLong = false;
 };
 
 }

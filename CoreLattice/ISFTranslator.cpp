@@ -223,11 +223,18 @@ std::optional<ShaderRewriter> rewrite(
     return std::nullopt;
 }
 
+std::size_t loopBudget(const ShaderRewriter& rewriter)
+{
+    constexpr double mostTurnsAtAll = 1 << 20;
+    return static_cast<std::size_t>(std::clamp(mostTurnsAtAll / rewriter.uncountedTurns(),
+        static_cast<double>(fewestLoopTurns), static_cast<double>(mostLoopTurns)));
+}
+
 std::string assemble(const ISFDocument& document, std::size_t pass, bool forFragment, const ShaderRewriter& rewriter,
     std::string_view end)
 {
     std::string common(commonDeclarations);
-    fillIn(common, "LATTICE_BUDGET", loopBudget);
+    fillIn(common, "LATTICE_BUDGET", loopBudget(rewriter));
     fillIn(common, "LATTICE_PASS", pass);
     std::string result(version);
     result += rewriter.extensions();

@@ -12,8 +12,10 @@ struct TranslatedShaders {
     bool leavesPixels = false;
 };
 
-/// Most turns that all the loops of one pixel, or of one corner, may take together.
-inline constexpr int loopBudget = 4096;
+/// Most turns that all the counted loops of one pixel, or of one corner, may take together: `mostLoopTurns` where no
+/// others are, down to `fewestLoopTurns` where each turn may hold many uncounted ones.
+inline constexpr int mostLoopTurns = 16384;
+inline constexpr int fewestLoopTurns = 4096;
 
 /// Turns a composition's shaders into OpenGL's language (version 3.30, compatibility profile): declares the inputs and
 /// the format's own values and functions, gives each loop a budget, and keeps the lines' numbers.

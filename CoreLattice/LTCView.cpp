@@ -161,7 +161,33 @@ bool LTCView::renderAtTime_arguments(double time, CFDictionary* /*arguments*/)
 {
     bool rendered = false;
     RenderThread::shared().sync([&] { rendered = mRenderer->render(time); });
+    tellOfRefusal();
     return rendered;
+}
+
+/// On the main thread, where those who show compositions and their parameters are.
+void LTCView::tellOfRefusal()
+{
+    auto refusal = mRenderer->takeRefusal();
+    if (!refusal)
+        return;
+    dispatch_async(dispatch_get_main_queue(), [weakSelf = WeakRef { this }, refusal = std::move(*refusal)] {
+        const auto self = weakSelf.strongReference();
+        if (!self)
+            return;
+        auto userInfo = make<CFDictionary>();
+        userInfo->set("QCComposition", refusal.composition);
+        userInfo->set("reason", CFString::create(refusal.error.text()).get());
+        auto* const center = NSNotificationCenter::defaultCenter();
+        center->postNotificationName_object_userInfo(LTCViewDidRefuseCompositionNotification, self, userInfo.get());
+        if (!refusal.isReplaced)
+            return;
+        self->updateTimer();
+        auto loaded = make<CFDictionary>();
+        const auto present = self->mRenderer->composition();
+        loaded->set("QCComposition", present);
+        center->postNotificationName_object_userInfo(LTCViewDidLoadCompositionNotification, self, loaded.get());
+    });
 }
 
 void LTCView::setNeedsDisplay(bool needsDisplay)

@@ -17,8 +17,9 @@ class ViewRenderer;
 /// `stopRendering`; requests that arrive while a render waits are one. A composition that depends on the time is
 /// rendered at up to 30 pictures a second even without requests. Every render goes through `renderAtTime_arguments`.
 ///
-/// A composition that cannot be compiled or rendered lets its input picture through as it is, and the reason is logged
-/// once with file, line and message.
+/// A composition that cannot be compiled, or takes more time or memory than any may have, is given up: the reason is
+/// logged once with file, line and message and told by `LTCViewDidRefuseCompositionNotification`, and the composition
+/// that was rendered before comes back; without one the input picture comes through as it is.
 class LTCView : public NSView {
     NS_OBJECT(LTCView)
 public:
@@ -72,6 +73,7 @@ private:
     void requestRender();
     void renderNow();
     void showOutput();
+    void tellOfRefusal();
     void updateTimer();
     void displayTick();
     double secondsSinceStart() const;

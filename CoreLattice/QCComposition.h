@@ -28,6 +28,11 @@ inline CFString* const QCCompositionPickerPanelDidSelectCompositionNotification
 /// Posted on the thread that loaded it.
 inline CFString* const LTCViewDidLoadCompositionNotification = CFSTR("LTCViewDidLoadCompositionNotification");
 
+/// A view gave up a composition that cannot be rendered: object, the view; `userInfo` has the composition at the key
+/// "QCComposition" and the text of the reason, with file and line where there are any, at the key "reason". Posted on
+/// the main thread; when another composition came back for it, the notification of its load follows.
+inline CFString* const LTCViewDidRefuseCompositionNotification = CFSTR("LTCViewDidRefuseCompositionNotification");
+
 /// Keys of a composition's attributes, texts both. The attributes hold, besides, a dictionary for each port at the
 /// port's key.
 inline CFString* const LTCCompositionNameKey = CFSTR("name");

@@ -29,6 +29,8 @@ public:
     const std::string& text() const noexcept { return mText; }
     /// The `#extension` lines.
     const std::string& extensions() const noexcept { return mExtensions; }
+    /// How many turns the loops that are not counted take together at most, were each within the one before.
+    double uncountedTurns() const noexcept { return mUncountedTurns; }
     /// What the shader writes its result to; empty when it writes none.
     const std::string& output() const noexcept { return mOutput; }
     /// Whether it may leave pixels as they are.

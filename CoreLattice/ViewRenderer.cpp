@@ -50,7 +50,18 @@ ViewRenderer::~ViewRenderer()
 
 void ViewRenderer::load(QCComposition* composition)
 {
+    Former replaced;
     const std::lock_guard lock(mLock);
+    // One that was never rendered is nothing to come back to.
+    if (mRenderedGeneration == mGeneration && mComposition) {
+        replaced = std::exchange(mFormer, { mComposition, std::move(mValues), std::move(mObjects) });
+    }
+    setComposition(composition);
+}
+
+/// With its inputs at their defaults.
+void ViewRenderer::setComposition(QCComposition* composition)
+{
     mComposition = composition;
     ++mGeneration;
     mValues.clear();
@@ -68,6 +79,32 @@ void ViewRenderer::load(QCComposition* composition)
             mValues[i].pictureSerial = ++mPictureSerial;
         }
     }
+}
+
+void ViewRenderer::refuse(std::uint64_t generation, CompositionError error)
+{
+    NSLog(CFSTR("A composition cannot be rendered: %s"), error.text().c_str());
+    const std::lock_guard lock(mLock);
+    if (generation != mGeneration)
+        return;
+    auto former = std::exchange(mFormer, {});
+    mRefusal = Refusal { mComposition, std::move(error), former.composition != nullptr };
+    if (!former.composition)
+        return;
+    setComposition(former.composition);
+    for (std::size_t i = 0; i < mValues.size(); ++i) {
+        // Pictures of the past are over.
+        if (mComposition->document()->inputs[i].type == ISFInputType::Image)
+            continue;
+        mValues[i] = former.values[i];
+        mObjects[i] = former.objects[i];
+    }
+}
+
+std::optional<ViewRenderer::Refusal> ViewRenderer::takeRefusal()
+{
+    const std::lock_guard lock(mLock);
+    return std::exchange(mRefusal, std::nullopt);
 }
 
 Ref<QCComposition> ViewRenderer::composition() const
@@ -188,28 +225,44 @@ ViewRenderer::Snapshot ViewRenderer::snapshot(double time)
 
 bool ViewRenderer::render(double time)
 {
-    const auto snapshot = this->snapshot(time);
+    auto snapshot = this->snapshot(time);
     if (!snapshot.document || snapshot.lacksPicture)
         return false;
     Ref<CVPixelBuffer> result;
-    if (!renderSnapshot(snapshot, &result))
+    CompositionError error;
+    bool rendered = renderSnapshot(snapshot, &result, &error);
+    if (!error.message.empty()) {
+        refuse(snapshot.generation, std::move(error));
+        // With what has come back; should that fail too, the next render will say so.
+        snapshot = this->snapshot(time);
+        if (!snapshot.document || snapshot.lacksPicture)
+            return false;
+        CompositionError second;
+        rendered = renderSnapshot(snapshot, &result, &second);
+    }
+    if (!rendered)
         return false;
     const std::lock_guard lock(mLock);
+    mRenderedGeneration = mRenderer ? snapshot.generation : mRenderedGeneration;
     std::swap(mOutput, result);
     return true;
 }
 
-bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result)
+bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error)
 {
     dropLostRenderer();
     if (mRendererGeneration != snapshot.generation)
-        prepareRenderer(snapshot);
+        prepareRenderer(snapshot, error);
     if (!mRenderer) {
         *result = snapshot.picture;
         return *result != nullptr;
     }
     *result = newBuffer(snapshot.frame.width, snapshot.frame.height);
-    return *result && mRenderer->render(snapshot.frame, **result) && !RenderThread::shared().contextIsLost();
+    if (*result && mRenderer->render(snapshot.frame, **result, error))
+        return !RenderThread::shared().contextIsLost();
+    if (!error->message.empty())
+        mRenderer = nullptr; // and not made again for this generation
+    return false;
 }
 
 /// A renderer whose context was lost, or cannot be had now, is made again when there is one.
@@ -223,18 +276,15 @@ void ViewRenderer::dropLostRenderer()
     mRendererGeneration = 0;
 }
 
-void ViewRenderer::prepareRenderer(const Snapshot& snapshot)
+void ViewRenderer::prepareRenderer(const Snapshot& snapshot, CompositionError* error)
 {
     mRenderer = nullptr;
     if (!RenderThread::shared().hasContext())
         return;
     mRendererGeneration = snapshot.generation;
     mContextGeneration = RenderThread::shared().contextGeneration();
-    CompositionError error;
-    mRenderer = ISFRenderer::create(snapshot.document, &error);
+    mRenderer = ISFRenderer::create(snapshot.document, error);
     RenderThread::shared().compiled();
-    if (!mRenderer)
-        NSLog(CFSTR("A composition cannot be rendered: %s"), error.text().c_str());
 }
 
 Ref<CVPixelBuffer> ViewRenderer::newBuffer(std::size_t width, std::size_t height)

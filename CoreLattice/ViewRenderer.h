@@ -5,6 +5,7 @@
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
 
 #include <mutex>
+#include <optional>
 
 namespace CoreLattice {
 
@@ -12,6 +13,12 @@ namespace CoreLattice {
 /// belongs to the render thread.
 class ViewRenderer {
 public:
+    /// A composition that was given up, and why.
+    struct Refusal {
+        Ref<QCComposition> composition;
+        CompositionError error;
+        bool isReplaced = false; ///< whether the one before is back
+    };
     ViewRenderer() = default;
     /// Hands what belongs to the context to the render thread, which destroys it.
     ~ViewRenderer();
@@ -27,7 +34,12 @@ public:
     /// input's.
     void setOutputSize(std::size_t width, std::size_t height);
     /// Renders into a fresh buffer, which becomes the output. Render thread only.
+    ///
+    /// A composition that asks for more time or memory than any may have, or that the driver refuses, is not rendered
+    /// again: the one that was rendered before it comes back with its values, or else the picture comes through.
     bool render(double time);
+    /// Why a composition was given up since this was last asked. Any thread.
+    std::optional<Refusal> takeRefusal();
 
 private:
     struct Snapshot {
@@ -38,9 +50,11 @@ private:
         bool lacksPicture = false;
     };
     Snapshot snapshot(double time);
+    void setComposition(QCComposition* composition);
+    void refuse(std::uint64_t generation, CompositionError error);
     void setNumbers(std::size_t index, CFType* value);
-    bool renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result);
-    void prepareRenderer(const Snapshot& snapshot);
+    bool renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error);
+    void prepareRenderer(const Snapshot& snapshot, CompositionError* error);
     void dropLostRenderer();
     Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
 
@@ -48,6 +62,15 @@ private:
     Ref<QCComposition> mComposition;
     std::vector<ISFValue> mValues;
     std::vector<Ref<CFType>> mObjects; ///< what the inputs were set to; null for the default
+    /// The last composition that was rendered and its numbers, to come back to.
+    struct Former {
+        Ref<QCComposition> composition;
+        std::vector<ISFValue> values;
+        std::vector<Ref<CFType>> objects;
+    };
+    Former mFormer;
+    std::uint64_t mRenderedGeneration = 0; ///< of the composition that was last rendered; 0 for none
+    std::optional<Refusal> mRefusal;
     Ref<CVPixelBuffer> mOutput;
     Ref<CFType> mPicture; ///< the input picture, which outlives the composition
     std::uint64_t mGeneration = 0;

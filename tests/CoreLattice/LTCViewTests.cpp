@@ -3,6 +3,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreGraphics/CGImage.h"
 #include "Platform/CoreImage/CIImage.h"
+#include "Platform/Foundation/NSNotification.h"
 #include "Platform/OpenGL/GLContext.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
 
@@ -256,9 +257,69 @@ TEST(LTCView, AFaultyShaderLetsThePictureThroughAndNamesTheLine)
 TEST(LTCView, AnEndlessLoopEnds)
 {
     const auto view = Pictures::view(HEADER "void main() { int n = 0; while (true) { n++; if (n < 0) break; } "
-                                            "gl_FragColor = vec4(n == 4096 ? 1.0 : 0.0); }",
+                                            "gl_FragColor = vec4(n == 16384 ? 1.0 : 0.0); }",
         plain(4, 4, { 0, 0, 0 }));
     EXPECT_EQ(pixelAt(*render(*view), 0, 0)[0], 255);
+}
+
+TEST(LTCView, ARefusedCompositionLeavesTheOneBeforeWithItsValues)
+{
+    const auto input = plain(8, 8, { 200, 100, 0 });
+    const auto view = Pictures::view(
+        R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" }, { "NAME": "level", "TYPE": "float", "DEFAULT": 1.0 } ] }*/
+        void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage) * level; })",
+        input);
+    view->setValue_forInputKey(CFNumber::create(0.5).get(), CFSTR("level"));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 100, 50, 0 }));
+    auto* const good = view->loadedComposition();
+    for (const auto* const bad :
+        { HEADER "void main() { gl_FragColor = missing; }",
+            "/*{ \"INPUTS\": [ { \"NAME\": \"inputImage\", \"TYPE\": \"image\" } ], \"PASSES\": [ { \"TARGET\": \"a\", "
+            "\"WIDTH\": 8192, \"HEIGHT\": 2048, \"FLOAT\": true, \"PERSISTENT\": true }, { \"TARGET\": \"b\", "
+            "\"WIDTH\": 4096, "
+            "\"HEIGHT\": 4096 }, {} ] }*/ void main() { gl_FragColor = vec4(1.0); }",
+            HEADER "void main() { float x = 0.0; while (true) { for (int i = 0; i < 64; i++) x += sin(x + float(i)); }"
+                   " gl_FragColor = vec4(x); }" }) {
+        SCOPED_TRACE(bad);
+        StandardErrorCapture log;
+        // Large enough for the slow one to be slow anywhere.
+        view->loadComposition(composition(bad));
+        view->setValue_forInputKey(plain(1920, 1080, { 200, 100, 0 }).get(), QCCompositionInputImageKey);
+        EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 100, 50, 0 }));
+        EXPECT_TRUE(CFEqual(view->loadedComposition(), good));
+        EXPECT_THAT(log.text(), testing::HasSubstr("A composition cannot be rendered: test.fs:"));
+    }
+}
+
+TEST(LTCView, TellsOfARefusedComposition)
+{
+    const auto view
+        = Pictures::view(HEADER "void main() { gl_FragColor = IMG_THIS_PIXEL(inputImage); }", plain(8, 8, { 1, 2, 3 }));
+    render(*view);
+    auto* const good = view->loadedComposition();
+    auto* const bad = composition(HEADER "\nvoid main() { gl_FragColor = missing; }");
+    view->loadComposition(bad);
+    std::vector<std::string> told;
+    const auto note = [&](NSNotification* notification) {
+        auto* const userInfo = notification->userInfo();
+        auto* const reason = userInfo->get<CFString>(CFSTR("reason"));
+        told.push_back(CFEqual(userInfo->objectForKey(CFSTR("QCComposition")), reason ? bad : good)
+                ? reason ? std::string(textOf(reason)) : "loaded"
+                : "another composition");
+    };
+    auto* const center = NSNotificationCenter::defaultCenter();
+    const auto refused = center->addObserverForName_object_queue_usingBlock(
+        LTCViewDidRefuseCompositionNotification, view, nullptr, note);
+    const auto loaded = center->addObserverForName_object_queue_usingBlock(
+        LTCViewDidLoadCompositionNotification, view, nullptr, note);
+    StandardErrorCapture log;
+    render(*view);
+    DispatchMain::drain();
+    for (const auto& token : { refused, loaded })
+        center->removeObserver(token);
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_THAT(told[0], testing::MatchesRegex("test.fs:3: .*missing.*"));
+    EXPECT_EQ(told[1], "loaded");
 }
 
 TEST(LTCView, GivesNothingBeforeItCanRender)
