@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Protocol",
     "DESCRIPTION": "You as an engineering drawing: chalk lines and hatching on blueprint paper.",
+    "CATEGORIES": ["Stylize"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "lines", "LABEL": "Lines", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },

@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Radar",
     "DESCRIPTION": "A sweep of light paints you in phosphor, and what it painted glows on.",
+    "CATEGORIES": ["Stylize"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "speed", "LABEL": "Sweeps per minute", "TYPE": "float", "DEFAULT": 15.0, "MIN": 0.0, "MAX": 60.0 },

@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Retro",
     "DESCRIPTION": "A warm evening on old film: faded colours, a little grain and a soft frame of shade.",
+    "CATEGORIES": ["Stylize"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "warmth", "LABEL": "Warmth", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },

@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Exposure Adjust",
     "DESCRIPTION": "Makes the picture brighter or darker, as a longer or shorter exposure would.",
+    "CATEGORIES": ["Light"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "stops", "LABEL": "Exposure", "TYPE": "float", "DEFAULT": 0.5, "MIN": -4.0, "MAX": 4.0 }

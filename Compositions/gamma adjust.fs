@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Gamma Adjust",
     "DESCRIPTION": "Lifts or lowers the middle tones and leaves black and white alone.",
+    "CATEGORIES": ["Light"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "power", "LABEL": "Gamma", "TYPE": "float", "DEFAULT": 0.75, "MIN": 0.1, "MAX": 3.0 }

@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Image Resizer",
     "DESCRIPTION": "Brings the picture to another resolution and back.",
+    "CATEGORIES": ["Utility"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "scale", "LABEL": "Scale", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.02, "MAX": 1.0 }

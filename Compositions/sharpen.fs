@@ -1,6 +1,7 @@
 /*{
     "LABEL": "Sharpen",
     "DESCRIPTION": "Makes edges crisper.",
+    "CATEGORIES": ["Utility"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "amount", "LABEL": "Sharpness", "TYPE": "float", "DEFAULT": 0.4, "MIN": 0.0, "MAX": 2.0 }

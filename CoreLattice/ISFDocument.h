@@ -71,6 +71,8 @@ struct ISFDocument {
     std::string credit;
     std::string version; ///< of the composition, as its author counts
     std::vector<std::string> categories;
+    /// The keyword "GPU" of the header: too dear for the processor alone, the author says.
+    bool wantsGPU = false;
     ISFKind kind = ISFKind::Generator;
     std::vector<ISFInput> inputs;
     std::vector<ISFPass> passes; ///< at least one

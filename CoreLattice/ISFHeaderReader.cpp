@@ -20,6 +20,7 @@ using nlohmann::json;
 constexpr std::size_t mostInputs = 128;
 constexpr std::size_t mostPasses = 32;
 constexpr std::size_t mostMenuEntries = 256;
+constexpr std::size_t mostTexts = 256;
 constexpr std::size_t longestName = 64;
 constexpr std::size_t longestText = 4096;
 constexpr std::size_t mostPictures = 16;
@@ -46,6 +47,20 @@ std::string textAt(const json& object, const char* key)
 {
     const auto found = object.find(key);
     return found == object.end() ? std::string() : textOf(*found);
+}
+
+/// Of a list, or of a text that stands for a list of one.
+std::vector<std::string> textsAt(const json& object, const char* key)
+{
+    std::vector<std::string> result;
+    const auto found = object.find(key);
+    if (found == object.end())
+        return result;
+    for (const auto& entry : found->is_array() ? *found : json::array({ *found })) {
+        if (auto text = textOf(entry); !text.empty() && result.size() < mostTexts)
+            result.push_back(std::move(text));
+    }
+    return result;
 }
 
 std::string lowerCase(std::string text)
@@ -151,13 +166,8 @@ void ISFHeaderReader::readTexts(const Json& header, ISFDocument& document)
     document.explanation = textAt(header.value, "DESCRIPTION");
     document.credit = textAt(header.value, "CREDIT");
     document.version = textAt(header.value, "VSN");
-    const auto found = header.value.find("CATEGORIES");
-    if (found == header.value.end())
-        return;
-    for (const auto& category : found->is_array() ? *found : json::array({ *found })) {
-        if (auto text = textOf(category); !text.empty() && document.categories.size() < mostMenuEntries)
-            document.categories.push_back(std::move(text));
-    }
+    document.categories = textsAt(header.value, "CATEGORIES");
+    document.wantsGPU = std::ranges::count(textsAt(header.value, "KEYWORDS"), "GPU") > 0;
 }
 
 bool ISFHeaderReader::readInputs(const Json& header, ISFDocument& document)

@@ -79,6 +79,11 @@ Ref<CFDictionary> attributesOf(const ISFDocument& document)
     auto result = make<CFDictionary>();
     result->set(LTCCompositionNameKey, CFString::create(document.name).get());
     result->set(LTCCompositionDescriptionKey, CFString::create(document.explanation).get());
+    auto categories = make<CFArray>();
+    for (const auto& category : document.categories)
+        categories->append(CFString::create(category).get());
+    result->set(LTCCompositionCategoriesKey, categories.get());
+    result->set(LTCCompositionWantsGPUKey, CFBoolean::of(document.wantsGPU));
     for (const auto& input : document.inputs) {
         if (isPort(input))
             result->set(input.name, portAttributes(input).get());

@@ -33,10 +33,12 @@ inline CFString* const LTCViewDidLoadCompositionNotification = CFSTR("LTCViewDid
 /// the main thread; when another composition came back for it, the notification of its load follows.
 inline CFString* const LTCViewDidRefuseCompositionNotification = CFSTR("LTCViewDidRefuseCompositionNotification");
 
-/// Keys of a composition's attributes, texts both. The attributes hold, besides, a dictionary for each port at the
-/// port's key.
+/// Keys of a composition's attributes: two texts, an array of texts, and whether it is too dear for a machine whose
+/// processor draws. The attributes hold, besides, a dictionary for each port at the port's key.
 inline CFString* const LTCCompositionNameKey = CFSTR("name");
 inline CFString* const LTCCompositionDescriptionKey = CFSTR("description");
+inline CFString* const LTCCompositionCategoriesKey = CFSTR("categories");
+inline CFString* const LTCCompositionWantsGPUKey = CFSTR("wantsGPU");
 
 /// Keys of a port's attributes.
 ///
