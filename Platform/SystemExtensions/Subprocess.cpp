@@ -52,19 +52,19 @@ private:
 };
 
 /// Reads until the program has closed its outputs.
-/// \return false when that took too long
-bool readOutput(int descriptor, std::chrono::milliseconds limit, std::string& output)
+/// \return false when that took too long or was cancelled
+bool readOutput(int descriptor, std::chrono::milliseconds limit, int cancellation, std::string& output)
 {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     std::array<char, 1024> bytes;
     for (;;) {
         const auto left
             = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        pollfd waiting { descriptor, POLLIN, 0 };
-        const int ready = left.count() > 0 ? ::poll(&waiting, 1, static_cast<int>(left.count())) : 0;
+        std::array<pollfd, 2> waiting { pollfd { descriptor, POLLIN, 0 }, pollfd { cancellation, POLLIN, 0 } };
+        const int ready = left.count() > 0 ? ::poll(waiting.data(), waiting.size(), static_cast<int>(left.count())) : 0;
         if (ready < 0 && errno == EINTR)
             continue;
-        if (ready <= 0)
+        if (ready <= 0 || waiting[1].revents != 0)
             return false;
         const auto count = ::read(descriptor, bytes.data(), bytes.size());
         if (count <= 0)
@@ -84,7 +84,7 @@ int waitForEnd(pid_t identifier)
 
 }
 
-SubprocessResult runSubprocess(std::vector<std::string> arguments, std::chrono::milliseconds limit)
+SubprocessResult runSubprocess(std::vector<std::string> arguments, std::chrono::milliseconds limit, int cancellation)
 {
     SubprocessResult result;
     std::array<int, 2> ends { -1, -1 };
@@ -108,10 +108,11 @@ SubprocessResult runSubprocess(std::vector<std::string> arguments, std::chrono::
         result.output = arguments.front() + ": " + std::strerror(error);
         return result;
     }
-    if (!readOutput(readEnd.get(), limit, result.output)) {
+    if (!readOutput(readEnd.get(), limit, cancellation, result.output)) {
         ::kill(identifier, SIGKILL);
         waitForEnd(identifier);
         result.output = arguments.front() + " did not end in time";
+        result.isKilled = true;
         return result;
     }
     const int status = waitForEnd(identifier);

@@ -10,6 +10,8 @@ struct SubprocessResult {
     int status = -1;
     /// Both its outputs, the first 4096 bytes, without the last line end.
     std::string output;
+    /// Whether it was killed because its time was over or because it was cancelled.
+    bool isKilled = false;
 
     bool isSuccess() const noexcept { return status == 0; }
 };
@@ -17,4 +19,6 @@ struct SubprocessResult {
 /// Runs a program and waits for it, no longer than \p limit, after which it is killed. It inherits the environment and
 /// no signal settings.
 /// \param arguments  the program, found in PATH unless it has a slash, and its arguments
-SubprocessResult runSubprocess(std::vector<std::string> arguments, std::chrono::milliseconds limit);
+/// \param cancellation  a descriptor that ends the program and the wait when it becomes readable; -1 for none
+SubprocessResult runSubprocess(
+    std::vector<std::string> arguments, std::chrono::milliseconds limit, int cancellation = -1);
