@@ -1,6 +1,6 @@
 #include "CoreLattice/CompositionTrial.h"
 
-#include "Platform/CoreMediaIO/UniqueFD.h"
+#include "CoreLattice/ISFTranslator.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/SystemExtensions/Subprocess.h"
 
@@ -12,6 +12,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -84,7 +86,13 @@ CompositionTrial::CompositionTrial()
 
 CompositionTrial::CompositionTrial(Settings settings)
     : mSettings(completed(std::move(settings)))
+    , mCancellation(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
+}
+
+void CompositionTrial::cancel()
+{
+    static_cast<void>(::eventfd_write(mCancellation.get(), 1));
 }
 
 std::optional<CompositionError> CompositionTrial::run(
@@ -94,7 +102,7 @@ std::optional<CompositionError> CompositionTrial::run(
     if (const auto known = remembered(key, file))
         return known->error;
     auto outcome = tryOut(fragment, vertex, file);
-    remember(key, outcome);
+    remember(key, outcome, file);
     return outcome.error;
 }
 
@@ -105,13 +113,15 @@ CompositionTrial::Outcome CompositionTrial::tryOut(
     if (mSettings.program.empty() || memory.get() < 0)
         return {};
     const auto path = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(memory.get());
-    const auto start = std::chrono::steady_clock::now();
-    const auto result = runSubprocess({ mSettings.program, path, file }, mSettings.limit);
+    const auto result = runSubprocess({ mSettings.program, path, file }, mSettings.limit, mCancellation.get());
     // The driver may have spoken before.
     const auto at = result.output.rfind(mark);
     if (result.status >= 0 && at != std::string::npos)
         return outcomeOf(result.output.substr(at + mark.size()), file);
-    if (std::chrono::steady_clock::now() - start >= mSettings.limit)
+    pollfd cancelled { mCancellation.get(), POLLIN, 0 };
+    if (::poll(&cancelled, 1, 0) > 0)
+        return {};
+    if (result.isKilled)
         return { false,
             CompositionError { file, 0,
                 "compiling and drawing it takes longer than " + std::to_string(mSettings.limit.count()) + " ms" } };
@@ -132,7 +142,7 @@ CompositionTrial::Outcome CompositionTrial::outcomeOf(const std::string& text, c
     const auto* at = std::from_chars(text.data() + 4, end, error.line).ptr;
     if (end - at > 3) {
         if (at[1] == 'v')
-            error.file = std::filesystem::path(file).replace_extension(".vs").string();
+            error.file = vertexFileOf(file);
         error.message.assign(at + 3, end);
     }
     return { true, std::move(error) };
@@ -153,7 +163,7 @@ std::optional<CompositionTrial::Outcome> CompositionTrial::remembered(const std:
     return outcome.isSettled ? std::optional(std::move(outcome)) : std::nullopt;
 }
 
-void CompositionTrial::remember(const std::string& key, const Outcome& outcome)
+void CompositionTrial::remember(const std::string& key, const Outcome& outcome, const std::string& file)
 {
     {
         const std::lock_guard lock(mLock);
@@ -169,8 +179,8 @@ void CompositionTrial::remember(const std::string& key, const Outcome& outcome)
     {
         std::ofstream stream(unfinished, std::ios::binary);
         if (outcome.error)
-            stream << "bad\t" << outcome.error->line << '\t' << (outcome.error->file.ends_with(".vs") ? 'v' : 'f')
-                   << '\t' << outcome.error->message;
+            stream << "bad\t" << outcome.error->line << '\t' << (outcome.error->file == file ? 'f' : 'v') << '\t'
+                   << outcome.error->message;
         else
             stream << "good";
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CoreLattice/CompositionError.h"
+#include "Platform/CoreMediaIO/UniqueFD.h"
 
 #include <chrono>
 #include <map>
@@ -32,6 +33,9 @@ public:
     /// \return nothing for a composition that can be used, also where no trial can be made for want of the program or
     ///     of a graphics driver; else why it cannot
     std::optional<CompositionError> run(std::string_view fragment, std::string_view vertex, const std::string& file);
+    /// Ends the trial that runs now, if there is one, and every later one at once; what they tell means nothing. For
+    /// the end of the process.
+    void cancel();
 
 private:
     struct Outcome {
@@ -41,9 +45,10 @@ private:
     Outcome tryOut(std::string_view fragment, std::string_view vertex, const std::string& file) const;
     static Outcome outcomeOf(const std::string& text, const std::string& file);
     std::optional<Outcome> remembered(const std::string& key, const std::string& file);
-    void remember(const std::string& key, const Outcome& outcome);
+    void remember(const std::string& key, const Outcome& outcome, const std::string& file);
 
     const Settings mSettings;
+    const UniqueFD mCancellation; ///< readable once it was cancelled
     std::mutex mLock;
     std::map<std::string, Outcome> mOutcomes; ///< of this process's life, those that may come out otherwise too
 };

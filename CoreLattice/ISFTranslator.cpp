@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 
 namespace CoreLattice {
 
@@ -253,8 +254,13 @@ std::string assemble(const ISFDocument& document, std::size_t pass, bool forFrag
 
 std::string vertexFileOf(const std::string& file)
 {
-    const auto dot = file.rfind('.');
-    return (dot == std::string::npos ? file : file.substr(0, dot)) + ".vs";
+    std::filesystem::path path(file);
+    std::error_code error;
+    for (const auto* const extension : { ".vs", ".vert" }) {
+        if (std::filesystem::is_regular_file(path.replace_extension(extension), error))
+            return path.string();
+    }
+    return path.replace_extension(".vs").string();
 }
 
 std::optional<TranslatedShaders> translateShaders(

@@ -29,7 +29,8 @@ inline constexpr int fewestLoopTurns = 4096;
 std::optional<TranslatedShaders> translateShaders(
     const ISFDocument& document, std::size_t pass, CompositionError* error);
 
-/// The vertex shader's file beside that of a composition.
+/// The vertex shader's file beside that of a composition: the one that is there with the extension "vs" or "vert",
+/// otherwise with the former.
 std::string vertexFileOf(const std::string& file);
 
 /// Takes the first error out of a driver's log: the line of the file and the driver's words.

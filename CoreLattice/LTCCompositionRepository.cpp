@@ -1,10 +1,13 @@
 #include "CoreLattice/LTCCompositionRepository.h"
 
 #include "CoreLattice/CompiledCompositions.h"
+#include "CoreLattice/FileCompositions.h"
 #include "CoreLattice/ISFDocument.h"
 #include "Platform/Foundation/NSLog.h"
+#include "Platform/Foundation/NSNotification.h"
 
 #include <algorithm>
+#include <array>
 
 using CoreLattice::CompiledComposition;
 
@@ -12,6 +15,13 @@ namespace {
 
 /// The files of the application begin with this and are offered only after they were registered.
 constexpr std::string_view applicationPrefix = "QCImageFilter";
+/// Tools for applications, which keep them from the user.
+constexpr std::array<std::string_view, 4> tools { "exposure adjust", "gamma adjust", "image resizer", "sharpen" };
+
+Ref<CFString> identifierOf(std::string_view name)
+{
+    return CFString::create("/" + std::string(name));
+}
 
 Ref<QCComposition> compositionWithText(const CompiledComposition& text)
 {
@@ -22,7 +32,14 @@ Ref<QCComposition> compositionWithText(const CompiledComposition& text)
         NSLog(CFSTR("A composition cannot be used: %s"), error.text().c_str());
         return nullptr;
     }
-    return make<QCComposition>(CFString::create("/" + std::string(text.name)), document);
+    return make<QCComposition>(identifierOf(text.name), document);
+}
+
+/// The name that a file's composition goes by.
+std::string nameOfFile(const CoreLattice::CompositionFile& file)
+{
+    const bool isTaken = file.name.starts_with(applicationPrefix) || std::ranges::find(tools, file.name) != tools.end();
+    return isTaken ? file.name + file.fragment.extension().string() : file.name;
 }
 
 bool hasAttributes(const QCComposition& composition, CFDictionary* attributes)
@@ -43,10 +60,67 @@ NS_IMPLEMENTATION(LTCCompositionRepository, NSObject)
         "registerApplicationCompositionWithName:", &LTCCompositionRepository::registerApplicationCompositionWithName);
 }
 
+LTCCompositionRepository::LTCCompositionRepository()
+    : mUnusable(make<CFArray>())
+{
+}
+
+LTCCompositionRepository::~LTCCompositionRepository()
+{
+    if (mFiles)
+        mFiles->stop();
+}
+
 LTCCompositionRepository* LTCCompositionRepository::sharedCompositionRepository()
 {
-    static const auto shared = make<LTCCompositionRepository>();
+    // Never destroyed: files are followed until the process ends.
+    static LTCCompositionRepository* const shared = [] {
+        auto repository = make<LTCCompositionRepository>();
+        repository->followFiles({});
+        return repository.leak();
+    }();
     return shared;
+}
+
+void LTCCompositionRepository::followFiles(CoreLattice::CompositionFileSettings settings)
+{
+    // Taken over on the main thread, so that a repository never ends on the queue that it would wait for.
+    const auto changed = [weakSelf = WeakRef { this }](std::vector<CoreLattice::FileComposition> files) {
+        dispatch_async(dispatch_get_main_queue(), [weakSelf, files = std::move(files)] {
+            if (const auto self = weakSelf.strongReference())
+                self->takeFiles(files);
+        });
+    };
+    mFiles = std::make_shared<CoreLattice::FileCompositions>(std::move(settings), changed, nameOfFile);
+    mFiles->start();
+}
+
+void LTCCompositionRepository::takeFiles(const std::vector<CoreLattice::FileComposition>& files)
+{
+    std::vector<Entry> entries;
+    auto unusable = make<CFArray>();
+    for (const auto& file : files) {
+        if (file.composition)
+            entries.push_back({ CFString::create(file.name), file.composition });
+        if (file.fault)
+            unusable->append(file.fault);
+    }
+    {
+        const std::lock_guard lock(mLock);
+        mFileEntries.swap(entries);
+        std::swap(mUnusable, unusable);
+    }
+    NSNotificationCenter::defaultCenter()->postNotificationName_object(
+        LTCCompositionRepositoryDidUpdateNotification, this);
+}
+
+void LTCCompositionRepository::whenFilesAreRead(std::function<void()> work)
+{
+    if (!mFiles) {
+        work();
+        return;
+    }
+    mFiles->whenSettled([work = std::move(work)] { dispatch_async(dispatch_get_main_queue(), work); });
 }
 
 void LTCCompositionRepository::registerOwnCompositions()
@@ -78,33 +152,55 @@ void LTCCompositionRepository::registerApplicationCompositionWithName(CFString* 
     NSLog(CFSTR("No composition has the name \"%@\""), name);
 }
 
+/// All of them in their order; a file's composition stands where the one of its name did that it goes before.
+std::vector<LTCCompositionRepository::Entry> LTCCompositionRepository::entries()
+{
+    registerOwnCompositions();
+    const std::lock_guard lock(mLock);
+    auto result = mApplicationEntries;
+    result.insert(result.end(), mOwnEntries.begin(), mOwnEntries.end());
+    const auto firstOwn = result.begin() + static_cast<std::ptrdiff_t>(mApplicationEntries.size());
+    std::vector<Entry> more;
+    for (const auto& entry : mFileEntries) {
+        const auto hidden
+            = std::find_if(firstOwn, result.end(), [&](const Entry& own) { return CFEqual(own.name, entry.name); });
+        if (hidden == result.end())
+            more.push_back(entry);
+        else
+            *hidden = entry;
+    }
+    result.insert(result.end(), more.begin(), more.end());
+    return result;
+}
+
 QCComposition* LTCCompositionRepository::compositionWithName(CFString* name)
 {
     if (!isPresent(name))
         return nullptr;
-    auto* const repository = sharedCompositionRepository();
-    repository->registerOwnCompositions();
-    const std::lock_guard lock(repository->mLock);
-    for (const auto* const entries : { &repository->mApplicationEntries, &repository->mOwnEntries }) {
-        for (const auto& entry : *entries) {
-            if (CFEqual(entry.name, name))
-                return autorelease(entry.composition);
-        }
-    }
-    return nullptr;
+    return autorelease(sharedCompositionRepository()->compositionWithIdentifier(identifierOf(textOf(name)).get()));
+}
+
+Ref<QCComposition> LTCCompositionRepository::compositionWithIdentifier(CFString* identifier)
+{
+    const auto all = entries();
+    const auto found = std::ranges::find_if(
+        all, [&](const Entry& entry) { return CFEqual(entry.composition->identifier(), identifier); });
+    return found == all.end() ? nullptr : found->composition;
 }
 
 Ref<CFArray> LTCCompositionRepository::compositionsWithProtocol_andAttributes(
     CFString* protocol, CFDictionary* attributes)
 {
-    registerOwnCompositions();
     auto result = make<CFArray>();
-    const std::lock_guard lock(mLock);
-    for (const auto* const entries : { &mApplicationEntries, &mOwnEntries }) {
-        for (const auto& entry : *entries) {
-            if (entry.composition->conformsToProtocol(protocol) && hasAttributes(*entry.composition, attributes))
-                result->append(entry.composition);
-        }
+    for (const auto& entry : entries()) {
+        if (entry.composition->conformsToProtocol(protocol) && hasAttributes(*entry.composition, attributes))
+            result->append(entry.composition);
     }
     return result;
+}
+
+Ref<CFArray> LTCCompositionRepository::unusableCompositions()
+{
+    const std::lock_guard lock(mLock);
+    return mUnusable;
 }

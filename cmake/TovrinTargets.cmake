@@ -79,7 +79,9 @@ function(tovrin_test name)
         target_sources(${name} PRIVATE ${TOVRIN_SANITIZER_SETTINGS})
         set(prefix TEST_PREFIX "${TOVRIN_SANITIZE}:")
     endif()
-    gtest_discover_tests(${name} ${prefix} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120)
+    # Whatever compositions the account has are none of a test's.
+    gtest_discover_tests(${name} ${prefix} DISCOVERY_TIMEOUT 60
+        PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 120 ENVIRONMENT "XDG_DATA_HOME=${CMAKE_BINARY_DIR}/tests/data")
 endfunction()
 
 # tovrin_session_test(Name SOURCES ... LINK ... [SESSION ...] [LABELS ...]): one program of GoogleTest cases that runs as

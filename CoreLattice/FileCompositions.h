@@ -1,0 +1,77 @@
+#pragma once
+
+#include "CoreLattice/CompositionFolders.h"
+#include "CoreLattice/CompositionTrial.h"
+#include "CoreLattice/LTCUnusableComposition.h"
+#include "CoreLattice/QCComposition.h"
+#include "Platform/CoreServices/FSEvents.h"
+#include "Platform/dispatch/dispatch.h"
+
+#include <atomic>
+#include <deque>
+
+namespace CoreLattice {
+
+/// Where compositions lie in files and how they are tried.
+struct CompositionFileSettings {
+    std::vector<std::filesystem::path> folders = usualCompositionFolders(); ///< the first one hides the others' files
+    CompositionTrial::Settings trial;
+    double latency = 0.1; ///< seconds for which files must have been left alone before they are read
+};
+
+/// What came of one file.
+struct FileComposition {
+    std::string name;
+    Ref<QCComposition> composition; ///< null when there was never one of this file that can be used
+    Ref<LTCUnusableComposition> fault; ///< of the file as it is now; null when there is none
+};
+
+/// The compositions in files: finds them, reads them, tries them in another process and follows their changes, all on a
+/// queue of its own. Any thread may use it; nothing waits but that queue.
+class FileCompositions : public std::enable_shared_from_this<FileCompositions> {
+public:
+    /// \param changed  gets all that is known so far, ordered by file, whenever that has changed, on the queue
+    /// \param nameOf  gives the name that a file's composition is to have
+    FileCompositions(CompositionFileSettings settings, std::function<void(std::vector<FileComposition>)> changed,
+        std::function<std::string(const CompositionFile&)> nameOf);
+
+    /// Begins to look at the files and to watch them.
+    void start();
+    /// Ends that for good and waits for what is being done, which is cut short. To be called before the last reference
+    /// goes, and not on the queue.
+    void stop();
+    /// Runs \p work on the queue after the files as they are now were all read and tried.
+    void whenSettled(std::function<void()> work);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Known {
+        CompositionFile file;
+        std::string fragment;
+        std::string vertex;
+        FileComposition found;
+    };
+    void look();
+    void readNext();
+    void read(const CompositionFile& file);
+    std::optional<CompositionError> take(Known& known, const std::string& fragment, const std::string& vertex);
+    void publish();
+    void settle();
+
+    const CompositionFileSettings mSettings;
+    const std::function<void(std::vector<FileComposition>)> mChanged;
+    const std::function<std::string(const CompositionFile&)> mNameOf;
+    const std::shared_ptr<CompositionTrial> mTrial;
+    const Ref<dispatch_queue> mQueue;
+    Ref<FSEventStream> mStream;
+    std::atomic<bool> mStopped { false };
+
+    // Of the queue.
+    std::map<std::string, Known> mKnown; ///< by the names of the files
+    std::deque<CompositionFile> mUnread;
+    std::vector<std::function<void()>> mWaiting;
+    Clock::time_point mPublished;
+    bool mHasChanged = false;
+};
+
+}

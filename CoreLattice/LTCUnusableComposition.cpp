@@ -1,0 +1,34 @@
+#include "CoreLattice/LTCUnusableComposition.h"
+
+#include "Platform/Foundation/NSPathUtilities.h"
+
+NS_IMPLEMENTATION(LTCUnusableComposition, NSObject)
+{
+    type.key("name", &LTCUnusableComposition::name);
+    type.key("file", &LTCUnusableComposition::file);
+    type.key("line", &LTCUnusableComposition::line);
+    type.key("message", &LTCUnusableComposition::message);
+    type.key("reason", &LTCUnusableComposition::reason);
+}
+
+LTCUnusableComposition::LTCUnusableComposition(Ref<CFString> name, Ref<CFString> file, int line, Ref<CFString> message)
+    : mName(std::move(name))
+    , mFile(std::move(file))
+    , mLine(line)
+    , mMessage(std::move(message))
+    , mReason(CFString::create(lastPathComponent(mFile)->string() + (line > 0 ? ":" + std::to_string(line) : "") + ": "
+          + mMessage->string()))
+{
+}
+
+bool LTCUnusableComposition::isEqual(CFType* other)
+{
+    const auto* const another = kindOf<LTCUnusableComposition>(other);
+    return another && another->mLine == mLine && CFEqual(another->mFile, mFile) && CFEqual(another->mName, mName)
+        && CFEqual(another->mMessage, mMessage);
+}
+
+std::string LTCUnusableComposition::description()
+{
+    return "<LTCUnusableComposition " + mReason->string() + ">";
+}
