@@ -13,6 +13,7 @@
 #include "Platform/AppKit/Quick/InterfaceView.h"
 #include "Platform/AppKit/Quick/InterfaceWindow.h"
 #include "Platform/AppKit/Quick/KeyBinding.h"
+#include "Platform/AppKit/Quick/ObjectRows.h"
 #include "Platform/AppKit/Quick/TableRows.h"
 #include "Platform/Foundation/NSLog.h"
 
@@ -57,6 +58,7 @@ void InterfaceLoader::registerElements()
     qmlRegisterType<ActionLink>(module, 1, 0, "ActionLink");
     qmlRegisterType<KeyBinding>(module, 1, 0, "KeyBinding");
     qmlRegisterType<ControlLink>(module, 1, 0, "ControlLink");
+    qmlRegisterType<ObjectRows>(module, 1, 0, "ObjectRows");
     qmlRegisterType<TableRows>(module, 1, 0, "TableRows");
     qmlRegisterType<LayerItem>(module, 1, 0, "LayerItem");
     qmlRegisterType<InterfaceView>(module, 1, 0, "InterfaceView");
