@@ -125,3 +125,8 @@ void LTCCompositionParameter::reset()
 {
     setValue(defaultValue().get());
 }
+
+bool LTCCompositionParameter::shows(const LTCCompositionParameter& other) const
+{
+    return CFEqual(mKey, other.mKey) && CFEqual(mAttributes, other.mAttributes) && CFEqual(mValue, other.mValue);
+}

@@ -40,6 +40,8 @@ public:
     void setSelectedLabel(CFString* label);
     /// Back to the default.
     void reset();
+    /// Whether the other one is for the same port and has the same value.
+    bool shows(const LTCCompositionParameter& other) const;
 
 private:
     /// For a point the bound across, which serves both directions.

@@ -2,11 +2,14 @@
 
 #include "CoreLattice/LTCCompositionParameterViewDelegate.h"
 
+#include <algorithm>
+
 NS_IMPLEMENTATION(LTCCompositionParameterView, NSView)
 {
     type.message("setCompositionRenderer:", &LTCCompositionParameterView::setCompositionRenderer);
     type.message("setDelegate:", &LTCCompositionParameterView::setDelegate);
     type.message("resetParameters", &LTCCompositionParameterView::resetParameters);
+    type.message("_viewDidLoadComposition:", &LTCCompositionParameterView::_viewDidLoadComposition);
     type.key("parameters", &LTCCompositionParameterView::parameters);
     type.key("compositionName", &LTCCompositionParameterView::compositionName);
     type.outlet("delegate", &LTCCompositionParameterView::delegate, &LTCCompositionParameterView::setDelegate);
@@ -15,6 +18,8 @@ NS_IMPLEMENTATION(LTCCompositionParameterView, NSView)
 LTCCompositionParameterView::LTCCompositionParameterView()
     : mParameters(make<CFArray>())
 {
+    NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+        this, "_viewDidLoadComposition:", LTCViewDidLoadCompositionNotification, nullptr);
 }
 
 LTCCompositionParameterView::~LTCCompositionParameterView() = default;
@@ -48,7 +53,46 @@ void LTCCompositionParameterView::setDelegate(NSObject* delegate)
         rebuildParameters();
 }
 
+/// A composition that came into the renderer by another road than this view's owner.
+void LTCCompositionParameterView::_viewDidLoadComposition(NSNotification* notification)
+{
+    if (!DispatchMain::isMainThread()) {
+        dispatch_async(dispatch_get_main_queue(), [weakSelf = WeakRef { this }, notification = Ref(notification)] {
+            if (const auto self = weakSelf.strongReference())
+                self->_viewDidLoadComposition(notification);
+        });
+        return;
+    }
+    const auto renderer = mRenderer.strongReference();
+    if (!renderer || notification->object() != renderer.get())
+        return;
+    {
+        const NSKeyValueChange change(this, "compositionName");
+    }
+    // One whose file is edited under the user's hands mostly has the same parameters, whose controls stay.
+    auto parameters = presentParameters();
+    if (shows(*parameters))
+        return;
+    const NSKeyValueChange change(this, "parameters");
+    mParameters = std::move(parameters);
+}
+
+bool LTCCompositionParameterView::shows(CFArray& parameters) const
+{
+    const auto same = [](const Ref<CFType>& a, const Ref<CFType>& b) {
+        return kindOf<LTCCompositionParameter>(a)->shows(*kindOf<LTCCompositionParameter>(b));
+    };
+    return std::ranges::equal(mParameters->values(), parameters.values(), same);
+}
+
 void LTCCompositionParameterView::rebuildParameters()
+{
+    auto parameters = presentParameters();
+    const NSKeyValueChange change(this, "parameters");
+    mParameters = std::move(parameters);
+}
+
+Ref<CFArray> LTCCompositionParameterView::presentParameters()
 {
     const auto renderer = mRenderer.strongReference();
     const auto delegate = mDelegate.strongReference();
@@ -71,8 +115,7 @@ void LTCCompositionParameterView::rebuildParameters()
                 make<LTCCompositionParameter>(this, key, port, renderer->valueForInputKey(key).get()).get());
         }
     }
-    const NSKeyValueChange change(this, "parameters");
-    mParameters = std::move(parameters);
+    return parameters;
 }
 
 void LTCCompositionParameterView::resetParameters()

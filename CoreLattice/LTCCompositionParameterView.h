@@ -13,7 +13,8 @@ public:
     LTCCompositionParameterView();
     ~LTCCompositionParameterView() override;
 
-    /// Shows the parameters of the composition that \p renderer has now; held weakly.
+    /// Shows the parameters of the composition that \p renderer has now, and of those that it takes up later; held
+    /// weakly.
     void setCompositionRenderer(LTCView* renderer);
     Ref<LTCView> compositionRenderer() const { return mRenderer.strongReference(); }
     /// \param delegate  an `LTCCompositionParameterViewDelegate` that says which parameters are shown, or null; held
@@ -35,6 +36,9 @@ public:
 
 private:
     void rebuildParameters();
+    Ref<CFArray> presentParameters();
+    bool shows(CFArray& parameters) const;
+    void _viewDidLoadComposition(NSNotification* notification);
 
     WeakRef<LTCView> mRenderer;
     WeakRef<NSObject> mDelegate;

@@ -1,9 +1,12 @@
 #include "CoreLattice/LTCCompositionPickerTile.h"
 
+#include "Platform/Foundation/NSPathUtilities.h"
+
 NS_IMPLEMENTATION(LTCCompositionPickerTile, NSObject)
 {
     type.key("name", &LTCCompositionPickerTile::name);
     type.key("explanation", &LTCCompositionPickerTile::explanation);
+    type.key("usable", &LTCCompositionPickerTile::isUsable);
     type.key("thumbnail", &LTCCompositionPickerTile::thumbnail);
     type.key("layer", &LTCCompositionPickerTile::layer);
 }
@@ -16,9 +19,20 @@ LTCCompositionPickerTile::LTCCompositionPickerTile(QCComposition* composition)
     mLayer->setOpaque(true);
 }
 
+LTCCompositionPickerTile::LTCCompositionPickerTile(LTCUnusableComposition* unusable)
+    : mUnusable(unusable)
+    , mLayer(CALayer::layer())
+{
+}
+
+CFString* LTCCompositionPickerTile::name() const
+{
+    return mComposition ? mComposition->name() : lastPathComponent(mUnusable->name());
+}
+
 CFString* LTCCompositionPickerTile::explanation() const
 {
-    return mComposition->attributes()->get<CFString>(LTCCompositionDescriptionKey);
+    return mComposition ? mComposition->attributes()->get<CFString>(LTCCompositionDescriptionKey) : mUnusable->reason();
 }
 
 CVPixelBuffer* LTCCompositionPickerTile::thumbnail() const
@@ -29,4 +43,9 @@ CVPixelBuffer* LTCCompositionPickerTile::thumbnail() const
 void LTCCompositionPickerTile::setThumbnail(CVPixelBuffer* thumbnail)
 {
     mLayer->setContents(thumbnail);
+}
+
+bool LTCCompositionPickerTile::isFor(CFType* subject) const
+{
+    return mComposition ? CFEqual(mComposition, subject) : CFEqual(mUnusable, subject);
 }

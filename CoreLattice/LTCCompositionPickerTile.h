@@ -1,27 +1,36 @@
 #pragma once
 
+#include "CoreLattice/LTCUnusableComposition.h"
 #include "CoreLattice/QCComposition.h"
 #include "Platform/CoreVideo/CVPixelBuffer.h"
 #include "Platform/QuartzCore/CALayer.h"
 
-/// One tile of a picker: a composition, and a layer with the last picture that was rendered for it. The thumbnail may
-/// be set from any thread; the rest never changes.
+/// One tile of a picker: a composition, and a layer with the last picture that was rendered for it; or a file that
+/// cannot be used. The thumbnail may be set from any thread; the rest never changes.
 ///
-/// Keys: `name`, `explanation`, `thumbnail` and `layer`, which tells its host of each new thumbnail.
+/// Keys: `name`, `explanation`, `usable`, `thumbnail` and `layer`, which tells its host of each new thumbnail.
 class LTCCompositionPickerTile : public NSObject {
     NS_OBJECT(LTCCompositionPickerTile)
 public:
     explicit LTCCompositionPickerTile(QCComposition* composition);
+    explicit LTCCompositionPickerTile(LTCUnusableComposition* unusable);
 
+    /// Null for a file that cannot be used.
     QCComposition* composition() const { return mComposition; }
-    CFString* name() const { return mComposition->name(); }
+    bool isUsable() const { return mComposition; }
+    CFString* name() const;
+    /// What the composition says about itself; why a file cannot be used.
     CFString* explanation() const;
     CALayer* layer() const { return mLayer; }
     /// Null before the first picture; kept by the innermost pool.
     CVPixelBuffer* thumbnail() const;
     void setThumbnail(CVPixelBuffer* thumbnail);
 
+    /// Whether this is the tile for \p subject, a `QCComposition` or an `LTCUnusableComposition`.
+    bool isFor(CFType* subject) const;
+
 private:
     const Ref<QCComposition> mComposition;
+    const Ref<LTCUnusableComposition> mUnusable;
     const Ref<CALayer> mLayer;
 };

@@ -15,6 +15,7 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
     type.message("setDefaultValue:forInputKey:", &LTCCompositionPickerView::setDefaultValue_forInputKey);
     type.message("resetDefaultInputValues", &LTCCompositionPickerView::resetDefaultInputValues);
     type.message("setDelegate:", &LTCCompositionPickerView::setDelegate);
+    type.message("_repositoryDidUpdate:", &LTCCompositionPickerView::_repositoryDidUpdate);
     type.message("_viewDidLoadComposition:", &LTCCompositionPickerView::_viewDidLoadComposition);
     type.key("compositions", &LTCCompositionPickerView::compositions);
     type.key("showsCompositionNames", &LTCCompositionPickerView::showsCompositionNames,
@@ -36,6 +37,8 @@ LTCCompositionPickerView::LTCCompositionPickerView()
     mScheduler->setMaxFrameRate(mMaxAnimationFrameRate);
     NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
         this, "_viewDidLoadComposition:", LTCViewDidLoadCompositionNotification, nullptr);
+    NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+        this, "_repositoryDidUpdate:", LTCCompositionRepositoryDidUpdateNotification, nullptr);
 }
 
 LTCCompositionPickerView::~LTCCompositionPickerView() = default;
@@ -45,37 +48,102 @@ std::string LTCCompositionPickerView::interfaceComponent()
     return "qrc:/CoreLattice/LTCCompositionPickerView.qml";
 }
 
+void LTCCompositionPickerView::setRepository(LTCCompositionRepository* repository)
+{
+    mRepository = repository;
+}
+
+LTCCompositionRepository* LTCCompositionPickerView::repository() const
+{
+    return mRepository ? mRepository.get() : LTCCompositionRepository::sharedCompositionRepository();
+}
+
 void LTCCompositionPickerView::setCompositionsFromRepositoryWithProtocol_andAttributes(
     CFString* protocol, CFDictionary* attributes)
 {
     if (!isPresent(protocol))
         return;
-    const auto offered
-        = LTCCompositionRepository::sharedCompositionRepository()->compositionsWithProtocol_andAttributes(
-            protocol, attributes);
+    mProtocol = protocol;
+    mAttributes = attributes;
+    listCompositions();
+    setSelectedIndex(-1);
+}
+
+void LTCCompositionPickerView::_repositoryDidUpdate(NSNotification* notification)
+{
+    if (!mProtocol || notification->object() != repository())
+        return;
+    const Ref<QCComposition> selected = selectedComposition();
+    listCompositions();
+    const auto compositions = mCompositions->values();
+    const auto found = std::ranges::find_if(compositions, [&](const Ref<CFType>& composition) {
+        return selected && CFEqual(kindOf<QCComposition>(composition)->identifier(), selected->identifier());
+    });
+    setSelectedIndex(found == compositions.end() ? -1 : found - compositions.begin());
+}
+
+void LTCCompositionPickerView::listCompositions()
+{
+    auto included = includedCompositions();
+    const auto unusable = repository()->unusableCompositions();
+    std::vector<Ref<LTCCompositionPickerTile>> tiles;
+    for (const auto* const subjects : { included.get(), unusable.get() }) {
+        for (const auto& subject : subjects->values())
+            tiles.push_back(tileFor(subject));
+    }
+    setTiles(std::move(tiles), std::move(included));
+}
+
+/// What the repository has and the delegate does not leave out.
+Ref<CFArray> LTCCompositionPickerView::includedCompositions()
+{
+    const auto offered = repository()->compositionsWithProtocol_andAttributes(mProtocol, mAttributes);
     const auto delegate = mDelegate.strongReference();
     auto* const judge = delegate && delegate->respondsToSelector("compositionPickerView:shouldIncludeComposition:")
         ? kindOf<LTCCompositionPickerViewDelegate>(delegate)
         : nullptr;
     auto included = make<CFArray>();
-    auto tiles = make<CFArray>();
-    std::vector<Ref<LTCCompositionPickerTile>> tileList;
     for (const auto& value : offered->values()) {
         auto* const composition = kindOf<QCComposition>(value);
-        if (!composition || (judge && !judge->compositionPickerView_shouldIncludeComposition(this, composition)))
-            continue;
-        included->append(composition);
-        tileList.push_back(make<LTCCompositionPickerTile>(composition));
-        tiles->append(tileList.back());
+        if (composition && (!judge || judge->compositionPickerView_shouldIncludeComposition(this, composition)))
+            included->append(composition);
     }
+    return included;
+}
+
+/// The tile that it has already, or else a new one, with the picture of the version before until it has its own.
+Ref<LTCCompositionPickerTile> LTCCompositionPickerView::tileFor(CFType* subject) const
+{
+    auto* const composition = kindOf<QCComposition>(subject);
+    Ref<CVPixelBuffer> former;
+    for (const auto& value : mTiles->values()) {
+        auto* const tile = kindOf<LTCCompositionPickerTile>(value);
+        if (tile->isFor(subject))
+            return tile;
+        if (composition && tile->isUsable() && CFEqual(tile->composition()->identifier(), composition->identifier()))
+            former = tile->thumbnail();
+    }
+    if (!composition)
+        return make<LTCCompositionPickerTile>(kindOf<LTCUnusableComposition>(subject));
+    auto tile = make<LTCCompositionPickerTile>(composition);
+    if (former)
+        tile->setThumbnail(former);
+    return tile;
+}
+
+void LTCCompositionPickerView::setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions)
+{
+    auto all = CFArray::create(tiles);
+    if (all->values() == mTiles->values())
+        return;
     {
         const NSKeyValueChange compositionsChange(this, "compositions");
         const NSKeyValueChange tilesChange(this, "tiles");
-        mCompositions = std::move(included);
-        mTiles = std::move(tiles);
+        mCompositions = std::move(compositions);
+        mTiles = std::move(all);
     }
-    mScheduler->setTiles(tileList);
-    setSelectedIndex(-1);
+    std::erase_if(tiles, [](const Ref<LTCCompositionPickerTile>& tile) { return !tile->isUsable(); });
+    mScheduler->setTiles(tiles);
 }
 
 void LTCCompositionPickerView::startAnimation(NSObject* /*sender*/)

@@ -12,19 +12,24 @@
 namespace CoreLattice {
 class ThumbnailScheduler;
 }
+class LTCCompositionRepository;
 
 /// A strip of tiles, one for each composition, each showing what its composition makes of the default input picture.
 /// Main thread only; the tiles are rendered on the framework's render thread, behind the views, in turn and within a
-/// budget of processor time for all of them together.
+/// budget of processor time for all of them together. The files that cannot be used come last; nobody can select them.
+/// The strip follows its repository: what stays keeps its tile and its picture, and what is selected stays selected as
+/// long as there is a composition with its identifier.
 ///
-/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `selectedIndex` (-1 for none) and `showsCompositionNames`,
-/// to be observed by the view's component.
+/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `compositions`, `selectedIndex` (-1 for none) and
+/// `showsCompositionNames`, to be observed by the view's component.
 class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
     NS_OBJECT(LTCCompositionPickerView)
 public:
     LTCCompositionPickerView();
     ~LTCCompositionPickerView() override;
 
+    /// Where the compositions come from; the shared repository unless it is set.
+    void setRepository(LTCCompositionRepository* repository);
     void setCompositionsFromRepositoryWithProtocol_andAttributes(CFString* protocol, CFDictionary* attributes) override;
     /// Tiles are rendered from now on. Tells the delegate.
     void startAnimation(NSObject* sender) override;
@@ -64,9 +69,18 @@ public:
 private:
     static constexpr double tileHeight = 81; ///< in pixels
     void setSelectedIndex(long index);
+    LTCCompositionRepository* repository() const;
+    void listCompositions();
+    Ref<CFArray> includedCompositions();
+    Ref<LTCCompositionPickerTile> tileFor(CFType* subject) const;
+    void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions);
+    void _repositoryDidUpdate(NSNotification* notification);
     void _viewDidLoadComposition(NSNotification* notification);
 
     WeakRef<NSObject> mDelegate;
+    Ref<LTCCompositionRepository> mRepository; ///< null for the shared one
+    Ref<CFString> mProtocol; ///< null before there are compositions
+    Ref<CFDictionary> mAttributes;
     Ref<CFArray> mCompositions;
     Ref<CFArray> mTiles;
     const std::shared_ptr<CoreLattice::ThumbnailScheduler> mScheduler;

@@ -1,10 +1,10 @@
 #include "CoreLattice/LTCView.h"
 
+#include "CoreLattice/LTCCompositionRepository.h"
 #include "CoreLattice/RenderThread.h"
 #include "CoreLattice/ViewRenderer.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "Platform/CoreGraphics/CGImage.h"
-#include "Platform/Foundation/NSNotification.h"
 
 #include <cstring>
 
@@ -45,6 +45,7 @@ NS_IMPLEMENTATION(LTCView, NSView)
     type.message("stopRendering", &LTCView::stopRendering);
     type.message("renderAtTime:arguments:", &LTCView::renderAtTime_arguments);
     type.message("setIsPreviewFlippedY:", &LTCView::setIsPreviewFlippedY);
+    type.message("_repositoryDidUpdate:", &LTCView::_repositoryDidUpdate);
     type.key("isPreviewFlippedY", &LTCView::isPreviewFlippedY, &LTCView::setIsPreviewFlippedY);
 }
 
@@ -54,6 +55,8 @@ LTCView::LTCView()
     setWantsLayer(true);
     layer()->setContentsGravity(kCAGravityResizeAspect);
     layer()->setOpaque(true);
+    NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+        this, "_repositoryDidUpdate:", LTCCompositionRepositoryDidUpdateNotification, nullptr);
 }
 
 LTCView::~LTCView() = default;
@@ -80,10 +83,30 @@ void LTCView::loadComposition(QCComposition* composition)
     mRenderer->load(composition);
     updateTimer();
     requestRender();
+    tellOfLoad(composition);
+}
+
+void LTCView::tellOfLoad(QCComposition* composition)
+{
     auto userInfo = make<CFDictionary>();
     userInfo->set("QCComposition", composition);
     NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
         LTCViewDidLoadCompositionNotification, this, userInfo.get());
+}
+
+void LTCView::_repositoryDidUpdate(NSNotification* notification)
+{
+    auto* const repository = kindOf<LTCCompositionRepository>(notification->object());
+    const auto present = mRenderer->composition();
+    if (!repository || !present)
+        return;
+    const auto latest = repository->compositionWithIdentifier(present->identifier());
+    if (!latest || CFEqual(latest, present) || CFEqual(latest, mRefused))
+        return;
+    mRenderer->reload(latest);
+    updateTimer();
+    requestRender();
+    tellOfLoad(latest);
 }
 
 QCComposition* LTCView::loadedComposition() const
@@ -175,18 +198,17 @@ void LTCView::tellOfRefusal()
         const auto self = weakSelf.strongReference();
         if (!self)
             return;
+        self->mRefused = refusal.composition;
         auto userInfo = make<CFDictionary>();
         userInfo->set("QCComposition", refusal.composition);
         userInfo->set("reason", CFString::create(refusal.error.text()).get());
-        auto* const center = NSNotificationCenter::defaultCenter();
-        center->postNotificationName_object_userInfo(LTCViewDidRefuseCompositionNotification, self, userInfo.get());
+        NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
+            LTCViewDidRefuseCompositionNotification, self, userInfo.get());
         if (!refusal.isReplaced)
             return;
         self->updateTimer();
-        auto loaded = make<CFDictionary>();
         const auto present = self->mRenderer->composition();
-        loaded->set("QCComposition", present);
-        center->postNotificationName_object_userInfo(LTCViewDidLoadCompositionNotification, self, loaded.get());
+        self->tellOfLoad(present);
     });
 }
 

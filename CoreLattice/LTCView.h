@@ -4,6 +4,7 @@
 #include "Platform/AppKit/NSView.h"
 #include "Platform/CoreVideo/CVPixelBuffer.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSNotification.h"
 
 #include <atomic>
 
@@ -20,6 +21,9 @@ class ViewRenderer;
 /// A composition that cannot be compiled, or takes more time or memory than any may have, is given up: the reason is
 /// logged once with file, line and message and told by `LTCViewDidRefuseCompositionNotification`, and the composition
 /// that was rendered before comes back; without one the input picture comes through as it is.
+///
+/// When a repository has another composition with the identifier of the one that is rendered, since its file was
+/// edited, the view takes that up: parameters that both have with the same type keep their values.
 class LTCView : public NSView {
     NS_OBJECT(LTCView)
 public:
@@ -74,6 +78,8 @@ private:
     void renderNow();
     void showOutput();
     void tellOfRefusal();
+    void tellOfLoad(QCComposition* composition);
+    void _repositoryDidUpdate(NSNotification* notification);
     void updateTimer();
     void displayTick();
     double secondsSinceStart() const;
@@ -89,4 +95,5 @@ private:
     std::mutex mTimerLock;
     Ref<dispatch_queue> mTimerQueue;
     Ref<dispatch_source> mTimer;
+    Ref<QCComposition> mRefused; ///< which is not taken up again by itself; main thread
 };

@@ -31,19 +31,26 @@ void ThumbnailScheduler::setTiles(const std::vector<Ref<LTCCompositionPickerTile
     std::vector<std::shared_ptr<Item>> items;
     std::vector<std::shared_ptr<Item>> replaced;
     const std::lock_guard lock(mLock);
-    for (const auto& tile : tiles) {
-        auto item = std::make_shared<Item>();
-        item->tile = tile;
-        item->renderer = std::make_shared<ViewRenderer>();
-        item->renderer->load(tile->composition());
-        item->renderer->setOutputSize(mWidth, mHeight);
-        for (const auto& [key, value] : mValues)
-            item->renderer->setValue(value, key);
-        items.push_back(std::move(item));
-    }
+    for (const auto& tile : tiles)
+        items.push_back(itemFor(tile));
     replaced.swap(mItems);
     mItems = std::move(items);
     mNext = 0;
+}
+
+std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::itemFor(const Ref<LTCCompositionPickerTile>& tile) const
+{
+    const auto found = std::ranges::find(mItems, tile, &Item::tile);
+    if (found != mItems.end())
+        return *found;
+    auto item = std::make_shared<Item>();
+    item->tile = tile;
+    item->renderer = std::make_shared<ViewRenderer>();
+    item->renderer->load(tile->composition());
+    item->renderer->setOutputSize(mWidth, mHeight);
+    for (const auto& [key, value] : mValues)
+        item->renderer->setValue(value, key);
+    return item;
 }
 
 void ThumbnailScheduler::setValue(CFType* value, CFString* key)

@@ -9,7 +9,7 @@ namespace CoreLattice {
 /// render thread when no view needs it. Any thread may use it.
 class ThumbnailScheduler : public std::enable_shared_from_this<ThumbnailScheduler> {
 public:
-    /// Replaces the tiles; each gets the values that were set so far.
+    /// Replaces the tiles; each new one gets the values that were set so far.
     void setTiles(const std::vector<Ref<LTCCompositionPickerTile>>& tiles);
     /// Sets an input of every tile. A picture is the beat: for each one that comes, some tiles are rendered.
     void setValue(CFType* value, CFString* key);
@@ -28,6 +28,7 @@ private:
         std::int64_t lastRender = 0; ///< nanoseconds on the host clock
         bool rendered = false;
     };
+    std::shared_ptr<Item> itemFor(const Ref<LTCCompositionPickerTile>& tile) const;
     void request();
     void renderNext();
     /// The item whose turn it is, or null when none may be rendered yet.

@@ -28,6 +28,15 @@ CVPixelBuffer* pictureOf(CFType* value)
     return buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && buffer->baseAddress() ? buffer : nullptr;
 }
 
+/// Whether a control for the input could show the value.
+bool accepts(const ISFInput& input, const ISFInput::Numbers& numbers)
+{
+    if (input.type == ISFInputType::Menu)
+        return std::ranges::find(input.values, numbers[0]) != input.values.end();
+    return input.type != ISFInputType::Number
+        || (numbers[0] >= input.minimum.value_or(numbers)[0] && numbers[0] <= input.maximum.value_or(numbers)[0]);
+}
+
 double finite(double number)
 {
     return std::isfinite(number) ? number : 0;
@@ -50,13 +59,48 @@ ViewRenderer::~ViewRenderer()
 
 void ViewRenderer::load(QCComposition* composition)
 {
+    Former replaced; // dies after the lock
+    const std::lock_guard lock(mLock);
+    replaced = keepFormer();
+    setComposition(composition);
+}
+
+void ViewRenderer::reload(QCComposition* composition)
+{
     Former replaced;
     const std::lock_guard lock(mLock);
-    // One that was never rendered is nothing to come back to.
-    if (mRenderedGeneration == mGeneration && mComposition) {
-        replaced = std::exchange(mFormer, { mComposition, std::move(mValues), std::move(mObjects) });
-    }
+    const Former present { mComposition, mValues, mObjects };
+    replaced = keepFormer();
     setComposition(composition);
+    takeValues(present);
+}
+
+/// Makes the present composition the one to come back to. One that was never rendered is nothing to come back to.
+ViewRenderer::Former ViewRenderer::keepFormer()
+{
+    if (mRenderedGeneration != mGeneration || !mComposition)
+        return {};
+    return std::exchange(mFormer, { mComposition, mValues, mObjects });
+}
+
+/// The values of inputs that the present composition has too; pictures of the past are over.
+void ViewRenderer::takeValues(const Former& former)
+{
+    if (!former.composition || !mComposition)
+        return;
+    const auto& inputs = mComposition->document()->inputs;
+    const auto& before = former.composition->document()->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        const auto found = std::ranges::find(before, inputs[i].name, &ISFInput::name);
+        if (found == before.end() || found->type != inputs[i].type || inputs[i].type == ISFInputType::Image)
+            continue;
+        const auto index = static_cast<std::size_t>(found - before.begin());
+        // What was never set follows the default, which may be another one now.
+        if (!former.objects[index] || !accepts(inputs[i], former.values[index].numbers))
+            continue;
+        mValues[i] = former.values[index];
+        mObjects[i] = former.objects[index];
+    }
 }
 
 /// With its inputs at their defaults.
@@ -92,13 +136,7 @@ void ViewRenderer::refuse(std::uint64_t generation, CompositionError error)
     if (!former.composition)
         return;
     setComposition(former.composition);
-    for (std::size_t i = 0; i < mValues.size(); ++i) {
-        // Pictures of the past are over.
-        if (mComposition->document()->inputs[i].type == ISFInputType::Image)
-            continue;
-        mValues[i] = former.values[i];
-        mObjects[i] = former.objects[i];
-    }
+    takeValues(former);
 }
 
 std::optional<ViewRenderer::Refusal> ViewRenderer::takeRefusal()

@@ -24,6 +24,9 @@ public:
     ~ViewRenderer();
 
     void load(QCComposition* composition);
+    /// Like `load` for another version of the composition: inputs that both have with the same type keep their values,
+    /// as far as the new one's bounds and choices let them.
+    void reload(QCComposition* composition);
     Ref<QCComposition> composition() const;
     bool dependsOnTime() const;
     void setValue(CFType* value, CFString* key);
@@ -68,6 +71,8 @@ private:
         std::vector<ISFValue> values;
         std::vector<Ref<CFType>> objects;
     };
+    Former keepFormer();
+    void takeValues(const Former& former);
     Former mFormer;
     std::uint64_t mRenderedGeneration = 0; ///< of the composition that was last rendered; 0 for none
     std::optional<Refusal> mRefusal;

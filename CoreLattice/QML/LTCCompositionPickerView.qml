@@ -2,8 +2,8 @@ import QtQuick
 import Tovrin.Interface
 import "qrc:/Interface/Controls"
 
-/// A strip of tiles, one for each composition. Clicks, arrow keys, Home and End choose; a click beside the tiles empties
-/// the selection where that is allowed.
+/// A strip of tiles, one for each composition, and at its end one for each file that cannot be used, with the reason.
+/// Clicks, arrow keys, Home and End choose; a click beside the tiles empties the selection where that is allowed.
 FocusScope {
     id: picker
 
@@ -16,12 +16,15 @@ FocusScope {
     Accessible.name: qsTr("Filters")
 
     KeyBinding { id: tiles; object: picker.view; keyPath: "tiles" }
+    KeyBinding { id: compositions; object: picker.view; keyPath: "compositions" }
     KeyBinding { id: selection; object: picker.view; keyPath: "selectedIndex" }
     KeyBinding { id: showsNames; object: picker.view; keyPath: "showsCompositionNames" }
     KeyBinding { id: allowsNone; object: picker.view; keyPath: "allowsEmptySelection" }
 
+    readonly property int choices: compositions.value ? compositions.value.length : 0
+
     function choose(index) {
-        if (index >= 0 && index < list.count)
+        if (index >= 0 && index < choices)
             selection.value = index;
     }
 
@@ -31,7 +34,7 @@ FocusScope {
         if (event.key === Qt.Key_Home)
             choose(0);
         else if (event.key === Qt.Key_End)
-            choose(list.count - 1);
+            choose(choices - 1);
         else if (event.key === Qt.Key_Space || event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
             choose(Math.max(0, selection.value));
         else
@@ -65,16 +68,17 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         interactive: contentWidth + leftMargin + rightMargin > picker.width
         clip: interactive
-        model: tiles.value ?? []
+        model: ObjectRows { objects: tiles.value ?? [] }
         currentIndex: selection.value ?? -1
         highlightFollowsCurrentItem: true
 
         delegate: Item {
             id: tile
 
-            required property var modelData
+            required property var object
             required property int index
             readonly property bool selected: selection.value === index
+            readonly property bool usable: usability.value === true
 
             width: picker.tileWidth
             height: list.height
@@ -82,28 +86,43 @@ FocusScope {
             Accessible.role: Accessible.ListItem
             Accessible.name: name.value ?? ""
             Accessible.description: explanation.value ?? ""
-            Accessible.selectable: true
+            Accessible.selectable: usable
             Accessible.selected: selected
-            Accessible.focusable: true
+            Accessible.focusable: usable
             Accessible.onPressAction: picker.choose(index)
 
-            KeyBinding { id: name; object: tile.modelData; keyPath: "name" }
-            KeyBinding { id: explanation; object: tile.modelData; keyPath: "explanation" }
-            KeyBinding { id: thumbnail; object: tile.modelData; keyPath: "layer" }
+            KeyBinding { id: name; object: tile.object; keyPath: "name" }
+            KeyBinding { id: explanation; object: tile.object; keyPath: "explanation" }
+            KeyBinding { id: usability; object: tile.object; keyPath: "usable" }
+            KeyBinding { id: thumbnail; object: tile.object; keyPath: "layer" }
 
             Item {
                 y: list.ringSpace
                 width: parent.width
 
                 Rectangle {
+                    id: ground
+
                     width: picker.tileWidth
                     height: picker.tileHeight
-                    color: Theme.control
+                    color: tile.usable ? Theme.control : Theme.panel
                 }
                 LayerItem {
                     width: picker.tileWidth
                     height: picker.tileHeight
+                    visible: tile.usable
                     contents: thumbnail.value
+                }
+                Text {
+                    anchors.fill: ground
+                    anchors.margins: 9
+                    visible: !tile.usable
+                    verticalAlignment: Text.AlignVCenter
+                    text: explanation.value ?? ""
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallTextSize
+                    wrapMode: Text.Wrap
+                    elide: Text.ElideRight
                 }
                 // Lies over the picture's corners, which are square, and rounds them.
                 Rectangle {
@@ -122,7 +141,7 @@ FocusScope {
                     width: picker.tileWidth + 8
                     height: picker.tileHeight + 8
                     radius: 10
-                    visible: tile.selected || pointer.containsMouse
+                    visible: tile.usable && (tile.selected || pointer.containsMouse)
                     color: "transparent"
                     border.width: picker.activeFocus && tile.selected ? 3 : 2
                     border.color: tile.selected ? Theme.accent : Theme.disabledText
@@ -133,7 +152,7 @@ FocusScope {
                     visible: showsNames.value === true
                     horizontalAlignment: Text.AlignHCenter
                     text: name.value ?? ""
-                    color: tile.selected ? Theme.text : Theme.secondaryText
+                    color: tile.selected ? Theme.text : tile.usable ? Theme.secondaryText : Theme.disabledText
                     font.pixelSize: Theme.textSize
                     font.weight: tile.selected ? Font.DemiBold : Font.Normal
                     elide: Text.ElideRight
