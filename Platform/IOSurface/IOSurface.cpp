@@ -2,14 +2,8 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 
-#include <cstdio>
 #include <mutex>
 #include <set>
-
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -44,12 +38,6 @@ IOSurfaceID newIdentifier()
     return all.last;
 }
 
-std::byte* mapped(int descriptor, std::size_t length)
-{
-    void* const address = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-    return address == MAP_FAILED ? nullptr : static_cast<std::byte*>(address);
-}
-
 }
 
 Ref<IOSurface> IOSurface::create(
@@ -58,20 +46,10 @@ Ref<IOSurface> IOSurface::create(
     if (width == 0 || height == 0 || width > largestSide || height > largestSide || FAIL_POINT("IOSurfaceCreate"))
         return nullptr;
     const std::size_t bytesPerRow = (width * bytesPerElement + rowAlignment - 1) / rowAlignment * rowAlignment;
-    const std::size_t length = bytesPerRow * height;
-    const int descriptor = ::memfd_create("tovrin-surface", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-    if (descriptor < 0)
+    auto memory = SurfaceMemory::create(bytesPerRow * height);
+    if (!memory)
         return nullptr;
-    // Allocated now: a full memory file system must fail here and not as a fault on first touch.
-    std::byte* base = nullptr;
-    if (::posix_fallocate(descriptor, 0, static_cast<off_t>(length)) == 0
-        && ::fcntl(descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0)
-        base = mapped(descriptor, length);
-    if (!base) {
-        ::close(descriptor);
-        return nullptr;
-    }
-    auto surface = make<IOSurface>(descriptor, base, length, newIdentifier(), width, height, pixelFormat, bytesPerRow);
+    auto surface = make<IOSurface>(std::move(memory), newIdentifier(), width, height, pixelFormat, bytesPerRow);
     if (properties)
         IOSurfaceSetValues(surface, properties);
     return surface;
@@ -80,33 +58,23 @@ Ref<IOSurface> IOSurface::create(
 Ref<IOSurface> IOSurface::adopt(int descriptor, IOSurfaceID identifier, std::size_t width, std::size_t height,
     OSType pixelFormat, std::size_t bytesPerRow)
 {
-    constexpr int sizeSeals = F_SEAL_SHRINK | F_SEAL_GROW;
-    struct stat status { };
     const bool sane = width > 0 && height > 0 && width <= largestSide && height <= largestSide
         && bytesPerRow >= width * 4 && bytesPerRow <= largestSide * 16;
-    const int seals = ::fcntl(descriptor, F_GET_SEALS);
-    std::byte* base = nullptr;
-    if (sane && seals >= 0 && (seals & sizeSeals) == sizeSeals && ::fstat(descriptor, &status) == 0
-        && static_cast<std::size_t>(status.st_size) >= bytesPerRow * height)
-        base = mapped(descriptor, bytesPerRow * height);
-    if (!base) {
-        if (descriptor >= 0)
-            ::close(descriptor);
+    // More than any memory has, so that what is not sane is refused in the same way.
+    auto memory = SurfaceMemory::adopt(descriptor, sane ? bytesPerRow * height : SIZE_MAX);
+    if (!memory)
         return nullptr;
-    }
     {
         auto& all = identifiers();
         const std::lock_guard guard(all.lock);
         all.inUse.insert(identifier);
     }
-    return make<IOSurface>(descriptor, base, bytesPerRow * height, identifier, width, height, pixelFormat, bytesPerRow);
+    return make<IOSurface>(std::move(memory), identifier, width, height, pixelFormat, bytesPerRow);
 }
 
-IOSurface::IOSurface(int descriptor, std::byte* base, std::size_t length, IOSurfaceID identifier, std::size_t width,
+IOSurface::IOSurface(std::unique_ptr<SurfaceMemory> memory, IOSurfaceID identifier, std::size_t width,
     std::size_t height, OSType pixelFormat, std::size_t bytesPerRow)
-    : mDescriptor(descriptor)
-    , mBase(base)
-    , mLength(length)
+    : mMemory(std::move(memory))
     , mIdentifier(identifier)
     , mWidth(width)
     , mHeight(height)
@@ -122,8 +90,7 @@ IOSurface::~IOSurface()
         const std::lock_guard guard(all.lock);
         all.inUse.erase(all.inUse.find(mIdentifier));
     }
-    ::munmap(mBase, mLength);
-    ::close(mDescriptor);
+    SurfaceMemory::giveBack(std::move(mMemory));
 }
 
 CFTypeID IOSurface::typeID() const noexcept

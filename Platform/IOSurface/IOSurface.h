@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/CoreFoundation/CFCollections.h"
+#include "Platform/IOSurface/SurfaceMemory.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -25,28 +25,26 @@ public:
     static Ref<IOSurface> adopt(int descriptor, IOSurfaceID identifier, std::size_t width, std::size_t height,
         OSType pixelFormat, std::size_t bytesPerRow);
 
-    IOSurface(int descriptor, std::byte* base, std::size_t length, IOSurfaceID identifier, std::size_t width,
-        std::size_t height, OSType pixelFormat, std::size_t bytesPerRow);
+    IOSurface(std::unique_ptr<SurfaceMemory> memory, IOSurfaceID identifier, std::size_t width, std::size_t height,
+        OSType pixelFormat, std::size_t bytesPerRow);
     ~IOSurface() override;
 
     IOSurfaceID identifier() const noexcept { return mIdentifier; }
     std::size_t width() const noexcept { return mWidth; }
     std::size_t height() const noexcept { return mHeight; }
     std::size_t bytesPerRow() const noexcept { return mBytesPerRow; }
-    std::size_t length() const noexcept { return mLength; }
+    std::size_t length() const noexcept { return mMemory->length(); }
     OSType pixelFormat() const noexcept { return mPixelFormat; }
-    std::byte* baseAddress() const noexcept { return mBase; }
+    std::byte* baseAddress() const noexcept { return mMemory->base(); }
     /// The memfd; stays the surface's.
-    int descriptor() const noexcept { return mDescriptor; }
+    int descriptor() const noexcept { return mMemory->descriptor(); }
     CFDictionary* values() const noexcept { return mValues; }
 
     CFTypeID typeID() const noexcept override;
     std::string description() override;
 
 private:
-    const int mDescriptor;
-    std::byte* const mBase;
-    const std::size_t mLength;
+    std::unique_ptr<SurfaceMemory> mMemory;
     const IOSurfaceID mIdentifier;
     const std::size_t mWidth;
     const std::size_t mHeight;

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -16,6 +18,22 @@
 namespace {
 
 constexpr OSType bgra = 0x42475241;
+
+bool isAllZeros(const IOSurface& surface)
+{
+    return std::all_of(surface.baseAddress(), surface.baseAddress() + surface.length(),
+        [](std::byte byte) { return byte == std::byte { 0 }; });
+}
+
+/// How many pieces of memory this process has open for surfaces, used or not.
+long openPieces()
+{
+    namespace fs = std::filesystem;
+    return std::ranges::count_if(fs::directory_iterator("/proc/self/fd"), [](const fs::directory_entry& entry) {
+        std::error_code ignored;
+        return fs::read_symlink(entry, ignored).string().starts_with("/memfd:tovrin-surface");
+    });
+}
 
 }
 
@@ -101,6 +119,60 @@ TEST(IOSurface, RefusesMemoryThatCouldShrinkOrIsTooSmall)
     EXPECT_FALSE(IOSurface::adopt(::dup(surface->descriptor()), 1, 17, 1, bgra, 64));
     EXPECT_FALSE(IOSurface::adopt(::open("/dev/null", O_RDWR | O_CLOEXEC), 1, 16, 2, bgra, 64));
     EXPECT_FALSE(IOSurface::adopt(-1, 1, 16, 2, bgra, 64));
+}
+
+TEST(IOSurface, HasMemoryOfZerosThatASurfaceBeforeItHad)
+{
+    auto surface = IOSurface::create(96, 50, bgra, 4, CFDictionary::create({ { CFSTR("a"), CFSTR("1") } }).get());
+    EXPECT_TRUE(isAllZeros(*surface));
+    auto* const base = surface->baseAddress();
+    const auto number = IOSurfaceGetID(surface);
+    std::memset(base, 0x5A, surface->length());
+    surface = nullptr;
+    const auto other = IOSurface::create(112, 50, bgra, 4, nullptr);
+    EXPECT_NE(other->baseAddress(), base) << "its memory has another length";
+    surface = IOSurface::create(48, 100, bgra, 4, nullptr);
+    ASSERT_EQ(surface->baseAddress(), base);
+    EXPECT_TRUE(isAllZeros(*surface));
+    EXPECT_NE(IOSurfaceGetID(surface), number);
+    EXPECT_EQ(IOSurfaceCopyAllValues(surface)->count(), 0U);
+    const auto third = IOSurface::create(96, 50, bgra, 4, nullptr);
+    EXPECT_NE(third->baseAddress(), base) << "two surfaces have the same memory";
+}
+
+TEST(IOSurface, NeverHasMemoryThatSomebodyElseMayHave)
+{
+    auto surface = IOSurface::create(200, 50, bgra, 4, nullptr);
+    const auto bytesPerRow = surface->bytesPerRow();
+    auto others = IOSurface::adopt(::dup(surface->descriptor()), 7, 200, 50, bgra, bytesPerRow);
+    surface = nullptr;
+    for (int round = 0; round < 2; ++round) {
+        surface = IOSurface::create(200, 50, bgra, 4, nullptr);
+        std::memset(surface->baseAddress(), 0x5A, surface->length());
+        EXPECT_TRUE(!others || isAllZeros(*others));
+        // What came from elsewhere goes when it is let go of.
+        const auto before = openPieces();
+        others = nullptr;
+        EXPECT_EQ(openPieces(), round == 0 ? before - 1 : before);
+    }
+}
+
+TEST(IOSurface, LeavesLittleMemoryBehind)
+{
+    const auto before = openPieces();
+    std::vector<Ref<IOSurface>> surfaces;
+    for (std::size_t row = 0; row < 40; ++row)
+        surfaces.push_back(IOSurface::create(300 + 16 * row, 40, bgra, 4, nullptr));
+    EXPECT_GE(openPieces(), before + 36);
+    surfaces.clear();
+    EXPECT_EQ(openPieces(), 4);
+    for (int count = 0; count < 3; ++count)
+        surfaces.push_back(IOSurface::create(1920, 1080, bgra, 4, nullptr));
+    surfaces.clear();
+    EXPECT_EQ(openPieces(), 2) << "two of eight megabytes are all";
+    surfaces.push_back(IOSurface::create(3840, 2160, bgra, 4, nullptr));
+    surfaces.clear();
+    EXPECT_EQ(openPieces(), 2) << "a very large one does not take the place of what fits";
 }
 
 TEST(IOSurface, KeepsValuesByKey)
