@@ -5,6 +5,7 @@
 #include <libyuv.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -118,50 +119,51 @@ void PictureScaler::layOutColumns()
     }
 }
 
-template <bool isFirst>
-void PictureScaler::combineTwoRows(const std::uint8_t* a, const std::uint8_t* b, Words shareA, Words shareB)
+template <std::size_t fixedTaps> void PictureScaler::combineSomeRows(const Source& source, const Taps& taps)
 {
-    const auto add = [&](const void* fourOfA, const void* fourOfB, std::uint16_t* sums) {
-        const auto bytesA = loaded<Bytes>(fourOfA);
-        const auto bytesB = loaded<Bytes>(fourOfB);
-        auto lower = highProducts(lowerBytes(bytesA), shareA) + highProducts(lowerBytes(bytesB), shareB);
-        auto upper = highProducts(upperBytes(bytesA), shareA) + highProducts(upperBytes(bytesB), shareB);
-        if (!isFirst) {
-            lower += loaded<Words>(sums);
-            upper += loaded<Words>(sums + wordCount);
-        }
-        store(sums, lower);
-        store(sums + wordCount, upper);
-    };
+    const auto* const rows = reinterpret_cast<const std::uint8_t*>(source.pixels)
+        + static_cast<std::size_t>(taps.first) * source.bytesPerRow;
+    const auto count = fixedTaps ? fixedTaps : static_cast<std::size_t>(taps.count);
+    std::array<Words, fixedTaps ? fixedTaps : mostTapsInWords> shares;
+    for (std::size_t tap = 0; tap < count; ++tap)
+        shares[tap] = filled(mDown.shares[taps.weights + tap]);
     const auto length = static_cast<std::size_t>(mAcross.sourceLength) * parts;
     const auto wholeLength = length / byteCount * byteCount;
     auto* const words = mWords.data();
+    // All rows at once, so that each sum is written once.
+    const auto add = [&](std::size_t at, const auto& bytesOf) {
+        Words lower {};
+        Words upper {};
+        const auto* row = rows + at;
+        for (std::size_t tap = 0; tap < count; ++tap, row += source.bytesPerRow) {
+            const Bytes bytes = bytesOf(row);
+            lower += highProducts(lowerBytes(bytes), shares[tap]);
+            upper += highProducts(upperBytes(bytes), shares[tap]);
+        }
+        store(words + at, lower);
+        store(words + at + wordCount, upper);
+    };
     for (std::size_t i = 0; i < wholeLength; i += byteCount)
-        add(a + i, b + i, words + i);
-    if (wholeLength != length) {
-        Bytes lastOfA {};
-        Bytes lastOfB {};
-        std::memcpy(&lastOfA, a + wholeLength, length - wholeLength);
-        std::memcpy(&lastOfB, b + wholeLength, length - wholeLength);
-        add(&lastOfA, &lastOfB, words + wholeLength);
-    }
+        add(i, [](const std::uint8_t* from) { return loaded<Bytes>(from); });
+    if (wholeLength != length)
+        add(wholeLength, [&](const std::uint8_t* from) {
+            Bytes last {};
+            std::memcpy(&last, from, length - wholeLength);
+            return last;
+        });
 }
 
 void PictureScaler::combineRows(const Source& source, const Taps& taps)
 {
-    const auto* const rows = reinterpret_cast<const std::uint8_t*>(source.pixels)
-        + static_cast<std::size_t>(taps.first) * source.bytesPerRow;
-    const auto* const shares = mDown.shares.data() + taps.weights;
-    for (std::size_t tap = 0; tap < static_cast<std::size_t>(taps.count); tap += 2) {
-        const bool isSingle = tap + 1 == static_cast<std::size_t>(taps.count);
-        const auto* const a = rows + tap * source.bytesPerRow;
-        const auto* const b = isSingle ? a : a + source.bytesPerRow;
-        const auto shareA = filled(shares[tap]);
-        const auto shareB = isSingle ? Words {} : filled(shares[tap + 1]);
-        if (tap == 0)
-            combineTwoRows<true>(a, b, shareA, shareB);
-        else
-            combineTwoRows<false>(a, b, shareA, shareB);
+    switch (taps.count) {
+    case 1:
+        return combineSomeRows<1>(source, taps);
+    case 2:
+        return combineSomeRows<2>(source, taps);
+    case 3:
+        return combineSomeRows<3>(source, taps);
+    default:
+        return combineSomeRows<0>(source, taps);
     }
 }
 

@@ -53,9 +53,8 @@ private:
 
     void layOutColumns();
     void combineRows(const Source& source, const Taps& taps);
-    template <bool isFirst>
-    void combineTwoRows(
-        const std::uint8_t* a, const std::uint8_t* b, WordVectors::Words shareA, WordVectors::Words shareB);
+    /// \tparam fixedTaps  how many there are; 0 for any number
+    template <std::size_t fixedTaps> void combineSomeRows(const Source& source, const Taps& taps);
     template <std::size_t fixedPairs> void combineColumns(std::byte* row, WordVectors::Words rounding) const;
 
     // Where they are many, words are not exact enough.
