@@ -11,10 +11,10 @@
         { "NAME": "second", "LABEL": "Upright edges", "TYPE": "color", "DEFAULT": [0.1, 0.75, 1.0, 1.0] }
     ],
     "PASSES": [
-        { "TARGET": "tubes", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)" },
+        { "TARGET": "tubes", "WIDTH": "$WIDTH * min(1, 300 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 300)" },
         { "TARGET": "across", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
         { "TARGET": "halo", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "lit", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)" },
+        { "TARGET": "lit", "WIDTH": "$WIDTH * min(1, 300 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 300)" },
         { }
     ]
 }*/
@@ -27,7 +27,7 @@ float lightAt(vec2 at)
 // The slope of the lightness, coloured by its direction.
 vec4 bend()
 {
-    vec2 apart = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) * (0.8 / 360.0);
+    vec2 apart = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) * (0.8 / 300.0);
     float a = lightAt(isf_FragNormCoord + apart);
     float b = lightAt(isf_FragNormCoord - apart);
     float c = lightAt(isf_FragNormCoord + vec2(apart.x, -apart.y));

@@ -3,7 +3,7 @@
     "DESCRIPTION": "Makes edges crisper.",
     "CATEGORIES": ["Utility"],
     "INPUTS": [
-        { "NAME": "inputImage", "TYPE": "image" },
+        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "amount", "LABEL": "Sharpness", "TYPE": "float", "DEFAULT": 0.4, "MIN": 0.0, "MAX": 2.0 }
     ]
 }*/

@@ -42,6 +42,8 @@ constexpr double secondsApart = 0.25;
 constexpr double mostMeanDifference = 1.5;
 constexpr double mostOutliers = 0.015;
 constexpr int outlier = 32;
+// A stamp in a corner changes little of a picture, and a composition that does nothing would change nothing.
+constexpr double leastMeanChange = 0.3;
 
 const std::string folder = COMPOSITION_TESTS_FOLDER;
 
@@ -214,6 +216,9 @@ std::vector<std::string> names()
 
 TEST_P(Compositions, DrawsItsPicture)
 {
+    // Nothing in the portrait is green; the suit stands in for the screen.
+    if (GetParam() == "green screen")
+        set("screen", arrayOf({ 0.95, 0.4, 0.25, 1 }));
     const auto drawn = drawSeries();
     const auto reference = QString::fromStdString(folder + "/reference/" + GetParam() + ".png");
     if (std::getenv("TOVRIN_WRITE_REFERENCES")) {
@@ -224,7 +229,7 @@ TEST_P(Compositions, DrawsItsPicture)
     const auto [mean, outliers] = difference(drawn, expected);
     EXPECT_LE(mean, mostMeanDifference);
     EXPECT_LE(outliers, mostOutliers);
-    EXPECT_GT(difference(drawn, portrait()).mean, 1.0) << "it does nothing unless it is set up first";
+    EXPECT_GT(difference(drawn, portrait()).mean, leastMeanChange) << "it does nothing unless it is set up first";
 }
 
 TEST_P(Compositions, SaysWhatItIsAndWhatCanBeSet)

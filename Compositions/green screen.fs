@@ -1,0 +1,50 @@
+/*{
+    "LABEL": "Green Screen",
+    "DESCRIPTION": "Replaces a green (or any other) backdrop by a picture, a shot of the camera or a studio light.",
+    "CATEGORIES": ["Utility"],
+    "INPUTS": [
+        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
+        { "NAME": "background", "LABEL": "Background", "TYPE": "image" },
+        { "NAME": "take", "LABEL": "Take the Background with the Camera", "TYPE": "event" },
+        { "NAME": "screen", "LABEL": "Colour of the screen", "TYPE": "color", "DEFAULT": [0.1, 0.7, 0.2, 1.0] },
+        { "NAME": "tolerance", "LABEL": "Tolerance", "TYPE": "float", "DEFAULT": 0.35, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "softness", "LABEL": "Soft edge", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.02, "MAX": 1.0 },
+        { "NAME": "spill", "LABEL": "Remove the screen's shine", "TYPE": "float", "DEFAULT": 0.8, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "wall", "LABEL": "Studio wall", "TYPE": "color", "DEFAULT": [0.18, 0.30, 0.46, 1.0] },
+        { "NAME": "look", "LABEL": "Show only what is cut out", "TYPE": "bool", "DEFAULT": false }
+    ],
+    "PASSES": [
+        { "TARGET": "taken", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)", "PERSISTENT": true },
+        { }
+    ]
+}*/
+
+varying vec4 key;
+varying float hasPicture;
+varying vec2 fromLamp;
+
+// The colour without its lightness, as the blue and red differences.
+vec2 tintOf(vec3 color)
+{
+    return vec2(dot(color, vec3(-0.169, -0.331, 0.5)), dot(color, vec3(0.5, -0.419, -0.081)));
+}
+
+void main()
+{
+    vec4 before = IMG_THIS_PIXEL(taken);
+    vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
+    if (PASSINDEX == 0) {
+        // The fourth part says that there is a picture.
+        gl_FragColor = take ? vec4(color, 1.0) : before;
+        return;
+    }
+    // What is nearer to the screen's tint than the tolerance goes.
+    vec2 away = tintOf(color) - key.xy;
+    float covered = clamp((length(away) - key.z) * key.w, 0.0, 1.0);
+    float along = max(dot(tintOf(color), normalize(key.xy + vec2(0.0001))), 0.0);
+    // The screen's shine on hair and shoulders is taken away, and as much grey given for it.
+    color += along * spill * (dot(screen.rgb, vec3(0.45)) - screen.rgb);
+    vec3 studio = wall.rgb * (1.25 - 0.75 * dot(fromLamp, fromLamp));
+    vec3 behind = hasPicture > 0.5 ? IMG_NORM_PIXEL(background, isf_FragNormCoord).rgb : mix(studio, before.rgb, before.a);
+    gl_FragColor = vec4(look ? vec3(covered) : mix(behind, color, covered), 1.0);
+}

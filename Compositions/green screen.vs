@@ -1,0 +1,14 @@
+varying vec4 key;
+varying float hasPicture;
+varying vec2 fromLamp;
+
+void main()
+{
+    isf_vertShaderInit();
+    vec2 tint = vec2(dot(screen.rgb, vec3(-0.169, -0.331, 0.5)), dot(screen.rgb, vec3(0.5, -0.419, -0.081)));
+    float reach = (0.25 + 0.75 * tolerance) * max(length(tint), 0.05);
+    key = vec4(tint, reach, 1.0 / (0.02 + softness * 0.3));
+    // Without a picture there is one black pixel.
+    hasPicture = IMG_SIZE(background).x > 1.5 ? 1.0 : 0.0;
+    fromLamp = (isf_FragNormCoord - vec2(0.5, 0.62)) * vec2(1.3, 1.1);
+}

@@ -1,0 +1,32 @@
+/*{
+    "LABEL": "Low Light",
+    "DESCRIPTION": "Lifts a dim room into the light and lets the noise settle down over time.",
+    "CATEGORIES": ["Light", "Time"],
+    "INPUTS": [
+        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
+        { "NAME": "lift", "LABEL": "Lift", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "calm", "LABEL": "Noise reduction", "TYPE": "float", "DEFAULT": 0.7, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "motion", "LABEL": "Sensitivity to motion", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "color", "LABEL": "Colour", "TYPE": "float", "DEFAULT": 1.1, "MIN": 0.0, "MAX": 2.0 }
+    ],
+    "PASSES": [ { "TARGET": "steady", "PERSISTENT": true, "FILTER": "NEAREST" } ]
+}*/
+
+// The steady picture is kept after lifting: noise of the lifted shadows is what has to be calmed, and bytes are finer
+// than it there.
+void main()
+{
+    vec3 now = IMG_THIS_PIXEL(inputImage).rgb;
+    float light = dot(now, vec3(0.30, 0.59, 0.11));
+    // A hyperbola through black and white whose slope at black is the lift.
+    float steep = 1.0 + lift * 9.0;
+    float lifted = steep / (1.0 + (steep - 1.0) * (0.08 + light));
+    now = (light + (now - light) * color) * lifted;
+    vec3 before = IMG_THIS_PIXEL(steady).rgb;
+    vec3 change = abs(now - before);
+    // What changes by more than the noise has moved, and is shown as it is.
+    float moved = clamp((change.r + change.g + change.b) * (2.0 + 6.0 * motion) - 0.35, 0.0, 1.0);
+    float kept = calm * 0.88 * (1.0 - moved);
+    // Rounded to the nearer byte from either side, or the last step would never be taken.
+    gl_FragColor = vec4(mix(now, before, kept) + (step(before, now) - 0.5) * 0.0039 * kept, 1.0);
+}

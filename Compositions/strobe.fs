@@ -1,0 +1,34 @@
+/*{
+    "LABEL": "Strobe",
+    "DESCRIPTION": "A dance floor: flashes hold you still, between them the coloured lights go on.",
+    "CATEGORIES": ["Time", "Light"],
+    "INPUTS": [
+        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
+        { "NAME": "rate", "LABEL": "Flashes per second", "TYPE": "float", "DEFAULT": 1.6, "MIN": 0.2, "MAX": 3.0 },
+        { "NAME": "strength", "LABEL": "Strength", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "hold", "LABEL": "Held picture", "TYPE": "float", "DEFAULT": 0.7, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "first", "LABEL": "First light", "TYPE": "color", "DEFAULT": [1.0, 0.15, 0.65, 1.0] },
+        { "NAME": "second", "LABEL": "Second light", "TYPE": "color", "DEFAULT": [0.1, 0.45, 1.0, 1.0] }
+    ],
+    "PASSES": [ { "TARGET": "held", "PERSISTENT": true, "FILTER": "NEAREST" }, { } ]
+}*/
+
+varying float flash;
+varying float taking;
+varying vec3 lamps;
+
+// More than three flashes a second can harm people who are sensitive to them, so there is no setting for that, and a
+// flash dies away instead of being cut off.
+void main()
+{
+    vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
+    vec3 before = IMG_THIS_PIXEL(held).rgb;
+    if (PASSINDEX == 0) {
+        gl_FragColor = vec4(taking > 0.5 ? color : before, 1.0);
+        return;
+    }
+    float light = dot(color, vec3(0.30, 0.59, 0.11));
+    vec3 party = lamps * (0.25 + 1.15 * light) * light + color * 0.28;
+    vec3 still = before * 1.15;
+    gl_FragColor = vec4(mix(mix(color, party, strength), mix(color * 1.2, still, hold), flash * (0.25 + 0.75 * strength)), 1.0);
+}
