@@ -185,5 +185,16 @@ std::vector<std::byte> encode(const FrameConsumed& message);
 
 /// The body as a \p T; nothing unless it is one, to the last byte and within the limits.
 template <class T> std::optional<T> decode(std::span<const std::byte> body);
+template <> std::optional<Hello> decode<Hello>(std::span<const std::byte> body);
+template <> std::optional<Welcome> decode<Welcome>(std::span<const std::byte> body);
+template <> std::optional<GetProperty> decode<GetProperty>(std::span<const std::byte> body);
+template <> std::optional<SetProperty> decode<SetProperty>(std::span<const std::byte> body);
+template <> std::optional<StreamRequest> decode<StreamRequest>(std::span<const std::byte> body);
+template <> std::optional<DefineSurface> decode<DefineSurface>(std::span<const std::byte> body);
+template <> std::optional<ForgetSurface> decode<ForgetSurface>(std::span<const std::byte> body);
+template <> std::optional<Frame> decode<Frame>(std::span<const std::byte> body);
+template <> std::optional<Quit> decode<Quit>(std::span<const std::byte> body);
+template <> std::optional<Reply> decode<Reply>(std::span<const std::byte> body);
+template <> std::optional<FrameConsumed> decode<FrameConsumed>(std::span<const std::byte> body);
 
 }

@@ -1,0 +1,25 @@
+#pragma once
+
+// What nearly every test reads, for builds with a sanitizer to compile once. A test still includes what it uses: the
+// usual build has no such header.
+
+#include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreFoundation/HostClock.h"
+#include "Platform/Foundation/NSNotification.h"
+#include "Platform/dispatch/dispatch.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+#include <vector>
