@@ -5,8 +5,8 @@
 
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
-#include "Platform/Foundation/NSNotification.h"
 #include "Platform/dispatch/dispatch.h"
+#include "Platform/Foundation/NSNotification.h"
 
 #include <algorithm>
 #include <array>
