@@ -5,7 +5,7 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "rows", "LABEL": "Stitches to the height", "TYPE": "float", "DEFAULT": 90.0, "MIN": 30.0, "MAX": 160.0 },
-        { "NAME": "wools", "LABEL": "Shades of wool", "TYPE": "float", "DEFAULT": 7.0, "MIN": 2.0, "MAX": 16.0 },
+        { "NAME": "wools", "LABEL": "Shades of wool", "TYPE": "float", "DEFAULT": 9.0, "MIN": 2.0, "MAX": 16.0 },
         { "NAME": "relief", "LABEL": "Thickness of the wool", "TYPE": "float", "DEFAULT": 0.7, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "cloth", "LABEL": "Cloth", "TYPE": "color", "DEFAULT": [0.86, 0.82, 0.74, 1.0] }
     ],

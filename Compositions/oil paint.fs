@@ -38,7 +38,7 @@ vec4 lay(vec2 at, float fineness)
         // Neighbouring strokes go much the same way, round slow curves.
         float angle = 2.2 * sin(cell.x * 0.09 + 1.3 * sin(cell.y * 0.07)) + 0.9 * cos(cell.y * 0.13) + (dice.z - 0.5) * 0.9;
         vec2 along = vec2(cos(angle), sin(angle));
-        vec2 away = vec2(dot(toMiddle, along) / 1.75, dot(toMiddle, vec2(-along.y, along.x)) / 0.62);
+        vec2 away = vec2(dot(toMiddle, along) / 1.6, dot(toMiddle, vec2(-along.y, along.x)) / 0.6);
         float ragged = roll(vec2(floor(away.y * 6.0), dice.z * 97.0)).x;
         float inside = step(abs(away.y), 1.0) * step(abs(away.x), 0.8 + 0.35 * ragged);
         float height = inside * (0.2 + fract(dice.z * 7.13 + dice.x));
@@ -87,14 +87,15 @@ void main()
 {
     vec2 unit = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) / 360.0;
     if (PASSINDEX == 0) {
-        gl_FragColor = lay(isf_FragNormCoord * vec2(RENDERSIZE.x / RENDERSIZE.y, 1.0), 150.0 - 95.0 * brush);
+        gl_FragColor = lay(isf_FragNormCoord * vec2(RENDERSIZE.x / RENDERSIZE.y, 1.0), 190.0 - 120.0 * brush);
     } else if (PASSINDEX == 1) {
         gl_FragColor = soak(unit * 0.8);
     } else if (PASSINDEX == 2) {
         gl_FragColor = daub(unit * (1.4 + 1.6 * brush));
     } else {
         vec3 stroke = IMG_THIS_PIXEL(strokes).rgb;
-        vec2 there = isf_FragNormCoord + (stroke.rg - 0.5) * unit * 30.0;
+        // A brush takes up a little of what it goes over, so a stroke's colour is not quite its middle's.
+        vec2 there = isf_FragNormCoord + (stroke.rg - 0.5) * unit * 23.0;
         vec3 color = IMG_NORM_PIXEL(daubs, there).rgb;
         gl_FragColor = vec4(color + (stroke.b - 0.5) * relief * (0.25 + color) * 0.6, 1.0);
     }

@@ -5,8 +5,8 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "rows", "LABEL": "Pieces to the height", "TYPE": "float", "DEFAULT": 42.0, "MIN": 8.0, "MAX": 70.0 },
-        { "NAME": "lead", "LABEL": "Lead", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "depth", "LABEL": "Depth of the glass", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "lead", "LABEL": "Lead", "TYPE": "float", "DEFAULT": 0.28, "MIN": 0.0, "MAX": 1.0 },
+        { "NAME": "depth", "LABEL": "Depth of the glass", "TYPE": "float", "DEFAULT": 0.4, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "saturation", "LABEL": "Colour", "TYPE": "float", "DEFAULT": 1.5, "MIN": 0.0, "MAX": 2.5 }
     ],
     "PASSES": [
@@ -65,7 +65,7 @@ void main()
         // Light falls through from behind: brighter towards the upper left of a piece, with streaks of its own.
         float slope = dot(piece.rg - 0.5, vec2(1.2, -1.6));
         color *= 1.0 + depth * (slope + (piece.a - 0.5) * 0.36) + 0.12 * depth;
-        float glass = clamp((piece.b - lead * 0.13) * 14.0, 0.0, 1.0);
+        float glass = clamp((piece.b - lead * 0.13) * 22.0, 0.0, 1.0);
         // The lead's back catches a little light.
         gl_FragColor = vec4(mix(vec3(0.07, 0.07, 0.08) + max(slope, 0.0) * 0.2, color, glass), 1.0);
     }
