@@ -46,7 +46,9 @@ void main()
 {
     vec2 unit = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) / 360.0;
     if (PASSINDEX == 0) {
-        gl_FragColor = withLight(CROSS(inputImage, unit * 0.9).rgb);
+        vec2 apart = unit * vec2(0.7, 0.5);
+        gl_FragColor = withLight(0.5 * (IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + apart).rgb
+            + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - apart).rgb));
     } else if (PASSINDEX == 1) {
         gl_FragColor = CROSS(fine, unit * 2.6);
     } else if (PASSINDEX == 2) {

@@ -56,14 +56,13 @@ void main()
         float before = IMG_THIS_PIXEL(smoothed).a;
         vec3 backdrop = behind == 0 ? 0.5 * CROSS(room, unit * 7.0).rgb + 0.5 * CROSS(room, unit * 13.0).rgb
             : behind == 1 ? mix(foot.rgb, top.rgb, isf_FragNormCoord.y) : IMG_THIS_PIXEL(room).rgb * vec3(0.20, 0.24, 0.34);
-        gl_FragColor = vec4(backdrop, mix(before, now, 0.6));
+        // Before there is a room all is person, but for a frame that shows that something waits for it.
+        vec2 fromEdge = min(isf_FragNormCoord, 1.0 - isf_FragNormCoord) / unit;
+        float inside = step(2.0, min(fromEdge.x, fromEdge.y));
+        gl_FragColor = hasRoom > 0.5 ? vec4(backdrop, mix(before, now, 0.6)) : vec4(top.rgb, inside);
     } else {
         vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
         vec4 backdrop = IMG_THIS_PIXEL(smoothed);
-        // Before there is a room, a frame shows that something waits for it.
-        vec2 fromEdge = min(isf_FragNormCoord, 1.0 - isf_FragNormCoord) * RENDERSIZE / RENDERSIZE.y;
-        float inFrame = step(min(fromEdge.x, fromEdge.y), 0.012) * (1.0 - hasRoom);
-        color = mix(color, mix(backdrop.rgb, color, backdrop.a), hasRoom);
-        gl_FragColor = vec4(mix(color, top.rgb, inFrame), 1.0);
+        gl_FragColor = vec4(mix(backdrop.rgb, color, backdrop.a), 1.0);
     }
 }

@@ -15,11 +15,14 @@
     ],
     "PASSES": [
         { "TARGET": "taken", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)", "PERSISTENT": true },
+        { "TARGET": "backdrop", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)" },
         { }
     ]
 }*/
 
 varying vec4 key;
+varying vec2 keyWay;
+varying vec3 shine;
 varying float hasPicture;
 varying vec2 fromLamp;
 
@@ -31,20 +34,24 @@ vec2 tintOf(vec3 color)
 
 void main()
 {
-    vec4 before = IMG_THIS_PIXEL(taken);
     vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
     if (PASSINDEX == 0) {
         // The fourth part says that there is a picture.
-        gl_FragColor = take ? vec4(color, 1.0) : before;
+        gl_FragColor = take ? vec4(color, 1.0) : IMG_THIS_PIXEL(taken);
+        return;
+    }
+    if (PASSINDEX == 1) {
+        vec4 before = IMG_THIS_PIXEL(taken);
+        vec3 studio = wall.rgb * (1.25 - 0.75 * dot(fromLamp, fromLamp));
+        gl_FragColor = vec4(hasPicture > 0.5 ? IMG_NORM_PIXEL(background, isf_FragNormCoord).rgb : mix(studio, before.rgb, before.a), 1.0);
         return;
     }
     // What is nearer to the screen's tint than the tolerance goes.
-    vec2 away = tintOf(color) - key.xy;
+    vec2 tint = tintOf(color);
+    vec2 away = tint - key.xy;
     float covered = clamp((length(away) - key.z) * key.w, 0.0, 1.0);
-    float along = max(dot(tintOf(color), normalize(key.xy + vec2(0.0001))), 0.0);
+    float along = max(dot(tint, keyWay), 0.0);
     // The screen's shine on hair and shoulders is taken away, and as much grey given for it.
-    color += along * spill * (dot(screen.rgb, vec3(0.45)) - screen.rgb);
-    vec3 studio = wall.rgb * (1.25 - 0.75 * dot(fromLamp, fromLamp));
-    vec3 behind = hasPicture > 0.5 ? IMG_NORM_PIXEL(background, isf_FragNormCoord).rgb : mix(studio, before.rgb, before.a);
-    gl_FragColor = vec4(look ? vec3(covered) : mix(behind, color, covered), 1.0);
+    color += along * shine;
+    gl_FragColor = vec4(look ? vec3(covered) : mix(IMG_THIS_PIXEL(backdrop).rgb, color, covered), 1.0);
 }

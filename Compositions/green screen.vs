@@ -1,4 +1,6 @@
 varying vec4 key;
+varying vec2 keyWay;
+varying vec3 shine;
 varying float hasPicture;
 varying vec2 fromLamp;
 
@@ -7,6 +9,8 @@ void main()
     isf_vertShaderInit();
     vec2 tint = vec2(dot(screen.rgb, vec3(-0.169, -0.331, 0.5)), dot(screen.rgb, vec3(0.5, -0.419, -0.081)));
     float reach = (0.25 + 0.75 * tolerance) * max(length(tint), 0.05);
+    keyWay = normalize(tint + vec2(0.0001));
+    shine = spill * (dot(screen.rgb, vec3(0.45)) - screen.rgb);
     key = vec4(tint, reach, 1.0 / (0.02 + softness * 0.3));
     // Without a picture there is one black pixel.
     hasPicture = IMG_SIZE(background).x > 1.5 ? 1.0 : 0.0;

@@ -9,13 +9,17 @@
         { "NAME": "motion", "LABEL": "Sensitivity to motion", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "color", "LABEL": "Colour", "TYPE": "float", "DEFAULT": 1.1, "MIN": 0.0, "MAX": 2.0 }
     ],
-    "PASSES": [ { "TARGET": "steady", "PERSISTENT": true, "FILTER": "NEAREST" } ]
+    "PASSES": [ { "TARGET": "steady", "PERSISTENT": true, "FILTER": "NEAREST" }, { } ]
 }*/
 
 // The steady picture is kept after lifting: noise of the lifted shadows is what has to be calmed, and bytes are finer
 // than it there.
 void main()
 {
+    if (PASSINDEX == 1) {
+        gl_FragColor = IMG_THIS_PIXEL(steady);
+        return;
+    }
     vec3 now = IMG_THIS_PIXEL(inputImage).rgb;
     float light = dot(now, vec3(0.30, 0.59, 0.11));
     // A hyperbola through black and white whose slope at black is the lift.

@@ -55,21 +55,22 @@ void main()
     } else if (PASSINDEX == 1) {
         gl_FragColor = BELL(inputImage, vec2(RENDERSIZE.y / RENDERSIZE.x, 0.0) / 170.0);
     } else if (PASSINDEX == 2) {
-        gl_FragColor = BELL(across, vec2(0.0, 1.0 / 170.0));
+        // The colour of the pencil for a place, and in the fourth part how light it is around there.
+        vec3 soft = BELL(across, vec2(0.0, 1.0 / 170.0)).rgb;
+        gl_FragColor = vec4(mix(lead.rgb, soft * soft, crayon), dot(soft, vec3(0.30, 0.59, 0.11)));
     } else {
         vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
-        vec3 soft = IMG_THIS_PIXEL(around).rgb;
+        vec4 soft = IMG_THIS_PIXEL(around);
         vec3 grain = IMG_THIS_PIXEL(strokes).rgb;
         float light = dot(color, vec3(0.30, 0.59, 0.11));
-        float mean = dot(soft, vec3(0.30, 0.59, 0.11));
+        float mean = soft.a;
         // Where a place is darker than what is around it, the pencil drew a line.
         float line = clamp((1.0 - (light + 0.06) / (mean + 0.06)) * 3.6 * contours - 0.04, 0.0, 1.0);
         // Shadows are hatched once, deep ones crosswise.
         vec2 dark = clamp((vec2(0.66, 0.36) - mean - (1.0 - grain.rg) * 0.5) * vec2(2.3, 2.0), 0.0, 1.0);
         float drawn = line + (dark.x * 0.75 + dark.y * 0.6) * shading * 1.1;
         drawn = clamp(drawn * (0.72 + 0.56 * grain.b), 0.0, 0.94);
-        vec3 pencil = mix(lead.rgb, soft * soft, crayon);
         drawn = mix(drawn, max(drawn, (1.0 - mean) * 0.75 * grain.r + 0.12 * grain.b), crayon);
-        gl_FragColor = vec4(mix(paper.rgb - (grain.b - 0.5) * 0.04, pencil, drawn), 1.0);
+        gl_FragColor = vec4(mix(paper.rgb - (grain.b - 0.5) * 0.04, soft.rgb, drawn), 1.0);
     }
 }

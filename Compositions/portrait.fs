@@ -6,8 +6,7 @@
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "smoothing", "LABEL": "Smooth skin", "TYPE": "float", "DEFAULT": 0.65, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "sharpening", "LABEL": "Sharpness elsewhere", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.5 },
-        { "NAME": "glow", "LABEL": "Healthy glow", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "look", "LABEL": "Show where skin is seen", "TYPE": "bool", "DEFAULT": false }
+        { "NAME": "glow", "LABEL": "Healthy glow", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [
         { "TARGET": "calm", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)" },
@@ -32,7 +31,8 @@ void main()
 {
     vec2 unit = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) / 360.0;
     if (PASSINDEX == 0) {
-        vec3 color = CROSS(inputImage, unit * 0.5).rgb;
+        vec2 apart = unit * vec2(0.5, 0.4);
+        vec3 color = 0.5 * (IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + apart).rgb + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - apart).rgb);
         gl_FragColor = vec4(color, skinIn(color));
     } else if (PASSINDEX == 1) {
         gl_FragColor = 0.6 * CROSS(calm, unit * 1.5) + 0.4 * CROSS(calm, unit * 3.2);
@@ -45,6 +45,6 @@ void main()
         float pore = soft.a * clamp(1.15 - strength * 2.6, 0.0, 1.0) * smoothing;
         color += detail * (sharpening * (1.0 - soft.a * 0.75) - pore * (0.92 + sharpening * 0.25));
         color += soft.a * glow * vec3(0.07, 0.035, 0.03) * (1.0 - color);
-        gl_FragColor = vec4(look ? mix(vec3(soft.g * 0.3), color, soft.a) : color, 1.0);
+        gl_FragColor = vec4(color, 1.0);
     }
 }

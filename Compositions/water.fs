@@ -16,7 +16,8 @@
     ]
 }*/
 
-// The water's slope, sideways (red) and along the view (green), 0.5 for level, and its glitter (blue).
+// Where the water's slope sends the eye, sideways (red) and along the view (green), 0.5 for straight on; how murky it is
+// (blue), and its glitter.
 vec4 move()
 {
     float depth = max(level - isf_FragNormCoord.y, 0.0);
@@ -28,7 +29,10 @@ vec4 move()
     float second = sin(away * 8.7 - time * 1.3 - across * 2.1 + 1.0);
     float third = sin(away * 3.1 + across * 4.3 + time * 2.6);
     vec2 slope = vec2(second + third, first + 0.6 * second) * 0.25;
-    return vec4(0.5 + slope * 0.5, clamp(first * second * third * 4.0 - 2.6, 0.0, 1.0), 1.0);
+    // Nothing moves at the shore itself.
+    slope *= waves * min(depth * 4.0 + 0.06, 0.5);
+    float glitter = clamp(first * second * third * 4.0 - 2.6, 0.0, 1.0) * waves * 0.4;
+    return vec4(0.5 + slope, clamp((1.0 - clear) * 0.75 + depth * 0.55, 0.0, 1.0), glitter);
 }
 
 void main()
@@ -37,15 +41,13 @@ void main()
         gl_FragColor = move();
         return;
     }
-    vec3 water = IMG_THIS_PIXEL(surface).rgb;
+    vec4 water = IMG_THIS_PIXEL(surface);
     float depth = level - isf_FragNormCoord.y;
     float under = clamp(depth * RENDERSIZE.y, 0.0, 1.0);
-    // Nothing moves at the shore itself.
-    vec2 slope = (water.rg - 0.5) * (waves * min(depth * 4.0 + 0.06, 0.5));
-    vec2 there = vec2(isf_FragNormCoord.x + slope.x * 0.22 * under, isf_FragNormCoord.y + under * (2.0 * depth + slope.y * 0.35));
+    vec2 slope = (water.rg - 0.5) * vec2(0.11, 0.175) + vec2(0.0, 2.0 * depth);
+    vec2 there = isf_FragNormCoord + slope * under;
     there.y = 1.0 - abs(1.0 - there.y);
     vec3 color = IMG_NORM_PIXEL(inputImage, there).rgb;
-    float murk = (1.0 - clear) * 0.75 + depth * 0.55;
-    vec3 reflected = mix(color * vec3(0.80, 0.92, 1.0), tint.rgb, clamp(murk, 0.0, 1.0)) + water.b * waves * 0.4;
+    vec3 reflected = mix(color * vec3(0.80, 0.92, 1.0), tint.rgb, water.b) + water.a;
     gl_FragColor = vec4(mix(color, reflected, under), 1.0);
 }
