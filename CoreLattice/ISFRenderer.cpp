@@ -165,6 +165,8 @@ bool ISFRenderer::drawInTime(const ISFPassProgram& program, std::size_t width, s
         return true;
     }
     glEnable(GL_SCISSOR_TEST);
+    if (mFrameIndex == 0)
+        letDriverCompile();
     std::size_t columns = std::min(firstColumns, width);
     std::size_t rows = std::min(firstRows, height);
     for (std::size_t y = 0; y < height && !mTookTooLong;) {
@@ -187,6 +189,17 @@ bool ISFRenderer::drawInTime(const ISFPassProgram& program, std::size_t width, s
     }
     glDisable(GL_SCISSOR_TEST);
     return !mTookTooLong;
+}
+
+/// Drivers compile at the first drawing, and may take a second for it on a busy machine. That is no part of the time
+/// that a picture takes.
+void ISFRenderer::letDriverCompile()
+{
+    const auto begin = std::chrono::steady_clock::now();
+    glScissor(0, 0, 1, 1);
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    glFinish();
+    mStart += std::chrono::steady_clock::now() - begin;
 }
 
 /// A last pass with a target, or with a size of its own, is copied to the size that is asked for and made opaque.

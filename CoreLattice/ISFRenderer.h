@@ -63,6 +63,7 @@ private:
     };
     bool fitsMemory(const ISFFrame& frame, CompositionError* error) const;
     bool drawInTime(const ISFPassProgram& program, std::size_t width, std::size_t height);
+    void letDriverCompile();
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
     void uploadPictures(const ISFFrame& frame);
     ISFPassValues valuesOf(const ISFFrame& frame) const;
