@@ -22,6 +22,6 @@ void main()
     vec2 there = middle + fromMiddle * max(bend, 0.06) * toPicture;
     vec3 color = IMG_NORM_PIXEL(inputImage, there).rgb;
     // The lens's rim, soft over two pixels, and its shade.
-    float rim = clamp((1.06 - far) * RENDERSIZE.y * 0.2, 0.0, 1.0) * (1.0 - 0.35 * far * far);
+    float rim = clamp((1.0 - far) * RENDERSIZE.y * 0.2, 0.0, 1.0) * (1.0 - 0.35 * far * far);
     gl_FragColor = vec4(color * (circle ? rim : 1.0), 1.0);
 }
