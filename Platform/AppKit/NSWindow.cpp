@@ -40,6 +40,41 @@ NSObject* NSWindow::delegate() const
     return autorelease(mDelegate.strongReference());
 }
 
+void NSWindow::registerForDraggedTypes(CFArray* types)
+{
+    mDraggedTypes = types ? types : autorelease(make<CFArray>());
+}
+
+/// Null when nobody wants to hear of it; \p delegate keeps it.
+NSDraggingDestination* NSWindow::destinationFor(SEL selector, Ref<NSObject>* delegate) const
+{
+    *delegate = mDelegate.strongReference();
+    const bool isAsked = *delegate && mDraggedTypes->containsObject(NSPasteboardTypeFileURL)
+        && (*delegate)->respondsToSelector(selector);
+    return isAsked ? kindOf<NSDraggingDestination>(*delegate) : nullptr;
+}
+
+NSDragOperation NSWindow::draggingEntered(NSDraggingInfo* sender)
+{
+    Ref<NSObject> delegate;
+    auto* const destination = destinationFor("draggingEntered:", &delegate);
+    return destination ? destination->draggingEntered(sender) : NSDragOperationNone;
+}
+
+void NSWindow::draggingExited(NSDraggingInfo* sender)
+{
+    Ref<NSObject> delegate;
+    if (auto* const destination = destinationFor("draggingExited:", &delegate))
+        destination->draggingExited(sender);
+}
+
+bool NSWindow::performDragOperation(NSDraggingInfo* sender)
+{
+    Ref<NSObject> delegate;
+    auto* const destination = destinationFor("performDragOperation:", &delegate);
+    return destination && destination->performDragOperation(sender);
+}
+
 bool NSWindow::isVisible() const
 {
     return mHost && mHost->windowIsVisible();

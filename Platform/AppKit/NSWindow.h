@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/AppKit/NSColor.h"
+#include "Platform/AppKit/NSDragging.h"
 #include "Platform/AppKit/NSView.h"
 #include "Platform/Foundation/NSNotification.h"
 
@@ -42,6 +43,11 @@ public:
     NSObject* delegate() const;
     void setDelegate(NSObject* delegate) { mDelegate = delegate; }
 
+    /// What may be dragged over the window; the delegate, where it is an `NSDraggingDestination`, then hears of it. Of
+    /// the types, `NSPasteboardTypeFileURL` is known; without it nothing is.
+    void registerForDraggedTypes(CFArray* types);
+    CFArray* registeredDraggedTypes() const { return mDraggedTypes; }
+
     bool isVisible() const;
     bool isKeyWindow() const;
     void orderFront(NSObject* sender);
@@ -63,14 +69,21 @@ public:
     bool isMovableByWindowBackground() const { return mMovableByWindowBackground; }
     void setMovableByWindowBackground(bool movable) { mMovableByWindowBackground = movable; }
 
+    // For the element that stands for the window: each asks the delegate, if it has the operation.
+    NSDragOperation draggingEntered(NSDraggingInfo* sender);
+    void draggingExited(NSDraggingInfo* sender);
+    bool performDragOperation(NSDraggingInfo* sender);
     NSWindowHost* host() const { return mHost; }
     void setHost(NSWindowHost* host) { mHost = host; }
 
 private:
+    NSDraggingDestination* destinationFor(SEL selector, Ref<NSObject>* delegate) const;
+
     NSWindowHost* mHost = nullptr;
     Ref<CFString> mTitle = CFSTR("");
     Ref<NSView> mContentView;
     WeakRef<NSObject> mDelegate;
+    Ref<CFArray> mDraggedTypes = make<CFArray>();
     Ref<NSColor> mBackgroundColor;
     double mAlphaValue = 1;
     bool mOpaque = true;

@@ -2,8 +2,28 @@
 
 #include "Platform/AppKit/Quick/InterfaceLoad.h"
 #include "Platform/AppKit/Quick/InterfaceView.h"
+#include "Platform/Foundation/NSURL.h"
 
-#include <QEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
+
+#include <utility>
+
+namespace {
+
+/// What is dragged; null when there are no files among it.
+Ref<NSDraggingInfo> draggingInfo(const QMimeData* data)
+{
+    auto files = make<CFArray>();
+    for (const auto& url : data ? data->urls() : QList<QUrl>()) {
+        if (url.isLocalFile())
+            files->append(make<NSURL>(url.toLocalFile().toStdString()).get());
+    }
+    return files->count() > 0 ? make<NSDraggingInfo>(files) : nullptr;
+}
+
+}
 
 InterfaceWindow::InterfaceWindow(QWindow* parent)
     : QQuickWindow(parent)
@@ -78,8 +98,58 @@ void InterfaceWindow::fitContentItem()
         mContentViewItem->setSize(contentItem()->size());
 }
 
+void InterfaceWindow::setDropWelcome(bool welcome)
+{
+    if (std::exchange(mDropWelcome, welcome) != welcome)
+        emit dropWelcomeChanged();
+}
+
+/// \return whether it was a drag's event
+bool InterfaceWindow::dragEvent(QEvent* event)
+{
+    const AutoreleasePool pool;
+    switch (event->type()) {
+    case QEvent::DragEnter: {
+        const auto info = draggingInfo(static_cast<QDropEvent*>(event)->mimeData());
+        setDropWelcome(info && mWindow->draggingEntered(info) == NSDragOperationCopy);
+        break;
+    }
+    case QEvent::DragMove:
+        break;
+    case QEvent::DragLeave:
+        if (mDropWelcome)
+            mWindow->draggingExited(nullptr);
+        setDropWelcome(false);
+        return true;
+    case QEvent::Drop: {
+        const auto info = draggingInfo(static_cast<QDropEvent*>(event)->mimeData());
+        const bool isTaken = mDropWelcome && info && mWindow->performDragOperation(info);
+        setDropWelcome(false);
+        if (!isTaken) {
+            event->ignore();
+            return true;
+        }
+        // Copied, whatever the other side proposes: its file stays.
+        static_cast<QDropEvent*>(event)->setDropAction(Qt::CopyAction);
+        event->accept();
+        return true;
+    }
+    default:
+        return false;
+    }
+    if (mDropWelcome) {
+        static_cast<QDropEvent*>(event)->setDropAction(Qt::CopyAction);
+        event->accept();
+    } else {
+        event->ignore();
+    }
+    return true;
+}
+
 bool InterfaceWindow::event(QEvent* event)
 {
+    if (mWindow && dragEvent(event))
+        return true;
     if (event->type() == QEvent::Close && mWindow) {
         // The window's own close decides, tells its delegate and takes the window off the screen.
         event->ignore();

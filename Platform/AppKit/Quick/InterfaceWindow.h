@@ -12,6 +12,8 @@ class InterfaceWindow : public QQuickWindow, public QQmlParserStatus, public Obj
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus ObjectElement)
     Q_PROPERTY(QString className READ className WRITE setClassName REQUIRED)
+    /// Whether something is dragged over the window that it would take.
+    Q_PROPERTY(bool dropWelcome READ isDropWelcome NOTIFY dropWelcomeChanged)
 public:
     explicit InterfaceWindow(QWindow* parent = nullptr);
     ~InterfaceWindow() override;
@@ -19,6 +21,7 @@ public:
     NSObject* object() const override { return mWindow; }
     NSWindow* nsWindow() const { return mWindow; }
     QString className() const { return mClassName; }
+    bool isDropWelcome() const { return mDropWelcome; }
     void setClassName(const QString& className);
 
     void windowOrderFront(bool makeKey) override;
@@ -31,13 +34,19 @@ public:
     void classBegin() override { }
     void componentComplete() override;
 
+signals:
+    void dropWelcomeChanged();
+
 protected:
     bool event(QEvent* event) override;
 
 private:
     void fitContentItem();
+    bool dragEvent(QEvent* event);
+    void setDropWelcome(bool welcome);
 
     QString mClassName;
     Ref<NSWindow> mWindow;
     QPointer<QQuickItem> mContentViewItem;
+    bool mDropWelcome = false;
 };
