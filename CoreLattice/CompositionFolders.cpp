@@ -106,6 +106,15 @@ bool isCompositionFile(const fs::path& file)
     return rankOfExtension(file) < extensions.size() && !file.filename().string().starts_with('.');
 }
 
+CompositionFile compositionFile(const fs::path& file)
+{
+    std::error_code error;
+    if (!fs::is_regular_file(file, error))
+        return {};
+    const auto vertex = vertexBeside(file);
+    return { file.stem().string(), file, vertex, stampOf(file), stampOf(vertex) };
+}
+
 fs::path userCompositionFolder()
 {
     const auto data = dataFolder();
@@ -144,8 +153,8 @@ std::vector<CompositionFile> compositionFilesIn(const std::vector<fs::path>& fol
                 name = below.string();
             if (found.contains(name))
                 continue;
-            const auto vertex = vertexBeside(file);
-            found.emplace(name, CompositionFile { name, file, vertex, stampOf(file), stampOf(vertex) });
+            auto& entry = found[name] = compositionFile(file);
+            entry.name = name;
         }
     }
     std::vector<CompositionFile> result;

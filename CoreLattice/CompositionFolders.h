@@ -27,6 +27,10 @@ struct CompositionFile {
 /// Whether the file's name says that it is a composition.
 bool isCompositionFile(const std::filesystem::path& file);
 
+/// The file with what lies beside it, under the name that it has in its own folder; without a path where there is no
+/// file.
+CompositionFile compositionFile(const std::filesystem::path& file);
+
 /// Where the user's own compositions lie: "tovrin/compositions" in the data folder of the account; empty for an account
 /// without a home. The folder need not exist.
 std::filesystem::path userCompositionFolder();

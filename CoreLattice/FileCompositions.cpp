@@ -13,7 +13,7 @@ namespace CoreLattice {
 namespace {
 
 /// One byte more than a composition may have, so that the reader sees that it is too much.
-constexpr std::size_t longestRead = (1 << 20) + 1;
+constexpr std::size_t longestRead = ISFDocument::longestSource + 1;
 // While many files are tried for the first time, they appear in groups.
 constexpr std::chrono::milliseconds publishingInterval { 250 };
 
@@ -36,6 +36,12 @@ std::optional<std::string> textOf(const std::filesystem::path& file)
     }
     text.resize(size);
     return text;
+}
+
+Ref<LTCUnusableComposition> faultOf(const std::string& name, const CompositionError& error)
+{
+    return make<LTCUnusableComposition>(
+        CFString::create(name), CFString::create(error.file), error.line, CFString::create(error.message));
 }
 
 }
@@ -98,6 +104,34 @@ void FileCompositions::whenSettled(std::function<void()> work)
         self->mWaiting.push_back(std::move(work));
         self->look();
     });
+}
+
+void FileCompositions::add(
+    std::vector<std::filesystem::path> sources, std::function<void(std::vector<FileComposition>)> done)
+{
+    dispatch_async(mQueue, [weakSelf = weak_from_this(), sources = std::move(sources), done = std::move(done)] {
+        const auto self = weakSelf.lock();
+        if (!self || self->mStopped)
+            return;
+        self->mWaiting.push_back(
+            [self = self.get(), imported = importCompositions(sources, self->mSettings.userFolder), done] {
+                std::vector<FileComposition> outcomes;
+                for (const auto& file : imported)
+                    outcomes.push_back(self->outcomeOf(file));
+                done(std::move(outcomes));
+            });
+        self->look();
+    });
+}
+
+FileComposition FileCompositions::outcomeOf(const ImportedComposition& imported) const
+{
+    if (imported.refusal)
+        return { {}, nullptr, faultOf(imported.file.stem().string(), *imported.refusal) };
+    const auto found
+        = std::ranges::find_if(mKnown, [&](const auto& entry) { return entry.second.file.fragment == imported.file; });
+    return found == mKnown.end() ? FileComposition { imported.file.stem().string(), nullptr, nullptr }
+                                 : found->second.found;
 }
 
 /// Compares the folders with what is known.
@@ -168,8 +202,7 @@ void FileCompositions::read(const CompositionFile& file)
     if (!error)
         return;
     NSLog(CFSTR("A composition cannot be used: %s"), error->text().c_str());
-    known.found.fault = make<LTCUnusableComposition>(CFString::create(known.found.name), CFString::create(error->file),
-        error->line, CFString::create(error->message));
+    known.found.fault = faultOf(known.found.name, *error);
     // One of another file with this name is nothing to keep.
     if (isMoved)
         known.found.composition = nullptr;

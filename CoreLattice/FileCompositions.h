@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CoreLattice/CompositionFolders.h"
+#include "CoreLattice/CompositionImport.h"
 #include "CoreLattice/CompositionTrial.h"
 #include "CoreLattice/LTCUnusableComposition.h"
 #include "CoreLattice/QCComposition.h"
@@ -15,6 +16,7 @@ namespace CoreLattice {
 /// Where compositions lie in files and how they are tried.
 struct CompositionFileSettings {
     std::vector<std::filesystem::path> folders = usualCompositionFolders(); ///< the first one hides the others' files
+    std::filesystem::path userFolder = userCompositionFolder(); ///< one of them, for what is added; empty for none
     CompositionTrial::Settings trial;
     double latency = 0.1; ///< seconds for which files must have been left alone before they are read
 };
@@ -40,6 +42,10 @@ public:
     /// Ends that for good and waits for what is being done, which is cut short. To be called before the last reference
     /// goes, and not on the queue.
     void stop();
+    /// Copies compositions into the user's folder, as `importCompositions` does, and has them read and tried.
+    /// \param done  gets what came of each, on the queue; without a composition and a fault for a file that another one
+    ///     hides
+    void add(std::vector<std::filesystem::path> sources, std::function<void(std::vector<FileComposition>)> done);
     /// Runs \p work on the queue after the files as they are now were all read and tried.
     void whenSettled(std::function<void()> work);
 
@@ -57,6 +63,7 @@ private:
     std::optional<CompositionError> take(Known& known, const std::string& fragment, const std::string& vertex);
     void publish();
     void settle();
+    FileComposition outcomeOf(const ImportedComposition& imported) const;
 
     const CompositionFileSettings mSettings;
     const std::function<void(std::vector<FileComposition>)> mChanged;

@@ -9,7 +9,9 @@ namespace CoreLattice {
 
 namespace {
 
-constexpr std::size_t longestSource = 1 << 20;
+constexpr const char* tooLarge = "the file is larger than 1 MiB";
+constexpr const char* noText = "the file is not text";
+constexpr const char* noHeader = "the file does not begin with a header in a comment";
 
 /// With "\n" at the end of every line and without a byte order mark.
 std::string withPlainLineEnds(std::string_view text)
@@ -45,6 +47,15 @@ bool mentionsTime(std::string_view source)
 
 }
 
+std::optional<std::string> ISFDocument::whyNoComposition(std::string_view source)
+{
+    if (source.size() > longestSource)
+        return tooLarge;
+    if (source.find('\0') != std::string_view::npos)
+        return noText;
+    return ISFHeaderText(withPlainLineEnds(source)).isFound() ? std::nullopt : std::optional<std::string>(noHeader);
+}
+
 std::shared_ptr<const ISFDocument> ISFDocument::parse(
     std::string_view source, std::string_view vertexSource, std::string file, CompositionError* error)
 {
@@ -55,14 +66,14 @@ std::shared_ptr<const ISFDocument> ISFDocument::parse(
         return nullptr;
     };
     if (source.size() > longestSource || vertexSource.size() > longestSource)
-        return fail(0, "the file is larger than 1 MiB");
+        return fail(0, tooLarge);
     if (source.find('\0') != std::string_view::npos)
-        return fail(0, "the file is not text");
+        return fail(0, noText);
 
     auto text = withPlainLineEnds(source);
     const ISFHeaderText header(text);
     if (!header.isFound())
-        return fail(1, "the file does not begin with a header in a comment");
+        return fail(1, noHeader);
     ISFHeaderReader reader(header);
     if (!reader.read(*document))
         return fail(reader.line(), reader.message());

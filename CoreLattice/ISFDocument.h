@@ -82,6 +82,9 @@ struct ISFDocument {
     std::string vertexSource; ///< empty for the usual one
     bool dependsOnTime = false; ///< the picture changes although no input does
 
+    static constexpr std::size_t longestSource = 1 << 20; ///< bytes of a file
+    /// Why a text is no composition at all, whatever its header may say; nothing when it looks like one.
+    static std::optional<std::string> whyNoComposition(std::string_view source);
     /// Reads a file. Hostile text is refused, never trusted: sizes, counts, names and nesting have limits.
     /// \param vertexSource  the text of the vertex shader file beside it; empty when there is none
     /// \return null, with the reason in \p error, for a file that cannot be used

@@ -5,6 +5,13 @@
 
 #include <algorithm>
 
+namespace {
+
+constexpr std::size_t mostNoticeLines = 3;
+constexpr std::int64_t noticeStays = 8 * static_cast<std::int64_t>(NSEC_PER_SEC);
+
+}
+
 NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
 {
     type.message("setCompositionsFromRepositoryWithProtocol:andAttributes:",
@@ -16,6 +23,7 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
     type.message("resetDefaultInputValues", &LTCCompositionPickerView::resetDefaultInputValues);
     type.message("setDelegate:", &LTCCompositionPickerView::setDelegate);
     type.message("_repositoryDidUpdate:", &LTCCompositionPickerView::_repositoryDidUpdate);
+    type.message("_repositoryDidAddFiles:", &LTCCompositionPickerView::_repositoryDidAddFiles);
     type.message("_viewDidLoadComposition:", &LTCCompositionPickerView::_viewDidLoadComposition);
     type.key("compositions", &LTCCompositionPickerView::compositions);
     type.key("showsCompositionNames", &LTCCompositionPickerView::showsCompositionNames,
@@ -24,6 +32,7 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
         &LTCCompositionPickerView::setAllowsEmptySelection);
     type.key("selectedComposition", &LTCCompositionPickerView::selectedComposition,
         &LTCCompositionPickerView::setSelectedComposition);
+    type.key("notice", &LTCCompositionPickerView::notice);
     type.key("tiles", &LTCCompositionPickerView::tiles);
     type.key("selectedIndex", &LTCCompositionPickerView::selectedIndex, &LTCCompositionPickerView::selectTileAtIndex);
     type.outlet("delegate", &LTCCompositionPickerView::delegate, &LTCCompositionPickerView::setDelegate);
@@ -39,6 +48,8 @@ LTCCompositionPickerView::LTCCompositionPickerView()
         this, "_viewDidLoadComposition:", LTCViewDidLoadCompositionNotification, nullptr);
     NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
         this, "_repositoryDidUpdate:", LTCCompositionRepositoryDidUpdateNotification, nullptr);
+    NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+        this, "_repositoryDidAddFiles:", LTCCompositionRepositoryDidAddFilesNotification, nullptr);
 }
 
 LTCCompositionPickerView::~LTCCompositionPickerView() = default;
@@ -80,6 +91,43 @@ void LTCCompositionPickerView::_repositoryDidUpdate(NSNotification* notification
         return selected && CFEqual(kindOf<QCComposition>(composition)->identifier(), selected->identifier());
     });
     setSelectedIndex(found == compositions.end() ? -1 : found - compositions.begin());
+}
+
+void LTCCompositionPickerView::_repositoryDidAddFiles(NSNotification* notification)
+{
+    if (!mProtocol || notification->object() != repository())
+        return;
+    std::vector<std::string> lines;
+    for (const auto& value : notification->userInfo()->get<CFArray>(CFSTR("unusable"))->values())
+        lines.push_back(kindOf<LTCUnusableComposition>(value)->reason()->string());
+    for (const auto& value : notification->userInfo()->get<CFArray>(CFSTR("compositions"))->values()) {
+        const auto* const composition = kindOf<QCComposition>(value);
+        if (!composition->conformsToProtocol(mProtocol))
+            lines.push_back(composition->name()->string() + ": it takes no picture, so it is no filter to choose");
+    }
+    std::string text;
+    for (std::size_t i = 0; i < std::min(lines.size(), mostNoticeLines); ++i)
+        text += (i > 0 ? "\n" : "") + lines[i];
+    if (lines.size() > mostNoticeLines)
+        text += "\nand " + std::to_string(lines.size() - mostNoticeLines) + " more";
+    setNotice(std::move(text));
+}
+
+void LTCCompositionPickerView::setNotice(std::string text)
+{
+    ++mNotices;
+    {
+        const NSKeyValueChange change(this, "notice");
+        mNotice = CFString::create(text);
+    }
+    if (text.empty())
+        return;
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, noticeStays), dispatch_get_main_queue(),
+        [weakSelf = WeakRef { this }, notice = mNotices] {
+            const auto self = weakSelf.strongReference();
+            if (self && self->mNotices == notice)
+                self->setNotice({});
+        });
 }
 
 void LTCCompositionPickerView::listCompositions()

@@ -20,8 +20,8 @@ class LTCCompositionRepository;
 /// The strip follows its repository: what stays keeps its tile and its picture, and what is selected stays selected as
 /// long as there is a composition with its identifier.
 ///
-/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `compositions`, `selectedIndex` (-1 for none) and
-/// `showsCompositionNames`, to be observed by the view's component.
+/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `compositions`, `selectedIndex` (-1 for none),
+/// `showsCompositionNames` and `notice`, to be observed by the view's component.
 class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
     NS_OBJECT(LTCCompositionPickerView)
 public:
@@ -59,6 +59,8 @@ public:
     void setNumberOfRows(std::uint64_t rows) override;
 
     CFArray* tiles() const { return mTiles; }
+    /// Why files that were just added cannot be used, or are not among the tiles; empty some seconds later.
+    CFString* notice() const { return mNotice; }
     long selectedIndex() const { return mSelectedIndex; }
     /// What a click or a key does: selects the tile at \p index, or empties the selection for -1 where that is allowed,
     /// and tells the delegate. Choosing the selected tile again tells it again.
@@ -74,7 +76,9 @@ private:
     Ref<CFArray> includedCompositions();
     Ref<LTCCompositionPickerTile> tileFor(CFType* subject) const;
     void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions);
+    void setNotice(std::string text);
     void _repositoryDidUpdate(NSNotification* notification);
+    void _repositoryDidAddFiles(NSNotification* notification);
     void _viewDidLoadComposition(NSNotification* notification);
 
     WeakRef<NSObject> mDelegate;
@@ -83,6 +87,8 @@ private:
     Ref<CFDictionary> mAttributes;
     Ref<CFArray> mCompositions;
     Ref<CFArray> mTiles;
+    Ref<CFString> mNotice = CFSTR("");
+    int mNotices = 0; ///< how many there were
     const std::shared_ptr<CoreLattice::ThumbnailScheduler> mScheduler;
     Ref<NSColor> mBackgroundColor;
     long mSelectedIndex = -1;

@@ -123,6 +123,45 @@ void LTCCompositionRepository::whenFilesAreRead(std::function<void()> work)
     mFiles->whenSettled([work = std::move(work)] { dispatch_async(dispatch_get_main_queue(), work); });
 }
 
+void LTCCompositionRepository::addFiles_completion(
+    CFArray* paths, std::function<void(CFArray* compositions, CFArray* unusable)> completion)
+{
+    if (!mFiles || !paths)
+        return;
+    std::vector<std::filesystem::path> sources;
+    for (const auto& path : paths->values()) {
+        if (const auto* const text = kindOf<CFString>(path))
+            sources.emplace_back(text->string());
+    }
+    const auto done = [weakSelf = WeakRef { this }, completion = std::move(completion)](
+                          std::vector<CoreLattice::FileComposition> files) {
+        // Behind the closure that takes over the files, which was posted before.
+        dispatch_async(dispatch_get_main_queue(), [weakSelf, completion, files = std::move(files)] {
+            if (const auto self = weakSelf.strongReference())
+                self->tellOfAddedFiles(files, completion);
+        });
+    };
+    mFiles->add(std::move(sources), done);
+}
+
+void LTCCompositionRepository::tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files,
+    const std::function<void(CFArray* compositions, CFArray* unusable)>& completion)
+{
+    const auto compositions = make<CFArray>();
+    const auto unusable = make<CFArray>();
+    for (const auto& file : files) {
+        if (file.fault)
+            unusable->append(file.fault);
+        else if (file.composition)
+            compositions->append(file.composition);
+    }
+    const auto userInfo = CFDictionary::create(
+        { { CFSTR("compositions"), compositions.get() }, { CFSTR("unusable"), unusable.get() } });
+    NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
+        LTCCompositionRepositoryDidAddFilesNotification, this, userInfo);
+    completion(compositions, unusable);
+}
+
 void LTCCompositionRepository::registerOwnCompositions()
 {
     std::call_once(mOwnRegistered, [this] {

@@ -18,6 +18,11 @@ struct FileComposition;
 inline CFString* const LTCCompositionRepositoryDidUpdateNotification
     = CFSTR("LTCCompositionRepositoryDidUpdateNotification");
 
+/// Files were added to a repository by `addFiles_completion`: object, the repository; `userInfo` has what its
+/// completion gets at the keys "compositions" and "unusable". Posted on the main thread, ahead of the completion.
+inline CFString* const LTCCompositionRepositoryDidAddFilesNotification
+    = CFSTR("LTCCompositionRepositoryDidAddFilesNotification");
+
 /// The compositions that the process knows: those that the framework brings along, those that the application
 /// registers, and those in files. Any thread may use it, and no call waits for files.
 ///
@@ -48,6 +53,15 @@ public:
     /// are looked for.
     void whenFilesAreRead(std::function<void()> work);
 
+    /// Copies files into the user's folder: compositions with the vertex shaders and the pictures that belong to them,
+    /// and all compositions of a folder. Nothing is overwritten; a name that is taken gets a number. The files are then
+    /// read and tried as others are. What is no composition at all, or larger than any, is not copied.
+    /// \param paths  texts
+    /// \param completion  runs on the main thread when all is done: gets the `QCComposition`s that can be used, which
+    ///     the repository has by then, and an `LTCUnusableComposition` for each file that cannot; never runs where no
+    ///     files are followed
+    void addFiles_completion(CFArray* paths, std::function<void(CFArray* compositions, CFArray* unusable)> completion);
+
     /// Adds the composition that was compiled into the program under \p name. A name that is there already, or that no
     /// composition has, changes nothing; the latter is logged, and so is a file that cannot be read, with its message.
     void registerApplicationCompositionWithName(CFString* name);
@@ -72,6 +86,8 @@ private:
     };
     void registerOwnCompositions();
     std::vector<Entry> entries();
+    void tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files,
+        const std::function<void(CFArray* compositions, CFArray* unusable)>& completion);
     void takeFiles(const std::vector<CoreLattice::FileComposition>& files);
 
     std::once_flag mOwnRegistered;

@@ -111,6 +111,22 @@ InterfaceFile {
         }
 
         Rectangle {
+            anchors.fill: picture
+            visible: mainWindow.dropWelcome
+            color: "#80000000"
+            border.color: Theme.accent
+            border.width: 3
+
+            Text {
+                anchors.centerIn: parent
+                text: qsTr("Drop filters here to add them")
+                color: Theme.text
+                font.pixelSize: 20
+                font.weight: Font.DemiBold
+            }
+        }
+
+        Rectangle {
             id: sidePanel
             anchors.right: parent.right
             anchors.top: menuBar.bottom

@@ -19,6 +19,7 @@ FocusScope {
     KeyBinding { id: compositions; object: picker.view; keyPath: "compositions" }
     KeyBinding { id: selection; object: picker.view; keyPath: "selectedIndex" }
     KeyBinding { id: showsNames; object: picker.view; keyPath: "showsCompositionNames" }
+    KeyBinding { id: notice; object: picker.view; keyPath: "notice" }
     KeyBinding { id: allowsNone; object: picker.view; keyPath: "allowsEmptySelection" }
 
     readonly property int choices: compositions.value ? compositions.value.length : 0
@@ -71,6 +72,8 @@ FocusScope {
         model: ObjectRows { objects: tiles.value ?? [] }
         currentIndex: selection.value ?? -1
         highlightFollowsCurrentItem: true
+        // Also when the tile came a moment before.
+        onCurrentIndexChanged: Qt.callLater(positionViewAtIndex, currentIndex, ListView.Contain)
 
         delegate: Item {
             id: tile
@@ -174,6 +177,32 @@ FocusScope {
                     text: explanation.value ?? ""
                 }
             }
+        }
+    }
+
+    // Why what was just dropped cannot be used; it lies over the picture's lower edge.
+    Rectangle {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.top
+        anchors.bottomMargin: Theme.space
+        width: noticeText.width + 2 * Theme.space
+        height: noticeText.height + 2 * Theme.smallSpace
+        radius: Theme.radius
+        visible: noticeText.text !== ""
+        color: Theme.panel
+        border.color: Theme.accent
+
+        Text {
+            id: noticeText
+
+            anchors.centerIn: parent
+            width: Math.min(implicitWidth, picker.width - 6 * Theme.space)
+            text: notice.value ?? ""
+            color: Theme.text
+            font.pixelSize: Theme.textSize
+            wrapMode: Text.Wrap
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
         }
     }
 }

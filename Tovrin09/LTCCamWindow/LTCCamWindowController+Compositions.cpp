@@ -5,6 +5,8 @@
 #include "Platform/dispatch/dispatch.h"
 #include "WithRequirements/Requirements.h"
 
+#include <algorithm>
+
 Ref<NSSet> LTCCamWindowController::copyHiddenCompositionIdentifiers()
 {
     return make<NSSet>(std::initializer_list<CFType*> {
@@ -105,6 +107,30 @@ bool LTCCamWindowController::compositionParameterView_shouldDisplayParameterWith
 void LTCCamWindowController::compositionParameterView_didChangeParameterWithKey(
     LTCCompositionParameterView* /*view*/, CFString* /*key*/)
 {
+}
+
+NSDragOperation LTCCamWindowController::draggingEntered(NSDraggingInfo* /*sender*/)
+{
+    // Whatever the files are: what cannot be taken is told after the drop.
+    return NSDragOperationCopy;
+}
+
+bool LTCCamWindowController::performDragOperation(NSDraggingInfo* sender)
+{
+    auto paths = make<CFArray>();
+    for (const auto& file : sender->draggedFileURLs()->values())
+        paths->append(kindOf<NSURL>(file)->path());
+    LTCCompositionRepository::sharedCompositionRepository()->addFiles_completion(
+        paths, [weakSelf = WeakRef { this }](CFArray* compositions, CFArray* /*unusable*/) {
+            const auto self = weakSelf.strongReference();
+            const auto added = compositions->values();
+            const auto filter = std::ranges::find_if(added, [](const Ref<CFType>& composition) {
+                return kindOf<QCComposition>(composition)->conformsToProtocol(QCCompositionProtocolImageFilter);
+            });
+            if (self && filter != added.end())
+                self->selectComposition(*filter);
+        });
+    return true;
 }
 
 void LTCCamWindowController::setQCPickerViewPreviewInputImage(CVPixelBufferRef videoImage)

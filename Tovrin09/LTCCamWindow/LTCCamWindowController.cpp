@@ -32,6 +32,8 @@ NS_IMPLEMENTATION(LTCCamWindowController, NSWindowController)
     type.outlet("outletButtonStartStopRecording", &Self::outletButtonStartStopRecording);
 
     type.message("windowWillClose:", &Self::windowWillClose);
+    type.message("draggingEntered:", &Self::draggingEntered);
+    type.message("performDragOperation:", &Self::performDragOperation);
     type.message("applicationWillFinishLaunching:", &Self::applicationWillFinishLaunching);
     type.message("applicationDidFinishLaunching:", &Self::applicationDidFinishLaunching);
     type.message("applicationWillTerminate:", &Self::applicationWillTerminate);
@@ -87,6 +89,8 @@ void LTCCamWindowController::windowDidLoad()
     NSWindowController::windowDidLoad();
     if (outletQCView.strongReference())
         setCameraPreviewFlippedY(LTCView::classDefaultIsPreviewFlipped());
+    if (auto* const shown = window())
+        shown->registerForDraggedTypes(CFArray::create({ NSPasteboardTypeFileURL }).get());
 }
 
 void LTCCamWindowController::windowWillClose(NSNotification* /*notification*/)

@@ -28,6 +28,7 @@ struct tagThumbnailImage {
 /// Compositions are in LTCCamWindowController+Compositions.cpp, snapshots in LTCCamWindowController+Snapshots.cpp.
 class LTCCamWindowController : public NSWindowController,
                                public NSWindowDelegate,
+                               public NSDraggingDestination,
                                public AVCaptureFilteredMovieWriterControllerDelegate,
                                public LTCCompositionParameterViewDelegate,
                                public LTCCompositionPickerViewDelegate,
@@ -108,6 +109,10 @@ public:
     void setQCPickerViewPreviewInputImage(CVPixelBufferRef videoImage);
     void setQCPickerViewPreviewInputImageOnMainThread(CVPixelBufferRef videoImage);
     tagThumbnailImage _thumbnailPixelBufferWithPixelBuffer(CVPixelBufferRef videoImage);
+
+    // Compositions' files that are dropped on the window.
+    NSDragOperation draggingEntered(NSDraggingInfo* sender) override;
+    bool performDragOperation(NSDraggingInfo* sender) override;
 
     // Snapshots.
     static Ref<NSURL> defaultPictureSavingFolderURL();

@@ -46,6 +46,7 @@ protected:
     {
         CoreLattice::CompositionFileSettings result;
         result.folders = { user(), system() };
+        result.userFolder = user();
         result.trial = { std::move(program), (mRoot / "cache").string(), std::chrono::seconds(60) };
         result.latency = 0.05;
         return result;
