@@ -29,7 +29,7 @@ constexpr bool limitsMemory = true;
 /// What this process may take at most, whatever the driver does.
 void limitOwnMeans()
 {
-    const rlimit memory { 6UL << 30, 6UL << 30 };
+    const rlimit memory { 4UL << 30, 4UL << 30 };
     const rlimit seconds { 20, 20 };
     const rlimit nothing { 0, 0 };
     if (limitsMemory)
@@ -37,6 +37,8 @@ void limitOwnMeans()
     ::setrlimit(RLIMIT_CPU, &seconds);
     ::setrlimit(RLIMIT_CORE, &nothing);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // Where memory runs out all the same, this process is the one to go.
+    std::ofstream("/proc/self/oom_score_adj") << 1000;
     // Nobody waits for it, while pictures are to be drawn: it comes last, and on one processor.
     static_cast<void>(::nice(10));
     ::setenv("LP_NUM_THREADS", "0", 0);
