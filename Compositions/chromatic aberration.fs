@@ -1,5 +1,5 @@
 /*{
-    "LABEL": "Chromatic Aberration",
+    "LABEL": "Colour Fringes",
     "DESCRIPTION": "A cheap lens splits the light towards the corners; a dreamy one everywhere.",
     "CATEGORIES": ["Light", "Distort"],
     "INPUTS": [

@@ -20,10 +20,10 @@
     ]
 }*/
 
-varying vec4 key;
-varying vec2 keyWay;
-varying vec3 shine;
-varying float hasPicture;
+flat in vec4 key;
+flat in vec2 keyWay;
+flat in vec3 shine;
+flat in float hasPicture;
 varying vec2 fromLamp;
 
 // The colour without its lightness, as the blue and red differences.

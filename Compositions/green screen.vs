@@ -1,7 +1,7 @@
-varying vec4 key;
-varying vec2 keyWay;
-varying vec3 shine;
-varying float hasPicture;
+flat out vec4 key;
+flat out vec2 keyWay;
+flat out vec3 shine;
+flat out float hasPicture;
 varying vec2 fromLamp;
 
 void main()

@@ -27,10 +27,8 @@ void main()
     float lifted = steep / (1.0 + (steep - 1.0) * (0.08 + light));
     now = (light + (now - light) * color) * lifted;
     vec3 before = IMG_THIS_PIXEL(steady).rgb;
-    vec3 change = abs(now - before);
     // What changes by more than the noise has moved, and is shown as it is.
-    float moved = clamp((change.r + change.g + change.b) * (2.0 + 6.0 * motion) - 0.35, 0.0, 1.0);
-    float kept = calm * 0.88 * (1.0 - moved);
-    // Rounded to the nearer byte from either side, or the last step would never be taken.
-    gl_FragColor = vec4(mix(now, before, kept) + (step(before, now) - 0.5) * 0.0039 * kept, 1.0);
+    float change = abs(dot(now - before, vec3(1.0)));
+    float moved = clamp(change * (2.0 + 6.0 * motion) - 0.35, 0.0, 1.0);
+    gl_FragColor = vec4(mix(now, before, calm * 0.8 * (1.0 - moved)), 1.0);
 }

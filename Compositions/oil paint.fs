@@ -10,8 +10,8 @@
     ],
     "PASSES": [
         { "TARGET": "strokes", "WIDTH": "$WIDTH", "HEIGHT": "$HEIGHT", "UNCHANGING": true, "FILTER": "NEAREST" },
-        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 240 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 240)" },
-        { "TARGET": "daubs", "WIDTH": "$WIDTH * min(1, 240 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 240)" },
+        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 200 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 200)" },
+        { "TARGET": "daubs", "WIDTH": "$WIDTH * min(1, 200 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 200)" },
         { }
     ]
 }*/

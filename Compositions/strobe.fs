@@ -13,8 +13,8 @@
     "PASSES": [ { "TARGET": "held", "PERSISTENT": true, "FILTER": "NEAREST" }, { } ]
 }*/
 
-varying float flash;
-varying float taking;
+flat in float flash;
+flat in float taking;
 varying vec3 lamps;
 
 // More than three flashes a second can harm people who are sensitive to them, so there is no setting for that, and a

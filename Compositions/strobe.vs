@@ -1,5 +1,5 @@
-varying float flash;
-varying float taking;
+flat out float flash;
+flat out float taking;
 varying vec3 lamps;
 
 void main()

@@ -12,8 +12,8 @@
     ],
     "PASSES": [
         { "TARGET": "sheet", "WIDTH": "$WIDTH", "HEIGHT": "$HEIGHT", "UNCHANGING": true, "FILTER": "NEAREST" },
-        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 216 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 216)" },
-        { "TARGET": "washes", "WIDTH": "$WIDTH * min(1, 216 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 216)" },
+        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
+        { "TARGET": "washes", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
         { }
     ]
 }*/
