@@ -109,6 +109,20 @@ TEST_F(LayerItemTest, ShowsContentsThatCameLaterWhereItStands)
     EXPECT_EQ(colorAt(32, 4), QColor(Qt::green));
 }
 
+TEST_F(LayerItemTest, ShowsItsContentsInTheSizeThatItComesToHave)
+{
+    const auto layer = makeBlackAspectLayer();
+    layer->setContents(makeTwoHalves(64, 32).get());
+    show(layer, { 128, 64 });
+    EXPECT_THAT(colorAt(127, 63), IsNearly(Qt::blue));
+    item().setSize({ 32, 64 });
+    EXPECT_EQ(colorAt(16, 20), QColor(Qt::black));
+    EXPECT_THAT(colorAt(16, 26), IsNearly(Qt::red));
+    EXPECT_THAT(colorAt(16, 38), IsNearly(Qt::blue));
+    EXPECT_EQ(colorAt(16, 44), QColor(Qt::black));
+    EXPECT_EQ(colorAt(40, 32), QColor(Qt::green));
+}
+
 TEST_F(LayerItemTest, ShowsNothingAfterTheContentsWereTakenAway)
 {
     const auto layer = makeBlackAspectLayer();

@@ -53,17 +53,18 @@ inline Ref<CVPixelBuffer> makePicture(std::size_t width, std::size_t height, boo
     return buffer;
 }
 
-/// The part of \p screen that a picture of \p width and \p height fills when its shape is kept, to whole pixels.
-inline QRect placeOf(QSize screen, double width, double height)
+/// The part of \p view, in pixels of the screen, that a picture of \p width and \p height fills when its shape is kept,
+/// to whole pixels.
+inline QRect placeOf(QSizeF view, double width, double height)
 {
-    const double scale = std::min(screen.width() / width, screen.height() / height);
+    const double scale = std::min(view.width() / width, view.height() / height);
     const auto edges = [](double whole, double part) {
         const int from = static_cast<int>(std::floor((whole - part) / 2 + 0.5));
         const int to = static_cast<int>(std::floor((whole + part) / 2 + 0.5));
         return std::pair { from, std::max(to - from, 1) };
     };
-    const auto [left, across] = edges(screen.width(), width * scale);
-    const auto [top, down] = edges(screen.height(), height * scale);
+    const auto [left, across] = edges(view.width(), width * scale);
+    const auto [top, down] = edges(view.height(), height * scale);
     return { left, top, across, down };
 }
 
@@ -90,15 +91,17 @@ inline double sample(CVPixelBuffer& picture, double x, double y, std::size_t par
 }
 
 /// Looks at every pixel of what was on the screen: the picture, upside down if \p mirrored, on black.
-/// \param tolerance  how far a byte may be off
-inline void expectShown(const QImage& screen, CVPixelBuffer& picture, bool mirrored, double tolerance = 2)
+/// \param view  in pixels of the screen; one that it fills in part may show anything
+inline void expectShown(const QImage& screen, QSizeF view, CVPixelBuffer& picture, bool mirrored)
 {
+    constexpr double tolerance = 2;
     const auto image = screen.convertToFormat(QImage::Format_RGB32);
-    const auto place
-        = placeOf(image.size(), static_cast<double>(picture.width()), static_cast<double>(picture.height()));
+    const auto place = placeOf(view, static_cast<double>(picture.width()), static_cast<double>(picture.height()));
     double worst = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x) {
+    ASSERT_GE(image.width(), view.width() - 0.5);
+    ASSERT_GE(image.height(), view.height() - 0.5);
+    for (int y = 0; y < static_cast<int>(view.height()); ++y)
+        for (int x = 0; x < static_cast<int>(view.width()); ++x) {
             const auto* const shown = image.constScanLine(y) + 4 * x;
             for (std::size_t part = 0; part < 3; ++part) {
                 const double wanted = !place.contains(x, y)
@@ -115,6 +118,12 @@ inline void expectShown(const QImage& screen, CVPixelBuffer& picture, bool mirro
             }
         }
     testing::Test::RecordProperty("worst", std::to_string(worst));
+}
+
+/// The same for a view that fills the screen.
+inline void expectShown(const QImage& screen, CVPixelBuffer& picture, bool mirrored)
+{
+    expectShown(screen, screen.size(), picture, mirrored);
 }
 
 }

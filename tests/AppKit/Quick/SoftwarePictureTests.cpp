@@ -156,8 +156,8 @@ std::vector<Case> everyCase()
 {
     std::vector<Case> result;
     for (const auto form : { Form::Surface, Form::Mirrored, Form::AlphaFirst, Form::AlphaFirstMirrored })
-        for (const auto size : { QSize(64, 36), QSize(32, 18), QSize(50, 28), QSize(90, 90) })
-            for (const auto* const ratio : { "1", "2", "1.5" })
+        for (const auto size : { QSize(64, 36), QSize(32, 18), QSize(50, 28), QSize(90, 90), QSize(35, 19) })
+            for (const auto* const ratio : { "1", "2", "1.5", "1.25" })
                 result.push_back({ form, size, ratio });
     return result;
 }
@@ -169,11 +169,11 @@ TEST_P(SoftwarePictureShown, IsWholeAndDrawnAgainOnlyWhereWhatWasOnItGoes)
     show(contents, view);
     const auto whole = grab();
     ASSERT_EQ(whole.width(), qRound(view.width() * ratio.toDouble()));
-    expectShown(whole, *contents.picture, contents.isMirrored);
+    expectShown(whole, QSizeF(view) * ratio.toDouble(), *contents.picture, contents.isMirrored);
 
-    const QRectF place(8, 4, 12, 10);
-    Patch going(window().contentItem(), place, Qt::magenta);
-    Patch staying(window().contentItem(), { 16, 6, 10, 8 }, QColor(255, 255, 255, 128));
+    // Edges between the pixels in every ratio.
+    Patch going(window().contentItem(), { 8, 4, 12, 8 }, Qt::magenta);
+    Patch staying(window().contentItem(), { 16, 8, 8, 8 }, QColor(255, 255, 255, 128));
     const auto covered = grab();
     ASSERT_NE(covered, whole);
     going.setVisible(false);
@@ -184,6 +184,19 @@ TEST_P(SoftwarePictureShown, IsWholeAndDrawnAgainOnlyWhereWhatWasOnItGoes)
     EXPECT_THAT(grab(), IsWithin(aStep, after));
     staying.setVisible(false);
     EXPECT_THAT(grab(), IsWithin(aStep, whole));
+}
+
+TEST_P(SoftwarePictureShown, FollowsItsItemAndItsWindow)
+{
+    const auto& [form, view, ratio] = GetParam();
+    const auto contents = makeContents(form, 64, 36);
+    auto& item = show(contents, view);
+    for (const auto size : { QSize(20, 60), QSize(96, 54), QSize(120, 24), view }) {
+        window().resize(size);
+        item.setSize(QSizeF(size));
+        QCoreApplication::processEvents();
+        expectShown(grab(), QSizeF(size) * ratio.toDouble(), *contents.picture, contents.isMirrored);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, SoftwarePictureShown, testing::ValuesIn(everyCase()),
@@ -268,17 +281,16 @@ TEST_F(SoftwarePictureTest, ShowsWhatIsUnderIt)
     EXPECT_NEAR(color.green(), 255, 1);
 }
 
-TEST_F(SoftwarePictureTest, IsDrawnIntoAWindowThatCanBeSeenThrough)
+TEST_F(SoftwarePictureTest, HidesWhatIsUnderItWhateverItsAlphaBytesAre)
 {
-    window().setColor(Qt::transparent);
     const auto contents = makeContents(Form::Surface, 64, 36);
     for (std::size_t y = 0; y < 36; ++y)
         for (std::size_t x = 0; x < 64; ++x)
             *(pixelOf(*contents.pixels, x, y) + 3) = std::byte { 0 };
-    show(contents, { 64, 36 });
-    const auto screen = window().grabWindow();
-    EXPECT_EQ(qAlpha(screen.pixel(20, 20)), 255) << "what has no meaning in the picture has one in the window";
-    expectShown(screen, *contents.picture, false);
+    auto& item = show(contents, { 64, 36 });
+    expectShown(grab(), *contents.picture, false);
+    item.setRotation(180);
+    expectShown(grab().mirrored(true, true), *contents.picture, false);
 }
 
 TEST_F(SoftwarePictureTest, ThatIsLongBeyondMeasureIsShownInPart)
