@@ -35,7 +35,6 @@ bool NSOpenGLSurface::bind(CGLContext& context, CGSize size)
     mWidth = width;
     mHeight = height;
     mGeneration = context.generation();
-    mPool = nullptr;
     if (!make(context.pixelFormat()->properties())) {
         mDrawn = GLFramebuffer();
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -78,25 +77,10 @@ bool NSOpenGLSurface::makeFramebuffer(GLFramebuffer& framebuffer, GLRenderbuffer
     return glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
 }
 
-Ref<CVPixelBuffer> NSOpenGLSurface::newBuffer()
-{
-    if (!mPool) {
-        const auto attributes = CFDictionary::create(
-            { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
-                { kCVPixelBufferWidthKey, CFNumber::create(mWidth).get() },
-                { kCVPixelBufferHeightKey, CFNumber::create(mHeight).get() },
-                { kCVPixelBufferIOSurfacePropertiesKey, CFDictionary::create().get() } });
-        CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
-    }
-    Ref<CVPixelBuffer> buffer;
-    if (mPool)
-        CVPixelBufferPoolCreatePixelBuffer(kCFAllocatorDefault, mPool, &buffer);
-    return buffer;
-}
-
 Ref<CVPixelBuffer> NSOpenGLSurface::copyPicture()
 {
-    auto buffer = mDrawn.get() ? newBuffer() : nullptr;
+    auto buffer
+        = mDrawn.get() ? mBuffers.next(static_cast<std::size_t>(mWidth), static_cast<std::size_t>(mHeight)) : nullptr;
     if (!buffer)
         return nullptr;
     while (glGetError() != GL_NO_ERROR) { }

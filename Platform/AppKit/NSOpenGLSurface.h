@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/CoreGraphics/CGGeometry.h"
-#include "Platform/CoreVideo/CVPixelBufferPool.h"
+#include "Platform/CoreVideo/PictureBuffers.h"
 #include "Platform/OpenGL/CGL.h"
 #include "Platform/OpenGL/GLNames.h"
 
@@ -24,7 +24,6 @@ private:
     bool make(const CGLPixelFormat::Properties& properties);
     bool makeFramebuffer(GLFramebuffer& framebuffer, GLRenderbuffer& color, GLRenderbuffer& depth, int samples,
         const CGLPixelFormat::Properties& properties) const;
-    Ref<CVPixelBuffer> newBuffer();
 
     GLFramebuffer mDrawn;
     GLRenderbuffer mColor;
@@ -34,5 +33,5 @@ private:
     GLsizei mWidth = 0;
     GLsizei mHeight = 0;
     unsigned mGeneration = 0; ///< of the context when the surface was made
-    Ref<CVPixelBufferPool> mPool; ///< for pictures of the present size
+    PictureBuffers mBuffers;
 };

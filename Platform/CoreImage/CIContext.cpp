@@ -3,7 +3,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreGraphics/CGContext.h"
 #include "Platform/CoreImage/CIContextDrawing.h"
-#include "Platform/CoreVideo/CVPixelBufferPool.h"
+#include "Platform/CoreVideo/PictureBuffers.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <libyuv/convert_argb.h>
@@ -11,40 +11,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <vector>
 
 NS_IMPLEMENTATION(CIContext, NSObject) { }
 
 namespace {
-
-/// The picture of a buffer whose bytes come alpha first.
-Ref<CGImage> imageOfAlphaFirst(const CVPixelBuffer& buffer)
-{
-    const auto bytesPerRow = buffer.width() * 4;
-    const auto pixels = std::make_shared<std::vector<std::byte>>(bytesPerRow * buffer.height());
-    auto* target = pixels->data();
-    for (std::size_t y = 0; y < buffer.height(); ++y) {
-        const auto* source = buffer.baseAddress() + y * buffer.bytesPerRow();
-        for (std::size_t x = 0; x < buffer.width(); ++x, source += 4, target += 4) {
-            target[0] = source[3];
-            target[1] = source[2];
-            target[2] = source[1];
-            target[3] = source[0];
-        }
-    }
-    return make<CGImage>(buffer.width(), buffer.height(), bytesPerRow, kCGBitmapInfoBGRA,
-        std::shared_ptr<const std::byte>(pixels, pixels->data()));
-}
-
-Ref<CGImage> sourceOf(const CIImage& image)
-{
-    auto* const buffer = image.pixelBuffer();
-    if (!buffer)
-        return image.image();
-    if (buffer->pixelFormat() == kCVPixelFormatType_32ARGB)
-        return imageOfAlphaFirst(*buffer);
-    return CGImageCreateWithPixelBuffer(buffer);
-}
 
 /// What the surface shows of the image's plane, as a target whose rows count from the top.
 std::optional<PictureScaler::Target> targetOf(IOSurface& surface, const CGRect& bounds)
@@ -70,31 +40,16 @@ Ref<CVPixelBuffer> pixelBufferOf(const CIImage& image)
     return CIContext::createPixelBuffer(*make<CIImage>(Ref(buffer), Ref(image.image()), CGAffineTransformIdentity));
 }
 
-/// A buffer of the size of the last one, which such pictures usually have, comes from a pool. \return null when there
-/// is no memory
-Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height)
-{
-    static std::mutex lock;
-    static Ref<CVPixelBufferPool> pool;
-    static std::pair<std::size_t, std::size_t> size;
-    const std::lock_guard guard(lock);
-    if (!pool || size != std::pair { width, height }) {
-        const auto attributes = CFDictionary::create(
-            { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
-                { kCVPixelBufferWidthKey, CFNumber::create(width).get() },
-                { kCVPixelBufferHeightKey, CFNumber::create(height).get() } });
-        CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &pool);
-        size = { width, height };
-    }
-    Ref<CVPixelBuffer> buffer;
-    CVPixelBufferPoolCreatePixelBuffer(kCFAllocatorDefault, pool, &buffer);
-    return buffer;
-}
-
 /// The buffer's pixels with blue first, the last row on top if \p mirrored. \return null when there is no memory
 Ref<CVPixelBuffer> copied(const CVPixelBuffer& buffer, bool mirrored)
 {
-    auto result = newBuffer(buffer.width(), buffer.height());
+    static std::mutex lock;
+    static PictureBuffers buffers;
+    Ref<CVPixelBuffer> result;
+    {
+        const std::lock_guard guard(lock);
+        result = buffers.next(buffer.width(), buffer.height());
+    }
     if (!result)
         return nullptr;
     const auto height = static_cast<int>(buffer.height());
@@ -113,27 +68,37 @@ Ref<CVPixelBuffer> copied(const CVPixelBuffer& buffer, bool mirrored)
     return result;
 }
 
+Ref<CGImage> sourceOf(const CIImage& image)
+{
+    auto* const buffer = image.pixelBuffer();
+    if (!buffer)
+        return image.image();
+    return CGImageCreateWithPixelBuffer(
+        buffer->pixelFormat() == kCVPixelFormatType_32BGRA ? buffer : copied(*buffer, false).get());
+}
+
 bool isUpright(const CGAffineTransform& transform)
 {
     return transform.b == 0 && transform.c == 0 && transform.a != 0 && transform.d != 0;
 }
 
-/// A picture that is turned or slanted: as it is drawn into any bitmap.
-void draw(const CIImage& image, const PictureScaler::Target& target, const CGRect& bounds)
+/// A picture that is turned or slanted: as it is drawn into any bitmap. \return false when there is none
+bool draw(const CIImage& image, const PictureScaler::Target& target, const CGRect& bounds)
 {
     for (int y = 0; y < target.height; ++y)
         std::memset(target.pixels + static_cast<std::size_t>(y) * target.bytesPerRow, 0,
             static_cast<std::size_t>(target.width) * 4);
     const auto source = sourceOf(image);
+    if (!source)
+        return false;
     const auto space = CGColorSpaceCreateDeviceRGB();
     const auto context = CGBitmapContextCreate(target.pixels, static_cast<std::size_t>(target.width),
         static_cast<std::size_t>(target.height), 8, target.bytesPerRow, space, kCGBitmapInfoBGRA);
-    if (!source)
-        return;
     CGContextTranslateCTM(context, -bounds.origin.x, -bounds.origin.y);
     CGContextConcatCTM(context, image.transform());
     CGContextDrawImage(context,
         CGRectMake(0, 0, static_cast<CGFloat>(source->width()), static_cast<CGFloat>(source->height())), source);
+    return true;
 }
 
 }
@@ -224,23 +189,15 @@ Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)
         return buffer->pixelFormat() == kCVPixelFormatType_32BGRA && !mirrored ? Ref(buffer)
                                                                                : copied(*buffer, mirrored);
     }
-    const auto source = sourceOf(image);
     const auto extent = image.extent();
     const auto width = static_cast<std::size_t>(std::lround(extent.size.width));
     const auto height = static_cast<std::size_t>(std::lround(extent.size.height));
     Ref<CVPixelBuffer> result;
-    if (!source
-        || CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &result)
-            != kCVReturnSuccess)
+    CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &result);
+    if (!result
+        || !draw(image,
+            { result->baseAddress(), result->bytesPerRow(), static_cast<int>(width), static_cast<int>(height) },
+            extent))
         return nullptr;
-    for (std::size_t y = 0; y < height; ++y)
-        std::memset(result->baseAddress() + y * result->bytesPerRow(), 0, width * 4);
-    const auto space = CGColorSpaceCreateDeviceRGB();
-    const auto context = CGBitmapContextCreate(
-        result->baseAddress(), width, height, 8, result->bytesPerRow(), space, kCGBitmapInfoBGRA);
-    CGContextTranslateCTM(context, -extent.origin.x, -extent.origin.y);
-    CGContextConcatCTM(context, image.transform());
-    CGContextDrawImage(context,
-        CGRectMake(0, 0, static_cast<CGFloat>(source->width()), static_cast<CGFloat>(source->height())), source);
     return result;
 }

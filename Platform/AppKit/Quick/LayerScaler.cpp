@@ -141,23 +141,6 @@ void LayerScaler::layOut(Size source, Size target)
     mTarget = target;
 }
 
-Ref<CVPixelBuffer> LayerScaler::newBuffer(Size size)
-{
-    if (!mPool || size != mPoolSize) {
-        const auto attributes = CFDictionary::create(
-            { { kCVPixelBufferPixelFormatTypeKey, CFNumber::create(kCVPixelFormatType_32BGRA).get() },
-                { kCVPixelBufferWidthKey, CFNumber::create(size.width).get() },
-                { kCVPixelBufferHeightKey, CFNumber::create(size.height).get() } });
-        mPool = nullptr;
-        CVPixelBufferPoolCreate(kCFAllocatorDefault, nullptr, attributes, &mPool);
-        mPoolSize = size;
-    }
-    Ref<CVPixelBuffer> buffer;
-    if (mPool)
-        CVPixelBufferPoolCreatePixelBuffer(kCFAllocatorDefault, mPool, &buffer);
-    return buffer;
-}
-
 const std::uint8_t* LayerScaler::rowBetween(const Source& source, const Tap& tap, const Part& part)
 {
     const auto* row = source.row(tap.first);
@@ -251,7 +234,7 @@ Ref<CVPixelBuffer> LayerScaler::scaled(const CALayerPicture& picture, Size size)
     if (Size { buffer->width(), buffer->height() } == size && !picture.isMirrored
         && buffer->pixelFormat() == kCVPixelFormatType_32BGRA)
         return buffer;
-    auto target = newBuffer(size);
+    auto target = mBuffers.next(size.width, size.height);
     if (target)
         draw(picture, size, { 0, 0, size }, reinterpret_cast<std::uint8_t*>(target->baseAddress()),
             target->bytesPerRow());

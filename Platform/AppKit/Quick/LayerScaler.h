@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/CoreVideo/CVPixelBufferPool.h"
+#include "Platform/CoreVideo/PictureBuffers.h"
 #include "Platform/QuartzCore/CALayer.h"
 
 #include <array>
@@ -56,7 +56,6 @@ private:
     void interpolate(const Source& source, const Part& part, std::uint8_t* target, std::size_t targetBytesPerRow);
     const std::uint8_t* rowBetween(const Source& source, const Tap& tap, const Part& part);
     void combineColumns(const std::uint8_t* row, const Part& part, std::uint8_t* target) const;
-    Ref<CVPixelBuffer> newBuffer(Size size);
 
     // What belongs to the sizes is kept while they stay.
     Size mSource {};
@@ -65,6 +64,5 @@ private:
     std::vector<std::array<std::uint16_t, 8>> mColumnParts; ///< those of both, four times each, for a pixel's bytes
     std::vector<Tap> mDown;
     std::vector<std::uint8_t> mRow;
-    Ref<CVPixelBufferPool> mPool;
-    Size mPoolSize {};
+    PictureBuffers mBuffers;
 };

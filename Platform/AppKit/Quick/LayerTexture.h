@@ -7,9 +7,9 @@
 
 #include <memory>
 
-/// The picture of a layer as the scene's renderer takes it: under the software renderer the pixels themselves, under
-/// OpenGL a copy on the graphics processor, for which the pixels are read once. Of the thread that draws, where the
-/// window's context is current.
+/// The picture of a layer as a renderer with a graphics processor takes it: under desktop OpenGL a copy there, for
+/// which the pixels are read once, under other interfaces what the toolkit makes of the pixels. Of the thread that
+/// draws, where the window's context is current.
 class LayerTexture {
 public:
     /// \param opaque  whether the alpha bytes have no meaning
@@ -21,7 +21,7 @@ public:
 private:
     QSGTexture* upload(const CVPixelBuffer& buffer, bool opaque, QQuickWindow& window);
 
-    PictureTexture mUploaded; ///< empty under the software renderer
+    PictureTexture mUploaded; ///< empty under other interfaces
     bool mOpaque = false;
     std::unique_ptr<QSGTexture> mTexture;
 };
