@@ -6,9 +6,9 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/OpenGL/GLNames.h"
 #include "tests/AppKit/Quick/ShownPictures.h"
+#include "tests/AppKit/Quick/WaitFor.h"
 
 #include <gmock/gmock.h>
-#include <QElapsedTimer>
 #include <QQuickWindow>
 #include <QScreen>
 
@@ -95,21 +95,6 @@ protected:
         drawAgain();
         return mWindow->screen()->grabWindow(mWindow->winId()).toImage();
     }
-    static bool waitFor(const std::function<bool()>& done)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done() && timer.elapsed() < 10'000)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-        return done();
-    }
-    static Ref<CALayer> makeLayer()
-    {
-        auto layer = make<CALayer>();
-        layer->setBackgroundColor(CGColorGetConstantColor(kCGColorBlack));
-        layer->setContentsGravity(kCAGravityResizeAspect);
-        return layer;
-    }
 
 private:
     int mArgumentCount = 1;
@@ -138,7 +123,7 @@ TEST_F(LayerItemOpenGL, ASurfaceIsOnTheScreenUprightInItsShapeOnBlack)
     for (const auto& [size, view] : shapes) {
         SCOPED_TRACE(testing::Message() << size.width() << " by " << size.height() << " in " << view.width() << " by "
                                         << view.height());
-        const auto layer = makeLayer();
+        const auto layer = makeBlackAspectLayer();
         const auto picture = makePicture(size.width(), size.height());
         layer->setContents(picture->surface());
         ASSERT_NO_FATAL_FAILURE(show(layer, view));
@@ -148,7 +133,7 @@ TEST_F(LayerItemOpenGL, ASurfaceIsOnTheScreenUprightInItsShapeOnBlack)
 
 TEST_F(LayerItemOpenGL, APictureIsUploadedOnceHoweverOftenItIsDrawn)
 {
-    const auto layer = makeLayer();
+    const auto layer = makeBlackAspectLayer();
     ASSERT_NO_FATAL_FAILURE(show(layer, { 64, 36 }));
     const FailPoint::Scope counting("LayerTexture.upload", 0, UINT64_MAX);
     const auto picture = makePicture(33, 17);
@@ -196,7 +181,7 @@ TEST_F(OpenGLOnTheMainThread, AViewWithAContextOfItsOwnAndTheWindowTakeTurns)
 
 TEST_F(LayerItemOpenGL, LetsGoOfAPictureOnceItIsUploaded)
 {
-    const auto layer = makeLayer();
+    const auto layer = makeBlackAspectLayer();
     ASSERT_NO_FATAL_FAILURE(show(layer, { 64, 36 }));
     auto picture = makePicture(33, 17);
     const WeakRef<CVPixelBuffer> watched(picture);

@@ -40,14 +40,6 @@ MATCHER_P(IsNearly, wanted, "")
         && std::abs(color.blue() - other.blue()) <= tolerance;
 }
 
-Ref<CALayer> makeBlackAspectLayer()
-{
-    auto layer = make<CALayer>();
-    layer->setBackgroundColor(CGColorGetConstantColor(kCGColorBlack));
-    layer->setContentsGravity(kCAGravityResizeAspect);
-    return layer;
-}
-
 class LayerItemTest : public QuickTest {
 protected:
     void show(CALayer* layer, QSize size)

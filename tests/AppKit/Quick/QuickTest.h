@@ -1,13 +1,12 @@
 #pragma once
 
 #include "Platform/AppKit/Quick/QuickApplication.h"
+#include "tests/AppKit/Quick/WaitFor.h"
 
 #include <gmock/gmock.h>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <functional>
 #include <memory>
 
 /// Tests with an application on Qt's offscreen platform and interface files written by the test.
@@ -30,16 +29,6 @@ protected:
         file.close();
         mApplication->loader().engine().clearComponentCache();
         return mApplication->loader().loadUrl(QUrl::fromLocalFile(file.fileName()), owner);
-    }
-
-    /// Serves events until \p done holds or ten seconds have gone.
-    static bool waitFor(const std::function<bool()>& done)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done() && timer.elapsed() < 10'000)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-        return done();
     }
 
     QuickApplication& application() { return *mApplication; }

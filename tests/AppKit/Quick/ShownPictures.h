@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/CoreVideo/CVPixelBuffer.h"
+#include "Platform/QuartzCore/CALayer.h"
 
 #include <gtest/gtest.h>
 #include <QImage>
@@ -51,6 +51,15 @@ inline Ref<CVPixelBuffer> makePicture(std::size_t width, std::size_t height, boo
         kCVReturnSuccess);
     draw(*buffer);
     return buffer;
+}
+
+/// A layer that shows pictures in their shape on black.
+inline Ref<CALayer> makeBlackAspectLayer()
+{
+    auto layer = make<CALayer>();
+    layer->setBackgroundColor(CGColorGetConstantColor(kCGColorBlack));
+    layer->setContentsGravity(kCAGravityResizeAspect);
+    return layer;
 }
 
 /// The part of \p view, in pixels of the screen, that a picture of \p width and \p height fills when its shape is kept,

@@ -5,6 +5,7 @@
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "tests/AppKit/Quick/QuickTest.h"
 #include "tests/AppKit/Quick/ShownPictures.h"
+#include "tests/CoreVideo/AlphaFirst.h"
 
 #include <QQuickWindow>
 #include <QSGRectangleNode>
@@ -48,24 +49,13 @@ struct Contents {
     bool isMirrored;
 };
 
-Ref<CVPixelBuffer> reversed(CVPixelBuffer& picture)
-{
-    Ref<CVPixelBuffer> result;
-    CVPixelBufferCreate(
-        kCFAllocatorDefault, picture.width(), picture.height(), kCVPixelFormatType_32ARGB, nullptr, &result);
-    for (std::size_t y = 0; y < picture.height(); ++y)
-        for (std::size_t x = 0; x < picture.width(); ++x)
-            std::reverse_copy(pixelOf(picture, x, y), pixelOf(picture, x, y) + 4, pixelOf(*result, x, y));
-    return result;
-}
-
 Contents makeContents(Form form, std::size_t width, std::size_t height)
 {
     auto picture = makePicture(width, height);
     if (form == Form::Surface)
         return { picture, picture, picture, false };
     const bool mirrored = form == Form::Mirrored || form == Form::AlphaFirstMirrored;
-    auto pixels = form == Form::Mirrored ? picture : reversed(*picture);
+    auto pixels = form == Form::Mirrored ? picture : alphaFirst(*picture);
     const auto transform = CGAffineTransform { 1, 0, 0, mirrored ? -1.0 : 1.0, 0, static_cast<CGFloat>(height) };
     const auto image = make<NSImage>(NSMakeSize(static_cast<CGFloat>(width), static_cast<CGFloat>(height)));
     const auto turned = CIImage::imageWithCVImageBuffer(pixels)->imageByApplyingTransform(transform);
@@ -126,8 +116,6 @@ protected:
     /// Shows \p contents in the whole window.
     LayerItem& show(const Contents& contents, QSize view)
     {
-        mLayer->setBackgroundColor(CGColorGetConstantColor(kCGColorBlack));
-        mLayer->setContentsGravity(kCAGravityResizeAspect);
         mLayer->setContents(contents.object.get());
         mWindow->resize(view);
         mItem = std::make_unique<LayerItem>();
@@ -144,7 +132,7 @@ protected:
 private:
     std::unique_ptr<QQuickWindow> mWindow;
     std::unique_ptr<LayerItem> mItem;
-    const Ref<CALayer> mLayer = make<CALayer>();
+    const Ref<CALayer> mLayer = makeBlackAspectLayer();
 };
 
 class SoftwarePictureShown : public SoftwarePictureTest, public testing::WithParamInterface<Case> {

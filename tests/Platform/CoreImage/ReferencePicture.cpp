@@ -73,18 +73,6 @@ Ref<CVPixelBuffer> grey(int width, int height, int value)
     return buffer;
 }
 
-Ref<CVPixelBuffer> alphaFirst(const CVPixelBuffer& picture)
-{
-    Ref<CVPixelBuffer> buffer;
-    EXPECT_EQ(CVPixelBufferCreate(
-                  kCFAllocatorDefault, picture.width(), picture.height(), kCVPixelFormatType_32ARGB, nullptr, &buffer),
-        kCVReturnSuccess);
-    for (int y = 0; y < static_cast<int>(picture.height()); ++y)
-        for (int x = 0; x < static_cast<int>(picture.width()); ++x)
-            std::reverse_copy(pixelOf(picture, x, y), pixelOf(picture, x, y) + 4, pixelOf(*buffer, x, y));
-    return buffer;
-}
-
 bool isUndrawn(const CVPixelBuffer& buffer)
 {
     const std::span bytes(buffer.baseAddress(), buffer.bytesPerRow() * buffer.height());

@@ -23,8 +23,6 @@ inline std::uint8_t* pixelOf(const CVPixelBuffer& buffer, int x, int y)
 Ref<CVPixelBuffer> noise(int width, int height);
 /// A picture with one value in every byte, in memory of its own and so without a surface.
 Ref<CVPixelBuffer> grey(int width, int height, int value);
-/// The same picture with the bytes of each pixel in the order in which alpha comes first.
-Ref<CVPixelBuffer> alphaFirst(const CVPixelBuffer& picture);
 
 inline int firstByte(const CVPixelBuffer& buffer)
 {

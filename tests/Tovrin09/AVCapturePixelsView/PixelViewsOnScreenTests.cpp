@@ -1,6 +1,7 @@
 #include "Platform/AppKit/Quick/LayerItem.h"
 #include "tests/AppKit/Quick/QuickTest.h"
 #include "tests/AppKit/Quick/ShownPictures.h"
+#include "tests/CoreVideo/AlphaFirst.h"
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelBufferView.h"
 #include "Tovrin09/AVCapturePixelsView/AVCapturePixelsView.h"
 
@@ -119,13 +120,8 @@ TYPED_TEST(PixelViewsOnScreen, BytesWithAlphaFirstAreUprightInTheirColours)
 {
     for (const QSize view : { QSize(33, 17), QSize(101, 77), QSize(20, 20) }) {
         const auto picture = makePicture(33, 17);
-        Ref<CVPixelBuffer> alphaFirst;
-        ASSERT_EQ(CVPixelBufferCreate(kCFAllocatorDefault, 33, 17, kCVPixelFormatType_32ARGB, nullptr, &alphaFirst),
-            kCVReturnSuccess);
-        for (std::size_t y = 0; y < 17; ++y)
-            for (std::size_t x = 0; x < 33; ++x)
-                std::reverse_copy(pixelOf(*picture, x, y), pixelOf(*picture, x, y) + 4, pixelOf(*alphaFirst, x, y));
-        const auto screen = this->shown(view, [&](TypeParam& shows) { shows.setLayerPixelBuffer(alphaFirst); });
+        const auto pixels = alphaFirst(*picture);
+        const auto screen = this->shown(view, [&](TypeParam& shows) { shows.setLayerPixelBuffer(pixels); });
         expectShown(screen, *picture, false);
     }
 }

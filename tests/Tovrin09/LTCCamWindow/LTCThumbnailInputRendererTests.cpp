@@ -1,6 +1,7 @@
 #include "Tovrin09/LTCCamWindow/LTCThumbnailInputRenderer.h"
 
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/CoreVideo/AlphaFirst.h"
 #include "tests/Platform/CoreImage/ReferencePicture.h"
 #include "tests/WithRequirements/WholeLines.h"
 #include "ZVFoundationAVCapture/AVCaptureCommon/AVCaptureAcceleratedContext.h"

@@ -1,6 +1,7 @@
 #include "Tovrin09/Tovrin09/ZVCMIOOutputSurfaceRenderer.h"
 
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "tests/CoreVideo/AlphaFirst.h"
 #include "tests/Platform/CoreImage/ReferencePicture.h"
 #include "tests/ZVFoundationCMIO/ZVFoundationCoreMediaIO/AcceleratedContextLines.h"
 
