@@ -49,6 +49,10 @@ void measureSound(const BenchRequest& request);
 const std::vector<FigureName>& filterFigures();
 void measureFilters(const BenchRequest& request);
 
+/// Every composition that comes with the program at two sizes, with the shares of the picture's way in and out.
+const std::vector<FigureName>& compositionFigures();
+void measureCompositions(const BenchRequest& request);
+
 /// The renderers that scale pictures, beside a library, in this process.
 const std::vector<FigureName>& renderFigures();
 void measureRenderers(const BenchRequest& request);

@@ -19,6 +19,7 @@ std::vector<FigureName> allFigures()
     figures.insert(figures.end(), captureFigures().begin(), captureFigures().end());
     figures.insert(figures.end(), soundFigures().begin(), soundFigures().end());
     figures.insert(figures.end(), filterFigures().begin(), filterFigures().end());
+    figures.insert(figures.end(), compositionFigures().begin(), compositionFigures().end());
     figures.insert(figures.end(), renderFigures().begin(), renderFigures().end());
     figures.insert(figures.end(), viewFigures().begin(), viewFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
@@ -102,6 +103,8 @@ int main(int count, char** arguments)
             measureRenderers(request);
         if (request.wantsAny(filterFigures()))
             measureFilters(request);
+        if (request.wantsAny(compositionFigures()))
+            measureCompositions(request);
         if (request.wantsAny(viewFigures()))
             measureViews(request);
         if (request.wantsAny(programFigures()))
