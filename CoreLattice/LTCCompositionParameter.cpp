@@ -13,6 +13,8 @@ NS_IMPLEMENTATION(LTCCompositionParameter, NSObject)
     type.key("type", &LTCCompositionParameter::type);
     type.key("minimum", &LTCCompositionParameter::minimum);
     type.key("maximum", &LTCCompositionParameter::maximum);
+    type.key("minimumUpwards", &LTCCompositionParameter::minimumUpwards);
+    type.key("maximumUpwards", &LTCCompositionParameter::maximumUpwards);
     type.key("defaultValue", &LTCCompositionParameter::defaultValue);
     type.key("labels", &LTCCompositionParameter::labels);
     type.key("value", &LTCCompositionParameter::value, &LTCCompositionParameter::setValue);
@@ -43,19 +45,29 @@ CFString* LTCCompositionParameter::type() const
 
 double LTCCompositionParameter::minimum() const
 {
-    return bound(LTCPortMinimumKey, 0);
+    return bound(LTCPortMinimumKey, 0, 0);
 }
 
 double LTCCompositionParameter::maximum() const
 {
-    return bound(LTCPortMaximumKey, 1);
+    return bound(LTCPortMaximumKey, 0, 1);
 }
 
-double LTCCompositionParameter::bound(CFString* key, double otherwise) const
+double LTCCompositionParameter::minimumUpwards() const
+{
+    return bound(LTCPortMinimumKey, 1, 0);
+}
+
+double LTCCompositionParameter::maximumUpwards() const
+{
+    return bound(LTCPortMaximumKey, 1, 1);
+}
+
+double LTCCompositionParameter::bound(CFString* key, std::size_t axis, double otherwise) const
 {
     auto* value = mAttributes->objectForKey(key);
     if (const auto* const array = kindOf<CFArray>(value))
-        value = array->objectAtIndex(0);
+        value = axis < array->count() ? array->objectAtIndex(axis) : nullptr;
     const auto* const number = kindOf<CFNumber>(value);
     return number ? number->doubleValue() : otherwise;
 }

@@ -6,9 +6,9 @@ class LTCCompositionParameterView;
 
 /// One parameter of a composition, as a parameter view shows it. Main thread only.
 ///
-/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, `defaultValue`, `labels` and, to be written and observed,
-/// `value` and, for menus, `selectedIndex` and `selectedLabel`. Types and forms of the values are those of a
-/// composition's ports.
+/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, for points `minimumUpwards` and `maximumUpwards`,
+/// `defaultValue`, `labels` and, to be written and observed, `value` and, for menus, `selectedIndex` and
+/// `selectedLabel`. Types and forms of the values are those of a composition's ports.
 class LTCCompositionParameter : public NSObject {
     NS_OBJECT(LTCCompositionParameter)
 public:
@@ -18,10 +18,13 @@ public:
     CFString* key() const { return mKey; }
     CFString* label() const;
     CFString* type() const;
-    /// 0 where the composition gives no bound.
+    /// 0 where the composition gives no bound; for a point the bound across.
     double minimum() const;
-    /// 1 where the composition gives no bound.
+    /// 1 where the composition gives no bound; for a point the bound across.
     double maximum() const;
+    /// For a point the other bound, 0 or 1 where the composition gives none; for other types the same.
+    double minimumUpwards() const;
+    double maximumUpwards() const;
     /// Null for an event.
     Ref<CFType> defaultValue() const;
     /// The texts of a menu's choices; null for other types.
@@ -44,8 +47,7 @@ public:
     bool shows(const LTCCompositionParameter& other) const;
 
 private:
-    /// For a point the bound across, which serves both directions.
-    double bound(CFString* key, double otherwise) const;
+    double bound(CFString* key, std::size_t axis, double otherwise) const;
 
     const WeakRef<LTCCompositionParameterView> mView;
     const Ref<CFString> mKey;

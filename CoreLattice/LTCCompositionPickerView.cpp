@@ -1,9 +1,11 @@
 #include "CoreLattice/LTCCompositionPickerView.h"
 
 #include "CoreLattice/LTCCompositionRepository.h"
+#include "CoreLattice/PickerSearch.h"
 #include "CoreLattice/ThumbnailScheduler.h"
 
 #include <algorithm>
+#include <span>
 
 namespace {
 
@@ -35,12 +37,25 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
     type.key("notice", &LTCCompositionPickerView::notice);
     type.key("tiles", &LTCCompositionPickerView::tiles);
     type.key("selectedIndex", &LTCCompositionPickerView::selectedIndex, &LTCCompositionPickerView::selectTileAtIndex);
+    type.key("categories", &LTCCompositionPickerView::categories);
+    type.key("category", &LTCCompositionPickerView::category, &LTCCompositionPickerView::setCategory);
+    type.key("searchText", &LTCCompositionPickerView::searchText, &LTCCompositionPickerView::setSearchText);
+    type.key("shownTiles", &LTCCompositionPickerView::shownTiles);
+    type.key("shownIndex", &LTCCompositionPickerView::shownIndex, &LTCCompositionPickerView::selectShownTileAtIndex);
+    type.key("visibleTiles", &LTCCompositionPickerView::visibleTiles, &LTCCompositionPickerView::setVisibleTiles);
+    type.key("shownCompositionCount", &LTCCompositionPickerView::shownCompositionCount);
+    type.dependentKey("shownIndex", { "shownTiles", "selectedIndex" });
+    type.dependentKey("shownCompositionCount", { "shownTiles" });
     type.outlet("delegate", &LTCCompositionPickerView::delegate, &LTCCompositionPickerView::setDelegate);
 }
 
 LTCCompositionPickerView::LTCCompositionPickerView()
     : mCompositions(make<CFArray>())
     , mTiles(make<CFArray>())
+    , mShownTiles(make<CFArray>())
+    , mCategories(make<CFArray>())
+    , mCategory(CFSTR(""))
+    , mSearchText(CFSTR(""))
     , mScheduler(std::make_shared<CoreLattice::ThumbnailScheduler>())
 {
     mScheduler->setMaxFrameRate(mMaxAnimationFrameRate);
@@ -187,11 +202,106 @@ void LTCCompositionPickerView::setTiles(std::vector<Ref<LTCCompositionPickerTile
     {
         const NSKeyValueChange compositionsChange(this, "compositions");
         const NSKeyValueChange tilesChange(this, "tiles");
+        const NSKeyValueChange categoriesChange(this, "categories");
         mCompositions = std::move(compositions);
         mTiles = std::move(all);
+        mCategories = CoreLattice::categoriesOf(tiles);
     }
     std::erase_if(tiles, [](const Ref<LTCCompositionPickerTile>& tile) { return !tile->isUsable(); });
     mScheduler->setTiles(tiles);
+    showMatchingTiles();
+}
+
+void LTCCompositionPickerView::setCategory(CFString* category)
+{
+    const NSKeyValueChange change(this, "category");
+    mCategory = category ? category : CFSTR("");
+    showMatchingTiles();
+}
+
+void LTCCompositionPickerView::setSearchText(CFString* text)
+{
+    const NSKeyValueChange change(this, "searchText");
+    mSearchText = text ? text : CFSTR("");
+    showMatchingTiles();
+}
+
+void LTCCompositionPickerView::showMatchingTiles()
+{
+    auto shown = make<CFArray>();
+    for (const auto& value : mTiles->values()) {
+        if (CoreLattice::matches(*kindOf<LTCCompositionPickerTile>(value), mCategory, mSearchText))
+            shown->append(value);
+    }
+    if (shown->values() != mShownTiles->values()) {
+        const NSKeyValueChange change(this, "shownTiles");
+        mShownTiles = std::move(shown);
+    }
+    tellVisibleTiles();
+}
+
+std::size_t LTCCompositionPickerView::shownCompositionCount() const
+{
+    const auto shown = mShownTiles->values();
+    return static_cast<std::size_t>(std::ranges::count_if(
+        shown, [](const Ref<CFType>& tile) { return kindOf<LTCCompositionPickerTile>(tile)->isUsable(); }));
+}
+
+long LTCCompositionPickerView::shownIndex() const
+{
+    if (mSelectedIndex < 0)
+        return -1;
+    const auto shown = mShownTiles->values();
+    const auto found = std::ranges::find(shown, mTiles->values()[static_cast<std::size_t>(mSelectedIndex)]);
+    return found == shown.end() ? -1 : found - shown.begin();
+}
+
+void LTCCompositionPickerView::selectShownTileAtIndex(long index)
+{
+    if (index < 0) {
+        selectTileAtIndex(index);
+        return;
+    }
+    const auto shown = mShownTiles->values();
+    if (index >= static_cast<long>(shown.size()))
+        return;
+    const auto tiles = mTiles->values();
+    selectTileAtIndex(std::ranges::find(tiles, shown[static_cast<std::size_t>(index)]) - tiles.begin());
+}
+
+Ref<CFArray> LTCCompositionPickerView::visibleTiles() const
+{
+    auto range = make<CFArray>();
+    range->append(CFNumber::create(mVisible ? mVisible->first : 0).get());
+    range->append(CFNumber::create(mVisible ? mVisible->second : mShownTiles->count()).get());
+    return range;
+}
+
+void LTCCompositionPickerView::setVisibleTiles(CFArray* range)
+{
+    const auto* const first = range && range->count() == 2 ? kindOf<CFNumber>(range->objectAtIndex(0)) : nullptr;
+    const auto* const count = first ? kindOf<CFNumber>(range->objectAtIndex(1)) : nullptr;
+    if (!count)
+        return;
+    const NSKeyValueChange change(this, "visibleTiles");
+    const auto size
+        = [](const CFNumber* number) { return static_cast<std::size_t>(std::clamp(number->doubleValue(), 0.0, 1e6)); };
+    mVisible = { size(first), size(count) };
+    tellVisibleTiles();
+}
+
+void LTCCompositionPickerView::tellVisibleTiles()
+{
+    const auto all = mShownTiles->values();
+    auto shown = std::span(all);
+    if (mVisible)
+        shown = shown.subspan(std::min(mVisible->first, shown.size()));
+    if (mVisible)
+        shown = shown.first(std::min(mVisible->second, shown.size()));
+    std::vector<Ref<LTCCompositionPickerTile>> tiles;
+    for (const auto& value : shown)
+        tiles.push_back(kindOf<LTCCompositionPickerTile>(value));
+    mScheduler->setVisible(tiles);
 }
 
 void LTCCompositionPickerView::startAnimation(NSObject* /*sender*/)

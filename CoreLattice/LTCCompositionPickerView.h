@@ -18,10 +18,15 @@ class LTCCompositionRepository;
 /// Main thread only; the tiles are rendered on the framework's render thread, behind the views, in turn and within a
 /// budget of processor time for all of them together. The files that cannot be used come last; nobody can select them.
 /// The strip follows its repository: what stays keeps its tile and its picture, and what is selected stays selected as
-/// long as there is a composition with its identifier.
+/// long as there is a composition with its identifier. The user can narrow it down to a category and to what matches a
+/// search; that hides tiles and changes neither the compositions nor what is selected.
 ///
 /// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `compositions`, `selectedIndex` (-1 for none),
-/// `showsCompositionNames` and `notice`, to be observed by the view's component.
+/// `showsCompositionNames` and `notice`, to be observed by the view's component. For the narrowed strip: `categories`,
+/// to be observed; `category` and `searchText`, to be written; `shownTiles`, those that match both,
+/// `shownCompositionCount`, how many of them can be chosen, and `shownIndex`, the selected one's place among them,
+/// which chooses when it is written; `visibleTiles`, to be written, the first and the number of the shown tiles that
+/// are on the screen.
 class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
     NS_OBJECT(LTCCompositionPickerView)
 public:
@@ -61,6 +66,24 @@ public:
     CFArray* tiles() const { return mTiles; }
     /// Why files that were just added cannot be used, or are not among the tiles; empty some seconds later.
     CFString* notice() const { return mNotice; }
+    /// What the compositions count themselves among, in the order of the alphabet.
+    CFArray* categories() const { return mCategories; }
+    /// The category that the strip is narrowed down to; empty for all.
+    CFString* category() const { return mCategory; }
+    void setCategory(CFString* category);
+    /// Words of which each is to occur in the name, the categories or, for a file that cannot be used, the reason.
+    CFString* searchText() const { return mSearchText; }
+    void setSearchText(CFString* text);
+    CFArray* shownTiles() const { return mShownTiles; }
+    /// How many of the shown tiles can be chosen; they come first.
+    std::size_t shownCompositionCount() const;
+    /// -1 when nothing is selected or the selected one does not match.
+    long shownIndex() const;
+    /// Like `selectTileAtIndex` for the place among the shown tiles.
+    void selectShownTileAtIndex(long index);
+    /// Only these are rendered: two numbers, the first of the shown tiles and how many. All of them before it is set.
+    void setVisibleTiles(CFArray* range);
+    Ref<CFArray> visibleTiles() const;
     long selectedIndex() const { return mSelectedIndex; }
     /// What a click or a key does: selects the tile at \p index, or empties the selection for -1 where that is allowed,
     /// and tells the delegate. Choosing the selected tile again tells it again.
@@ -77,6 +100,8 @@ private:
     Ref<LTCCompositionPickerTile> tileFor(CFType* subject) const;
     void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions);
     void setNotice(std::string text);
+    void showMatchingTiles();
+    void tellVisibleTiles();
     void _repositoryDidUpdate(NSNotification* notification);
     void _repositoryDidAddFiles(NSNotification* notification);
     void _viewDidLoadComposition(NSNotification* notification);
@@ -89,6 +114,11 @@ private:
     Ref<CFArray> mTiles;
     Ref<CFString> mNotice = CFSTR("");
     int mNotices = 0; ///< how many there were
+    Ref<CFArray> mShownTiles;
+    Ref<CFArray> mCategories;
+    Ref<CFString> mCategory;
+    Ref<CFString> mSearchText;
+    std::optional<std::pair<std::size_t, std::size_t>> mVisible; ///< the first of the shown tiles, and how many
     const std::shared_ptr<CoreLattice::ThumbnailScheduler> mScheduler;
     Ref<NSColor> mBackgroundColor;
     long mSelectedIndex = -1;

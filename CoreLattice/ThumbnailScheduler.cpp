@@ -5,16 +5,20 @@
 
 #include <algorithm>
 #include <ctime>
+#include <span>
 
 namespace CoreLattice {
 
 namespace {
 
-// What the tiles together may cost for each captured picture, and how much of it can be saved up.
-constexpr std::int64_t budgetPerPicture = 3'000'000;
+// What the tiles together may cost for each captured picture, and how much of it can be saved up. The picker may take
+// 3 ms; whoever makes the small picture that the tiles begin with needs the rest.
+constexpr std::int64_t budgetPerPicture = 1'800'000;
 constexpr std::int64_t mostCredit = 2 * budgetPerPicture;
 // What is owed at most: the first picture of a tile pays for its shader too, and the next tile is not to wait for that.
 constexpr std::int64_t mostDebt = 10 * budgetPerPicture;
+// Compositions of tiles that are not on the screen, kept compiled for when they are scrolled back.
+constexpr std::size_t mostUnseen = 16;
 
 /// Processor time of this thread, on which the software driver draws as well.
 std::int64_t threadNanoseconds()
@@ -45,12 +49,41 @@ std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::itemFor(const Ref<
         return *found;
     auto item = std::make_shared<Item>();
     item->tile = tile;
-    item->renderer = std::make_shared<ViewRenderer>();
-    item->renderer->load(tile->composition());
-    item->renderer->setOutputSize(mWidth, mHeight);
-    for (const auto& [key, value] : mValues)
-        item->renderer->setValue(value, key);
     return item;
+}
+
+std::shared_ptr<ViewRenderer> ThumbnailScheduler::rendererFor(const Item& item) const
+{
+    if (item.renderer)
+        return item.renderer;
+    auto renderer = std::make_shared<ViewRenderer>();
+    renderer->load(item.tile->composition());
+    renderer->setOutputSize(mWidth, mHeight);
+    for (const auto& [key, value] : mValues)
+        renderer->setValue(value, key);
+    return renderer;
+}
+
+void ThumbnailScheduler::setVisible(const std::vector<Ref<LTCCompositionPickerTile>>& tiles)
+{
+    const std::lock_guard lock(mLock);
+    for (const auto& item : mItems)
+        item->visible = std::ranges::find(tiles, item->tile) != tiles.end();
+}
+
+/// Gives up the renderers of the tiles that left the screen first. With the lock.
+void ThumbnailScheduler::forgetUnseen()
+{
+    std::vector<Item*> unseen;
+    for (const auto& item : mItems) {
+        if (item->renderer && !item->visible)
+            unseen.push_back(item.get());
+    }
+    if (unseen.size() <= mostUnseen)
+        return;
+    std::ranges::sort(unseen, {}, &Item::lastRender);
+    for (auto* const item : std::span(unseen).first(unseen.size() - mostUnseen))
+        item->renderer = nullptr;
 }
 
 void ThumbnailScheduler::setValue(CFType* value, CFString* key)
@@ -62,8 +95,10 @@ void ThumbnailScheduler::setValue(CFType* value, CFString* key)
             mValues.emplace_back(key, value);
         else
             found->second = value;
-        for (const auto& item : mItems)
-            item->renderer->setValue(value, key);
+        for (const auto& item : mItems) {
+            if (item->renderer)
+                item->renderer->setValue(value, key);
+        }
         if (!CFEqual(key, QCCompositionInputImageKey))
             return;
         mCredit = std::min(mCredit + budgetPerPicture, mostCredit);
@@ -75,8 +110,10 @@ void ThumbnailScheduler::resetValues()
 {
     const std::lock_guard lock(mLock);
     for (const auto& item : mItems) {
-        for (const auto& [key, value] : mValues)
-            item->renderer->setValue(nullptr, key);
+        for (const auto& [key, value] : mValues) {
+            if (item->renderer)
+                item->renderer->setValue(nullptr, key);
+        }
     }
     mValues.clear();
 }
@@ -98,8 +135,10 @@ void ThumbnailScheduler::setTileSize(std::size_t width, std::size_t height)
     const std::lock_guard lock(mLock);
     mWidth = width;
     mHeight = height;
-    for (const auto& item : mItems)
-        item->renderer->setOutputSize(width, height);
+    for (const auto& item : mItems) {
+        if (item->renderer)
+            item->renderer->setOutputSize(width, height);
+    }
 }
 
 void ThumbnailScheduler::request()
@@ -121,7 +160,7 @@ std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int6
     const auto interval = mMaxFrameRate > 0 ? static_cast<std::int64_t>(0.9e9 / mMaxFrameRate) : 0;
     for (std::size_t i = 0; i < mItems.size(); ++i) {
         auto item = mItems[(mNext + i) % mItems.size()];
-        if (item->rendered && now - item->lastRender < interval)
+        if (!item->visible || (item->rendered && now - item->lastRender < interval))
             continue;
         mNext = (mNext + i + 1) % mItems.size();
         return item;
@@ -132,23 +171,29 @@ std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int6
 void ThumbnailScheduler::renderNext()
 {
     std::shared_ptr<Item> item;
+    std::shared_ptr<ViewRenderer> renderer;
     const auto now = HostClock::nanoseconds();
     {
         const std::lock_guard lock(mLock);
         mWaits = false;
         item = mActive ? nextItem(now) : nullptr;
+        if (!item)
+            return;
+        renderer = item->renderer = rendererFor(*item);
+        forgetUnseen();
     }
-    if (!item)
-        return;
     const auto start = threadNanoseconds();
-    const bool rendered = item->renderer->render(static_cast<double>(now) * 1e-9);
+    const bool rendered = renderer->render(static_cast<double>(now) * 1e-9);
     if (rendered)
-        item->tile->setThumbnail(item->renderer->output().get());
+        item->tile->setThumbnail(renderer->output().get());
     const auto cost = threadNanoseconds() - start;
-    const std::lock_guard lock(mLock);
-    item->rendered = rendered;
-    item->lastRender = now;
-    mCredit = std::max(mCredit - cost, -mostDebt);
+    {
+        const std::lock_guard lock(mLock);
+        item->rendered = rendered;
+        item->lastRender = now;
+        mCredit = std::max(mCredit - cost, -mostDebt);
+    }
+    request();
 }
 
 }

@@ -5,8 +5,9 @@
 
 namespace CoreLattice {
 
-/// Renders the tiles of a picker in turn, so that all of them together stay within a budget of processor time, on the
-/// render thread when no view needs it. Any thread may use it.
+/// Renders those tiles of a picker that are on the screen in turn, so that all of them together stay within a budget of
+/// processor time, on the render thread when no view needs it. A composition is compiled when its tile is first seen,
+/// and forgotten again when many others were seen since; the tile keeps its picture. Any thread may use it.
 class ThumbnailScheduler : public std::enable_shared_from_this<ThumbnailScheduler> {
 public:
     /// Replaces the tiles; each new one gets the values that were set so far.
@@ -16,6 +17,8 @@ public:
     /// Every input back to its default, pictures too.
     void resetValues();
     void setActive(bool active);
+    /// Which of the tiles are on the screen; all of those that nothing was said about.
+    void setVisible(const std::vector<Ref<LTCCompositionPickerTile>>& tiles);
     /// Of one tile; 0 for as often as the budget allows.
     void setMaxFrameRate(double framesPerSecond);
     /// In pixels.
@@ -24,13 +27,16 @@ public:
 private:
     struct Item {
         Ref<LTCCompositionPickerTile> tile;
-        std::shared_ptr<ViewRenderer> renderer;
+        std::shared_ptr<ViewRenderer> renderer; ///< null while the composition is not compiled
         std::int64_t lastRender = 0; ///< nanoseconds on the host clock
         bool rendered = false;
+        bool visible = true;
     };
     std::shared_ptr<Item> itemFor(const Ref<LTCCompositionPickerTile>& tile) const;
+    std::shared_ptr<ViewRenderer> rendererFor(const Item& item) const;
     void request();
     void renderNext();
+    void forgetUnseen();
     /// The item whose turn it is, or null when none may be rendered yet.
     std::shared_ptr<Item> nextItem(std::int64_t now);
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import "qrc:/Interface/Controls"
 
-/// A colour as a well; a click opens hue, strength and brightness below it.
+/// A colour as a well; a click opens hue, strength, brightness and opacity below it.
 Column {
     id: well
 
@@ -87,6 +87,16 @@ Column {
         to: 1
         number: well.shown.hsvValue
         onChosen: v => well.choose(well.hue, well.shown.hsvSaturation, v)
+        onResetWanted: well.resetWanted()
+    }
+    ParameterSlider {
+        visible: well.isOpen
+        width: parent.width
+        label: qsTr("Opacity")
+        from: 0
+        to: 1
+        number: well.components[3]
+        onChosen: a => well.chosen([well.components[0], well.components[1], well.components[2], a])
         onResetWanted: well.resetWanted()
     }
 }

@@ -18,6 +18,8 @@ Item {
     KeyBinding { id: label; object: row.parameter; keyPath: "label" }
     KeyBinding { id: minimum; object: row.parameter; keyPath: "minimum" }
     KeyBinding { id: maximum; object: row.parameter; keyPath: "maximum" }
+    KeyBinding { id: minimumUpwards; object: row.parameter; keyPath: "minimumUpwards" }
+    KeyBinding { id: maximumUpwards; object: row.parameter; keyPath: "maximumUpwards" }
     KeyBinding { id: valueBinding; object: row.parameter; keyPath: "value" }
     KeyBinding { id: choices; object: row.parameter; keyPath: "labels" }
     KeyBinding { id: choiceBinding; object: row.parameter; keyPath: "selectedLabel" }
@@ -89,31 +91,13 @@ Item {
     Component {
         id: point
 
-        Column {
-            id: axes
-
-            readonly property var place: row.number ?? [0, 0]
-
-            spacing: 10
-
-            ParameterSlider {
-                width: parent.width
-                label: qsTr("%1, across").arg(row.labelText)
-                from: minimum.value ?? 0
-                to: maximum.value ?? 1
-                number: axes.place[0]
-                onChosen: chosenNumber => valueBinding.value = [chosenNumber, axes.place[1]]
-                onResetWanted: reset.send()
-            }
-            ParameterSlider {
-                width: parent.width
-                label: qsTr("%1, upwards").arg(row.labelText)
-                from: minimum.value ?? 0
-                to: maximum.value ?? 1
-                number: axes.place[1]
-                onChosen: chosenNumber => valueBinding.value = [axes.place[0], chosenNumber]
-                onResetWanted: reset.send()
-            }
+        ParameterPoint {
+            label: row.labelText
+            place: row.number ?? [0, 0]
+            least: [minimum.value ?? 0, minimumUpwards.value ?? 0]
+            most: [maximum.value ?? 1, maximumUpwards.value ?? 1]
+            onChosen: chosenPlace => valueBinding.value = chosenPlace
+            onResetWanted: reset.send()
         }
     }
     Component {

@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import "qrc:/Interface/Controls"
 
-/// A number on a line between its bounds. A double click, or the key for deleting, brings the default back.
+/// A number on a line between its bounds. A double click, or the key for deleting, brings the default back; a click on
+/// the figure, or a digit, begins to write another one.
 T.Slider {
     id: slider
 
@@ -31,6 +32,13 @@ T.Slider {
         lastPress = now;
     }
     Keys.onDeletePressed: resetWanted()
+    Keys.onPressed: event => {
+        if (/^[0-9.,-]$/.test(event.text)) {
+            figure.write(event.text);
+            event.accepted = true;
+        }
+    }
+    readonly property int decimals: to - from >= 20 ? 0 : to - from >= 4 ? 1 : 2
 
     Timer {
         id: resetSoon
@@ -58,12 +66,15 @@ T.Slider {
         font.pixelSize: Theme.textSize
         elide: Text.ElideRight
     }
-    Text {
+    NumberField {
         id: figure
+
         anchors.right: parent.right
-        text: slider.value.toFixed(slider.to - slider.from >= 20 ? 0 : slider.to - slider.from >= 4 ? 1 : 2)
-        color: Theme.text
-        font.pixelSize: Theme.textSize
+        label: slider.label
+        number: slider.value
+        decimals: slider.decimals
+        onChosen: chosenNumber => slider.chosen(Math.min(slider.to, Math.max(slider.from, chosenNumber)))
+        onDone: slider.forceActiveFocus(Qt.TabFocusReason)
     }
 
     background: Item {
@@ -101,5 +112,4 @@ T.Slider {
             visible: slider.visualFocus
         }
     }
-
 }

@@ -119,3 +119,105 @@ TEST_F(Picker, RendersItsTilesInTurnAsPicturesCome)
     picker->stopAnimation(nullptr);
     EXPECT_FALSE(picker->isAnimating());
 }
+
+TEST_F(Picker, ShowsWhatMatchesASearchAndACategory)
+{
+    const auto shown = [&] {
+        std::vector<std::string> names;
+        for (const auto& value : picker->shownTiles()->values())
+            names.push_back(kindOf<LTCCompositionPickerTile>(value)->name()->string());
+        return names;
+    };
+    EXPECT_EQ(picker->shownTiles()->count(), picker->tiles()->count());
+    picker->setSearchText(CFSTR("  rAd "));
+    EXPECT_THAT(shown(), testing::Contains("Radar"));
+    EXPECT_THAT(shown(), testing::Not(testing::Contains("Retro")));
+    picker->selectShownTileAtIndex(0);
+    EXPECT_THAT(delegate->selections, testing::SizeIs(1));
+    EXPECT_EQ(picker->selectedIndex(), indexOf(delegate->selections[0]));
+    EXPECT_EQ(picker->shownIndex(), 0);
+
+    // What was selected stays it when it is hidden.
+    const auto selected = picker->selectedIndex();
+    picker->setSearchText(CFSTR("radar nothing-has-this"));
+    EXPECT_THAT(shown(), testing::IsEmpty());
+    EXPECT_EQ(picker->shownCompositionCount(), 0U);
+    EXPECT_EQ(picker->shownIndex(), -1);
+    EXPECT_EQ(picker->selectedIndex(), selected);
+    picker->selectShownTileAtIndex(0);
+    EXPECT_THAT(delegate->selections, testing::SizeIs(1));
+
+    picker->setSearchText(CFSTR(""));
+    EXPECT_EQ(picker->shownTiles()->count(), picker->tiles()->count());
+    EXPECT_EQ(picker->shownIndex(), selected);
+}
+
+TEST_F(Picker, NarrowsDownToACategory)
+{
+    const auto categories = picker->categories()->values();
+    ASSERT_FALSE(categories.empty());
+    std::size_t most = 0;
+    for (const auto& value : categories) {
+        auto* const category = kindOf<CFString>(value);
+        picker->setCategory(category);
+        const auto count = picker->shownTiles()->count();
+        EXPECT_GT(count, 0U) << category->string();
+        EXPECT_LT(count, picker->tiles()->count()) << category->string();
+        for (const auto& tile : picker->shownTiles()->values()) {
+            EXPECT_TRUE(kindOf<LTCCompositionPickerTile>(tile)
+                            ->composition()
+                            ->attributes()
+                            ->get<CFArray>(LTCCompositionCategoriesKey)
+                            ->containsObject(category));
+        }
+        // A category can be searched for as well.
+        picker->setCategory(nullptr);
+        picker->setSearchText(category);
+        EXPECT_GE(picker->shownTiles()->count(), count) << category->string();
+        picker->setSearchText(nullptr);
+        most = std::max(most, count);
+    }
+    EXPECT_GT(most, 4U);
+    EXPECT_EQ(picker->shownTiles()->count(), picker->tiles()->count());
+}
+
+TEST_F(Picker, RendersOnlyWhatIsOnTheScreen)
+{
+    picker->startAnimation(nullptr);
+    const auto range = make<CFArray>();
+    range->append(CFNumber::create(1).get());
+    range->append(CFNumber::create(2).get());
+    picker->setValue_forKey(range, "visibleTiles");
+    const auto image = CIImage::imageWithCVImageBuffer(Pictures::plain(640, 360, { 200, 150, 100 }).get());
+    int pictures = 0;
+    // Many more pictures than it takes to come round.
+    const bool done = DispatchMain::runUntil(
+        [&] {
+            const AutoreleasePool inner;
+            picker->setDefaultValue_forInputKey(image, QCCompositionInputImageKey);
+            return tile(1).thumbnail() && tile(2).thumbnail() && ++pictures > 200;
+        },
+        60);
+    EXPECT_TRUE(done);
+    EXPECT_FALSE(tile(0).thumbnail());
+    for (std::size_t i = 3; i < picker->tiles()->count(); ++i)
+        EXPECT_FALSE(tile(i).thumbnail()) << i;
+
+    // What comes into sight is rendered from then on.
+    range->append(CFNumber::create(9).get());
+    picker->setValue_forKey(range, "visibleTiles");
+    EXPECT_EQ(picker->visibleTiles()->count(), 2U) << "three numbers are no range";
+    const auto all = make<CFArray>();
+    all->append(CFNumber::create(0).get());
+    all->append(CFNumber::create(4).get());
+    picker->setValue_forKey(all, "visibleTiles");
+    const bool more = DispatchMain::runUntil(
+        [&] {
+            const AutoreleasePool inner;
+            picker->setDefaultValue_forInputKey(image, QCCompositionInputImageKey);
+            return tile(0).thumbnail() && tile(3).thumbnail();
+        },
+        60);
+    EXPECT_TRUE(more);
+    picker->stopAnimation(nullptr);
+}

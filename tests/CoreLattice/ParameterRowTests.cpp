@@ -26,7 +26,7 @@ QQuickItem* find(QQuickItem* item, const char* className)
 
 }
 
-TEST(ParameterRow, TheSliderAndTheMenuSetTheirParameters)
+TEST(ParameterRow, TheControlsSetTheirParameters)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
@@ -36,6 +36,7 @@ TEST(ParameterRow, TheSliderAndTheMenuSetTheirParameters)
     renderer->loadComposition(Pictures::composition(R"(/*{ "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "level", "TYPE": "float", "DEFAULT": 0.5 },
+        { "NAME": "place", "TYPE": "point2D", "DEFAULT": [0.25, 40], "MIN": [0, 10], "MAX": [1, 110] },
         { "NAME": "mode", "TYPE": "long", "VALUES": [3, 7], "LABELS": ["Three", "Seven"], "DEFAULT": 3 } ] }*/ void main() {})"));
     const auto view = make<LTCCompositionParameterView>();
     view->setCompositionRenderer(renderer);
@@ -61,7 +62,43 @@ TEST(ParameterRow, TheSliderAndTheMenuSetTheirParameters)
     EXPECT_EQ(number("level"), 0.5);
     EXPECT_EQ(slider->property("value").toDouble(), 0.5);
 
-    const auto mode = rowOf(1);
+    auto* const figure = find(slider, "QQuickTextInput");
+    ASSERT_TRUE(figure);
+    const auto write = [](QQuickItem* field, const char* text) {
+        QMetaObject::invokeMethod(field, "write", Q_ARG(QVariant, QString::fromUtf8(text)));
+        QMetaObject::invokeMethod(field, "finish", Q_ARG(QVariant, true));
+    };
+    write(figure, "0,625");
+    EXPECT_EQ(number("level"), 0.625);
+    write(figure, "7");
+    EXPECT_EQ(number("level"), 1) << "held within its bounds";
+    write(figure, "-");
+    EXPECT_EQ(number("level"), 1) << "no number changes nothing";
+    EXPECT_EQ(figure->property("text").toString(), figure->property("figure").toString());
+
+    const auto place = rowOf(1);
+    auto* const pad = qobject_cast<QQuickItem*>(place.get());
+    auto* const across = find(pad, "QQuickTextInput");
+    ASSERT_TRUE(across);
+    write(across, "0.5");
+    const auto coordinate = [&](std::size_t axis) {
+        return kindOf<CFNumber>(kindOf<CFArray>(renderer->valueForInputKey(CFSTR("place")))->objectAtIndex(axis))
+            ->doubleValue();
+    };
+    EXPECT_EQ(coordinate(0), 0.5);
+    EXPECT_EQ(coordinate(1), 40);
+    auto* const point = pad->childItems().at(0)->childItems().at(0);
+    QMetaObject::invokeMethod(point, "move", Q_ARG(QVariant, -0.25), Q_ARG(QVariant, 0.1));
+    EXPECT_EQ(coordinate(0), 0.25);
+    EXPECT_EQ(coordinate(1), 50);
+    QMetaObject::invokeMethod(point, "move", Q_ARG(QVariant, -2), Q_ARG(QVariant, 2));
+    EXPECT_EQ(coordinate(0), 0);
+    EXPECT_EQ(coordinate(1), 110);
+    QMetaObject::invokeMethod(point, "resetWanted");
+    EXPECT_EQ(coordinate(0), 0.25);
+    EXPECT_EQ(coordinate(1), 40);
+
+    const auto mode = rowOf(2);
     auto* const menu = find(qobject_cast<QQuickItem*>(mode.get()), "QQuickComboBox");
     ASSERT_TRUE(menu);
     QMetaObject::invokeMethod(menu, "activated", Q_ARG(int, 1));
