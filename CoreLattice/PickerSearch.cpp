@@ -35,9 +35,9 @@ Ref<CFArray> categoriesOf(const std::vector<Ref<LTCCompositionPickerTile>>& tile
     // Files differ in capitals; the first spelling is shown.
     std::ranges::stable_sort(
         all, [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
-    const auto rest = std::ranges::unique(
-        all, [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) == 0; });
-    all.erase(rest.begin(), rest.end());
+    const auto rest = std::unique(all.begin(), all.end(),
+        [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) == 0; });
+    all.erase(rest, all.end());
     auto result = make<CFArray>();
     for (const auto& category : all)
         result->append(CFString::create(category.toStdString()).get());
