@@ -25,6 +25,13 @@ LTCCompositionPickerTile::LTCCompositionPickerTile(LTCUnusableComposition* unusa
 {
 }
 
+NSObject* LTCCompositionPickerTile::subject() const
+{
+    if (mComposition)
+        return mComposition;
+    return mUnusable;
+}
+
 CFString* LTCCompositionPickerTile::name() const
 {
     return mComposition ? mComposition->name() : lastPathComponent(mUnusable->name());
@@ -43,9 +50,4 @@ CVPixelBuffer* LTCCompositionPickerTile::thumbnail() const
 void LTCCompositionPickerTile::setThumbnail(CVPixelBuffer* thumbnail)
 {
     mLayer->setContents(thumbnail);
-}
-
-bool LTCCompositionPickerTile::isFor(CFType* subject) const
-{
-    return mComposition ? CFEqual(mComposition, subject) : CFEqual(mUnusable, subject);
 }

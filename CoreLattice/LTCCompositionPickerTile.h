@@ -18,6 +18,8 @@ public:
     /// Null for a file that cannot be used.
     QCComposition* composition() const { return mComposition; }
     bool isUsable() const { return mComposition; }
+    /// The `QCComposition` or the `LTCUnusableComposition` that the tile is for.
+    NSObject* subject() const;
     CFString* name() const;
     /// What the composition says about itself; why a file cannot be used.
     CFString* explanation() const;
@@ -25,9 +27,6 @@ public:
     /// Null before the first picture; kept by the innermost pool.
     CVPixelBuffer* thumbnail() const;
     void setThumbnail(CVPixelBuffer* thumbnail);
-
-    /// Whether this is the tile for \p subject, a `QCComposition` or an `LTCUnusableComposition`.
-    bool isFor(CFType* subject) const;
 
 private:
     const Ref<QCComposition> mComposition;

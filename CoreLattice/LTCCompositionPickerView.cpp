@@ -12,6 +12,14 @@ namespace {
 constexpr std::size_t mostNoticeLines = 3;
 constexpr std::int64_t noticeStays = 8 * static_cast<std::int64_t>(NSEC_PER_SEC);
 
+/// What stays the same while a file is edited.
+std::string keyOf(CFType* subject)
+{
+    if (const auto* const composition = kindOf<QCComposition>(subject))
+        return "composition " + composition->identifier()->string();
+    return "file " + kindOf<LTCUnusableComposition>(subject)->file()->string();
+}
+
 }
 
 NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
@@ -149,10 +157,13 @@ void LTCCompositionPickerView::listCompositions()
 {
     auto included = includedCompositions();
     const auto unusable = repository()->unusableCompositions();
+    const auto known = tilesByKey();
     std::vector<Ref<LTCCompositionPickerTile>> tiles;
     for (const auto* const subjects : { included.get(), unusable.get() }) {
-        for (const auto& subject : subjects->values())
-            tiles.push_back(tileFor(subject));
+        for (const auto& subject : subjects->values()) {
+            const auto found = known.find(keyOf(subject));
+            tiles.push_back(tileFor(subject, found == known.end() ? nullptr : found->second.get()));
+        }
     }
     setTiles(std::move(tiles), std::move(included));
 }
@@ -174,23 +185,29 @@ Ref<CFArray> LTCCompositionPickerView::includedCompositions()
     return included;
 }
 
-/// The tile that it has already, or else a new one, with the picture of the version before until it has its own.
-Ref<LTCCompositionPickerTile> LTCCompositionPickerView::tileFor(CFType* subject) const
+/// The present tiles; there may be hundreds.
+std::map<std::string, Ref<LTCCompositionPickerTile>> LTCCompositionPickerView::tilesByKey() const
 {
-    auto* const composition = kindOf<QCComposition>(subject);
-    Ref<CVPixelBuffer> former;
+    std::map<std::string, Ref<LTCCompositionPickerTile>> result;
     for (const auto& value : mTiles->values()) {
         auto* const tile = kindOf<LTCCompositionPickerTile>(value);
-        if (tile->isFor(subject))
-            return tile;
-        if (composition && tile->isUsable() && CFEqual(tile->composition()->identifier(), composition->identifier()))
-            former = tile->thumbnail();
+        result.emplace(keyOf(tile->subject()), tile);
     }
+    return result;
+}
+
+/// \param former  of a composition with the same identifier, or of the same file; null when there is none. It stays
+///     where it is for the same thing; else the new one has its picture until it has one of its own.
+Ref<LTCCompositionPickerTile> LTCCompositionPickerView::tileFor(CFType* subject, LTCCompositionPickerTile* former)
+{
+    if (former && CFEqual(former->subject(), subject))
+        return former;
+    auto* const composition = kindOf<QCComposition>(subject);
     if (!composition)
         return make<LTCCompositionPickerTile>(kindOf<LTCUnusableComposition>(subject));
     auto tile = make<LTCCompositionPickerTile>(composition);
-    if (former)
-        tile->setThumbnail(former);
+    if (auto* const picture = former ? former->thumbnail() : nullptr)
+        tile->setThumbnail(picture);
     return tile;
 }
 

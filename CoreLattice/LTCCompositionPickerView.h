@@ -9,6 +9,8 @@
 #include "Platform/dispatch/dispatch.h"
 #include "Platform/Foundation/NSNotification.h"
 
+#include <map>
+
 namespace CoreLattice {
 class ThumbnailScheduler;
 }
@@ -97,7 +99,8 @@ private:
     LTCCompositionRepository* repository() const;
     void listCompositions();
     Ref<CFArray> includedCompositions();
-    Ref<LTCCompositionPickerTile> tileFor(CFType* subject) const;
+    std::map<std::string, Ref<LTCCompositionPickerTile>> tilesByKey() const;
+    static Ref<LTCCompositionPickerTile> tileFor(CFType* subject, LTCCompositionPickerTile* former);
     void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions);
     void setNotice(std::string text);
     void showMatchingTiles();
