@@ -250,7 +250,7 @@ bool ISFHeaderReader::readType(const Json& entry, ISFInput& input)
 
 bool ISFHeaderReader::readMenu(const Json& entry, ISFInput& input)
 {
-    static const json none = json::array();
+    const json none = json::array();
     const auto listAt = [&](const char* key) -> const json& {
         const auto found = entry.value.find(key);
         return found != entry.value.end() && found->is_array() ? *found : none;

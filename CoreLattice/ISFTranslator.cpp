@@ -109,12 +109,12 @@ struct Value {
     std::string name;
 };
 
-/// The format's own values.
-const std::vector<Value>& ownValues()
+/// The format's own values. Made each time: the render thread may still translate while the process takes its static
+/// objects down.
+std::vector<Value> ownValues()
 {
-    static const std::vector<Value> values { { "vec2", "RENDERSIZE" }, { "float", "TIME" }, { "float", "TIMEDELTA" },
-        { "vec4", "DATE" }, { "int", "FRAMEINDEX" } };
-    return values;
+    return { { "vec2", "RENDERSIZE" }, { "float", "TIME" }, { "float", "TIMEDELTA" }, { "vec4", "DATE" },
+        { "int", "FRAMEINDEX" } };
 }
 
 /// The values that the vertex shader hands to the fragment shader as flat inputs. The software driver reads one of

@@ -29,10 +29,26 @@ RenderThread& RenderThread::shared()
         // The graphics driver goes away early while a process exits, so the thread stops before that where the program
         // ends in order.
         DispatchMain::whenThreadsStop([] { owner->stop(); });
-        std::atexit([] { owner->stop(); });
+        stopAtExit();
         return *owner;
     }();
     return thread;
+}
+
+void RenderThread::stopAtExit()
+{
+    std::atexit([] { shared().stop(); });
+}
+
+/// What is set up last is taken down first when the process exits: the driver that came with the context, and the
+/// compiler that came with the first filter. So the thread's end is registered again after each.
+void RenderThread::stopBeforeTheDriver()
+{
+    const int parts = !mContext ? 0 : !mCompiled ? 1 : 2;
+    if (parts <= mDriverParts)
+        return;
+    mDriverParts = parts;
+    stopAtExit();
 }
 
 RenderThread::RenderThread()
@@ -171,6 +187,7 @@ void RenderThread::run()
         }
         const AutoreleasePool pool;
         work();
+        stopBeforeTheDriver();
         releaseCompilerWhenUnused();
     }
 }

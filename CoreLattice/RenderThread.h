@@ -50,6 +50,8 @@ private:
     void run();
     bool renewContext();
     void releaseCompilerWhenUnused();
+    static void stopAtExit();
+    void stopBeforeTheDriver();
 
     std::mutex mLock;
     std::condition_variable mWake;
@@ -61,6 +63,7 @@ private:
     bool mToldOfLoss = false; ///< of one that has not been replaced yet
     std::unique_ptr<GLContext> mContext;
     std::optional<std::chrono::steady_clock::time_point> mCompiled; ///< empty when nothing was since the memory went
+    int mDriverParts = 0; ///< that the process has so far, see `stopBeforeTheDriver`
     std::thread mThread;
 };
 

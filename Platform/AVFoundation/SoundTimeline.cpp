@@ -1,6 +1,7 @@
 #include "Platform/AVFoundation/SoundTimeline.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -207,7 +208,7 @@ void SoundTimeline::fill(std::int64_t now)
 
 void SoundTimeline::addSilence(double seconds)
 {
-    static const std::vector<std::int16_t> silence(piece * channels);
+    static constexpr std::array<std::int16_t, piece * channels> silence {};
     auto frames = static_cast<std::size_t>(std::llround(seconds * rate / (1 + mStretch)));
     for (; frames > 0; frames -= std::min(frames, piece))
         deliver(std::span(silence).first(std::min(frames, piece) * channels));
