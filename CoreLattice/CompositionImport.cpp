@@ -181,7 +181,8 @@ private:
                 fs::copy_file(file.fragment.parent_path() / picture, folder / picture, fs::copy_options::skip_existing);
             }
             if (!file.vertex.empty())
-                fs::copy_file(file.vertex, folder / (stem + file.vertex.extension().string()));
+                fs::copy_file(file.vertex, folder / (stem + file.vertex.extension().string()),
+                    fs::copy_options::skip_existing); // two files of a folder may share it
             fs::rename(unfinished, folder / (stem + extension));
             mResult.push_back({ folder / (stem + extension), std::nullopt });
         } catch (const fs::filesystem_error& error) {

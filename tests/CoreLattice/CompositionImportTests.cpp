@@ -52,6 +52,15 @@ protected:
 
 }
 
+TEST_F(CompositionImport, FilesOfAFolderMayShareTheirVertexShader)
+{
+    write(source() / "Weather" / "Rain.fs", plain);
+    write(source() / "Weather" / "Rain.isf", plain);
+    write(source() / "Weather" / "Rain.vs", "void main() { isf_vertShaderInit(); }");
+    EXPECT_THAT(import({ "Weather" }), testing::UnorderedElementsAre("Weather/Rain.fs", "Weather/Rain.isf"));
+    EXPECT_THAT(everything(), ElementsAre("Weather/Rain.fs", "Weather/Rain.isf", "Weather/Rain.vs"));
+}
+
 TEST_F(CompositionImport, OverwritesNothing)
 {
     write(source() / "Rain.fs", plain);
