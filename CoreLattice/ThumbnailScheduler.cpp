@@ -160,7 +160,7 @@ std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int6
     const auto interval = mMaxFrameRate > 0 ? static_cast<std::int64_t>(0.9e9 / mMaxFrameRate) : 0;
     for (std::size_t i = 0; i < mItems.size(); ++i) {
         auto item = mItems[(mNext + i) % mItems.size()];
-        if (!item->visible || (item->rendered && now - item->lastRender < interval))
+        if (!item->visible || now - item->lastRender < interval)
             continue;
         mNext = (mNext + i + 1) % mItems.size();
         return item;
@@ -183,13 +183,11 @@ void ThumbnailScheduler::renderNext()
         forgetUnseen();
     }
     const auto start = threadNanoseconds();
-    const bool rendered = renderer->render(static_cast<double>(now) * 1e-9);
-    if (rendered)
+    if (renderer->render(static_cast<double>(now) * 1e-9))
         item->tile->setThumbnail(renderer->output().get());
     const auto cost = threadNanoseconds() - start;
     {
         const std::lock_guard lock(mLock);
-        item->rendered = rendered;
         item->lastRender = now;
         mCredit = std::max(mCredit - cost, -mostDebt);
     }

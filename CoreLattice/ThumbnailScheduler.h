@@ -28,8 +28,7 @@ private:
     struct Item {
         Ref<LTCCompositionPickerTile> tile;
         std::shared_ptr<ViewRenderer> renderer; ///< null while the composition is not compiled
-        std::int64_t lastRender = 0; ///< nanoseconds on the host clock
-        bool rendered = false;
+        std::int64_t lastRender = 0; ///< nanoseconds on the host clock, also of one that failed
         bool visible = true;
     };
     std::shared_ptr<Item> itemFor(const Ref<LTCCompositionPickerTile>& tile) const;
