@@ -231,18 +231,6 @@ TEST_F(LTCCamWindowControllerTest, BothFormatModelsFollowTheFrames)
     EXPECT_EQ(processedFormat->videoFormat()->dimensions(), (CMVideoDimensions { 32, 32 }));
 }
 
-TEST_F(LTCCamWindowControllerTest, HelperCompositionsAreNotOffered)
-{
-    LTCCompositionRepository::sharedCompositionRepository()->registerApplicationCompositionWithName(
-        CFSTR("QCImageFilterProtocol"));
-    auto* const offered = LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterProtocol"));
-    ASSERT_TRUE(offered);
-    EXPECT_TRUE(controller->compositionPickerView_shouldIncludeComposition(nullptr, offered));
-    const auto hidden = make<QCComposition>(CFString::create("/sharpen"), offered->document());
-    EXPECT_FALSE(controller->compositionPickerView_shouldIncludeComposition(nullptr, hidden));
-    EXPECT_EQ(controller->hiddenCompositionIdentifiers()->count(), 4u);
-}
-
 TEST_F(LTCCamWindowControllerTest, WhatTheProgramDrivesItselfIsNoParameter)
 {
     const auto shows = [&](CFString* key) {
@@ -298,16 +286,6 @@ TEST_F(LTCCamWindowControllerTest, WithoutAPickerNothingIsQueuedForAFrame)
     const auto captured = frame();
     controller->setQCPickerViewPreviewInputImage(captured);
     EXPECT_EQ(captured->retainCount(), 1);
-}
-
-TEST_F(LTCCamWindowControllerTest, APickerWithoutItsProtocolIsReported)
-{
-    const auto impostor = make<NSObject>();
-    controller->outletQCPickerView = impostor;
-    StandardErrorCapture capture;
-    controller->prepareLTCCompositionPickerView();
-    EXPECT_THAT(capture.text(),
-        HasSubstr("SRC>>[self.outletQCPickerView conformsToProtocol:@protocol(LTCCompositionPickerViewProtocol)]"));
 }
 
 TEST_F(LTCCamWindowControllerTest, ClearingTheDelegatesEndsTheCoupling)
