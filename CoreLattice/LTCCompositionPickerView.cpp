@@ -5,6 +5,7 @@
 #include "CoreLattice/ThumbnailScheduler.h"
 
 #include <algorithm>
+#include <cmath>
 #include <span>
 
 namespace {
@@ -99,8 +100,7 @@ void LTCCompositionPickerView::setCompositionsFromRepositoryWithProtocol_andAttr
         return;
     mProtocol = protocol;
     mAttributes = attributes;
-    listCompositions();
-    setSelectedIndex(-1);
+    listCompositions(nullptr);
 }
 
 void LTCCompositionPickerView::_repositoryDidUpdate(NSNotification* notification)
@@ -108,12 +108,7 @@ void LTCCompositionPickerView::_repositoryDidUpdate(NSNotification* notification
     if (!mProtocol || notification->object() != repository())
         return;
     const Ref<QCComposition> selected = selectedComposition();
-    listCompositions();
-    const auto compositions = mCompositions->values();
-    const auto found = std::ranges::find_if(compositions, [&](const Ref<CFType>& composition) {
-        return selected && CFEqual(kindOf<QCComposition>(composition)->identifier(), selected->identifier());
-    });
-    setSelectedIndex(found == compositions.end() ? -1 : found - compositions.begin());
+    listCompositions(selected ? selected->identifier() : nullptr);
 }
 
 void LTCCompositionPickerView::_repositoryDidAddFiles(NSNotification* notification)
@@ -153,7 +148,8 @@ void LTCCompositionPickerView::setNotice(std::string text)
         });
 }
 
-void LTCCompositionPickerView::listCompositions()
+/// \param selected  the identifier of the composition that is to be the selected one, if there is one; null for none
+void LTCCompositionPickerView::listCompositions(CFString* selected)
 {
     auto included = includedCompositions();
     const auto unusable = repository()->unusableCompositions();
@@ -165,7 +161,12 @@ void LTCCompositionPickerView::listCompositions()
             tiles.push_back(tileFor(subject, found == known.end() ? nullptr : found->second.get()));
         }
     }
-    setTiles(std::move(tiles), std::move(included));
+    const auto compositions = included->values();
+    const auto found = std::ranges::find_if(compositions, [&](const Ref<CFType>& composition) {
+        return selected && CFEqual(kindOf<QCComposition>(composition)->identifier(), selected);
+    });
+    setTiles(std::move(tiles), std::move(included),
+        found == compositions.end() ? -1 : static_cast<long>(found - compositions.begin()));
 }
 
 /// What the repository has and the delegate does not leave out.
@@ -211,22 +212,31 @@ Ref<LTCCompositionPickerTile> LTCCompositionPickerView::tileFor(CFType* subject,
     return tile;
 }
 
-void LTCCompositionPickerView::setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions)
+/// Replaces all that belongs together before anybody is told, since who is told of one may ask for the others.
+void LTCCompositionPickerView::setTiles(
+    std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions, long selectedIndex)
 {
     auto all = CFArray::create(tiles);
-    if (all->values() == mTiles->values())
+    if (all->values() == mTiles->values()) {
+        setSelectedIndex(selectedIndex);
         return;
+    }
     {
         const NSKeyValueChange compositionsChange(this, "compositions");
         const NSKeyValueChange tilesChange(this, "tiles");
+        const NSKeyValueChange shownChange(this, "shownTiles");
         const NSKeyValueChange categoriesChange(this, "categories");
+        const NSKeyValueChange indexChange(this, "selectedIndex");
+        const NSKeyValueChange compositionChange(this, "selectedComposition");
         mCompositions = std::move(compositions);
         mTiles = std::move(all);
+        mShownTiles = matchingTiles();
         mCategories = CoreLattice::categoriesOf(tiles);
+        mSelectedIndex = selectedIndex;
     }
     std::erase_if(tiles, [](const Ref<LTCCompositionPickerTile>& tile) { return !tile->isUsable(); });
     mScheduler->setTiles(tiles);
-    showMatchingTiles();
+    tellVisibleTiles();
 }
 
 void LTCCompositionPickerView::setCategory(CFString* category)
@@ -243,13 +253,19 @@ void LTCCompositionPickerView::setSearchText(CFString* text)
     showMatchingTiles();
 }
 
-void LTCCompositionPickerView::showMatchingTiles()
+Ref<CFArray> LTCCompositionPickerView::matchingTiles() const
 {
-    auto shown = make<CFArray>();
+    auto result = make<CFArray>();
     for (const auto& value : mTiles->values()) {
         if (CoreLattice::matches(*kindOf<LTCCompositionPickerTile>(value), mCategory, mSearchText))
-            shown->append(value);
+            result->append(value);
     }
+    return result;
+}
+
+void LTCCompositionPickerView::showMatchingTiles()
+{
+    auto shown = matchingTiles();
     if (shown->values() != mShownTiles->values()) {
         const NSKeyValueChange change(this, "shownTiles");
         mShownTiles = std::move(shown);
@@ -382,7 +398,8 @@ void LTCCompositionPickerView::setAllowsEmptySelection(bool allows)
 
 void LTCCompositionPickerView::setCompositionAspectRatio(CGSize ratio)
 {
-    if (ratio.width <= 0 || ratio.height <= 0)
+    const auto isSide = [](CGFloat side) { return std::isfinite(side) && side > 0; };
+    if (!isSide(ratio.width) || !isSide(ratio.height))
         return;
     mCompositionAspectRatio = ratio;
     mScheduler->setTileSize(static_cast<std::size_t>(std::clamp(tileHeight * ratio.width / ratio.height, 16.0, 1024.0)),
@@ -411,6 +428,8 @@ void LTCCompositionPickerView::setSelectedComposition(QCComposition* composition
 
 void LTCCompositionPickerView::setMaxAnimationFrameRate(float framesPerSecond)
 {
+    if (!std::isfinite(framesPerSecond) || framesPerSecond < 0)
+        return;
     mMaxAnimationFrameRate = framesPerSecond;
     mScheduler->setMaxFrameRate(framesPerSecond);
 }

@@ -97,12 +97,13 @@ private:
     static constexpr double tileHeight = 81; ///< in pixels
     void setSelectedIndex(long index);
     LTCCompositionRepository* repository() const;
-    void listCompositions();
+    void listCompositions(CFString* selected);
     Ref<CFArray> includedCompositions();
     std::map<std::string, Ref<LTCCompositionPickerTile>> tilesByKey() const;
     static Ref<LTCCompositionPickerTile> tileFor(CFType* subject, LTCCompositionPickerTile* former);
-    void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions);
+    void setTiles(std::vector<Ref<LTCCompositionPickerTile>> tiles, Ref<CFArray> compositions, long selectedIndex);
     void setNotice(std::string text);
+    Ref<CFArray> matchingTiles() const;
     void showMatchingTiles();
     void tellVisibleTiles();
     void _repositoryDidUpdate(NSNotification* notification);

@@ -1,7 +1,7 @@
 #include "CoreLattice/ThumbnailScheduler.h"
 
 #include "CoreLattice/RenderThread.h"
-#include "Platform/CoreFoundation/HostClock.h"
+#include "Platform/CoreImage/CIContext.h"
 
 #include <algorithm>
 #include <ctime>
@@ -17,6 +17,8 @@ constexpr std::int64_t budgetPerPicture = 1'800'000;
 constexpr std::int64_t mostCredit = 2 * budgetPerPicture;
 // What is owed at most: the first picture of a tile pays for its shader too, and the next tile is not to wait for that.
 constexpr std::int64_t mostDebt = 10 * budgetPerPicture;
+// Between two pictures of a tile, in nanoseconds: as long as never.
+constexpr double longestInterval = 1e18;
 // Compositions of tiles that are not on the screen, kept compiled for when they are scrolled back.
 constexpr std::size_t mostUnseen = 16;
 
@@ -88,6 +90,11 @@ void ThumbnailScheduler::forgetUnseen()
 
 void ThumbnailScheduler::setValue(CFType* value, CFString* key)
 {
+    // What is still to be done to an image is done once for all tiles.
+    Ref<CFType> settled(value);
+    if (const auto* const image = kindOf<CIImage>(value))
+        settled = CIContext::createPixelBuffer(*image);
+    value = settled;
     {
         const std::lock_guard lock(mLock);
         const auto found = std::ranges::find_if(mValues, [&](const auto& entry) { return CFEqual(entry.first, key); });
@@ -157,10 +164,11 @@ void ThumbnailScheduler::request()
 
 std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int64_t now)
 {
-    const auto interval = mMaxFrameRate > 0 ? static_cast<std::int64_t>(0.9e9 / mMaxFrameRate) : 0;
+    const auto interval
+        = mMaxFrameRate > 0 ? static_cast<std::int64_t>(std::min(0.9e9 / mMaxFrameRate, longestInterval)) : 0;
     for (std::size_t i = 0; i < mItems.size(); ++i) {
         auto item = mItems[(mNext + i) % mItems.size()];
-        if (!item->visible || now - item->lastRender < interval)
+        if (!item->visible || (item->lastRender != 0 && now - item->lastRender < interval))
             continue;
         mNext = (mNext + i + 1) % mItems.size();
         return item;
@@ -183,7 +191,7 @@ void ThumbnailScheduler::renderNext()
         forgetUnseen();
     }
     const auto start = threadNanoseconds();
-    if (renderer->render(static_cast<double>(now) * 1e-9))
+    if (renderer->render(static_cast<double>(now - mStart) * 1e-9))
         item->tile->setThumbnail(renderer->output().get());
     const auto cost = threadNanoseconds() - start;
     {

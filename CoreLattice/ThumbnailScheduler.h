@@ -2,6 +2,7 @@
 
 #include "CoreLattice/LTCCompositionPickerTile.h"
 #include "CoreLattice/ViewRenderer.h"
+#include "Platform/CoreFoundation/HostClock.h"
 
 namespace CoreLattice {
 
@@ -39,6 +40,8 @@ private:
     /// The item whose turn it is, or null when none may be rendered yet.
     std::shared_ptr<Item> nextItem(std::int64_t now);
 
+    /// Where the tiles' time begins, in nanoseconds on the host clock.
+    const std::int64_t mStart = HostClock::nanoseconds();
     std::mutex mLock;
     std::vector<std::shared_ptr<Item>> mItems;
     std::vector<std::pair<Ref<CFString>, Ref<CFType>>> mValues;

@@ -174,6 +174,102 @@ TEST_F(CompositionReload, ThePickerFollowsItsRepository)
     EXPECT_TRUE(runUntil([&] { return ownTiles().size() == 1; }));
 }
 
+namespace {
+
+/// Asks the picker for all that it shows whenever one of its keys changes, as a component does.
+class PickerReader : public NSObject {
+    NS_OBJECT(PickerReader)
+public:
+    void observeValueForKeyPath_ofObject_change_context(
+        CFString* keyPath, NSObject* object, CFDictionary*, const void*) override
+    {
+        auto* const picker = kindOf<LTCCompositionPickerView>(object);
+        const auto tiles = picker->tiles()->count();
+        const auto shown = picker->shownTiles()->count();
+        auto* const composition = picker->selectedComposition();
+        EXPECT_LT(picker->selectedIndex(), static_cast<long>(tiles)) << keyPath->string();
+        EXPECT_LT(picker->shownIndex(), static_cast<long>(shown)) << keyPath->string();
+        EXPECT_EQ(composition != nullptr, picker->selectedIndex() >= 0) << keyPath->string();
+        selections.push_back(composition ? composition->identifier()->string() : "none");
+    }
+    std::vector<std::string> selections;
+};
+
+NS_IMPLEMENTATION(PickerReader, NSObject) { }
+
+}
+
+TEST_F(CompositionReload, NoMomentOfAnUpdateShowsASelectionThatIsNotThere)
+{
+    for (const auto* const name : { "A.fs", "B.fs", "Z.fs" })
+        write(user() / name, edited("", "gl_FragColor = vec4(1.0);"));
+    follow();
+    showTiles();
+    picker->setSelectedComposition(composition("/Z").get());
+    ASSERT_EQ(picker->selectedIndex(), static_cast<long>(picker->tiles()->count()) - 1);
+    const auto reader = make<PickerReader>();
+    for (const auto* const key : { "tiles", "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
+        picker->addObserver_forKeyPath_options_context(reader, key, 0, nullptr);
+    // What is before it goes: it moves, and is the selected one all the time.
+    fs::remove(user() / "A.fs");
+    EXPECT_TRUE(runUntil([&] { return ownTiles().size() == 2; }));
+    EXPECT_FALSE(reader->selections.empty());
+    EXPECT_THAT(reader->selections, testing::Each("/Z"));
+    // It goes itself.
+    reader->selections.clear();
+    fs::remove(user() / "Z.fs");
+    EXPECT_TRUE(runUntil([&] { return ownTiles().size() == 1; }));
+    EXPECT_THAT(reader->selections, testing::Each("none"));
+    // Another list altogether.
+    picker->setSelectedComposition(composition("/B").get());
+    reader->selections.clear();
+    picker->setCompositionsFromRepositoryWithProtocol_andAttributes(CFSTR("no protocol"), nullptr);
+    EXPECT_EQ(picker->tiles()->count(), 0U);
+    EXPECT_THAT(reader->selections, testing::Each("none"));
+    for (const auto* const key : { "tiles", "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
+        picker->removeObserver_forKeyPath(reader, key);
+}
+
+TEST_F(CompositionReload, TilesCountTheirTimeFromTheirOwnBeginning)
+{
+    // However long the machine has been on: a shader's numbers are too short for that.
+    write(user() / "Clock.fs", edited("", "gl_FragColor = vec4(TIME / 100.0, step(100.0, TIME), 1.0, 1.0);"));
+    follow();
+    showTiles();
+    const auto compositions = picker->compositions()->values();
+    auto* const tile = kindOf<LTCCompositionPickerTile>(picker->tiles()->objectAtIndex(compositions.size() - 1));
+    ASSERT_EQ(tile->composition()->identifier()->string(), "/Clock");
+    picker->setSearchText(CFSTR("Clock"));
+    picker->startAnimation(nullptr);
+    const auto input = plain(16, 16, { 10, 20, 30 });
+    ASSERT_TRUE(runUntil([&] {
+        picker->setDefaultValue_forInputKey(input, QCCompositionInputImageKey);
+        return tile->thumbnail() != nullptr;
+    }));
+    picker->stopAnimation(nullptr);
+    const auto [red, green, blue] = pixelAt(*tile->thumbnail(), 0, 0);
+    EXPECT_EQ(blue, 255);
+    EXPECT_EQ(green, 0) << "less than 100 seconds";
+}
+
+TEST_F(CompositionReload, ACompositionThatIsRemovedRunsOn)
+{
+    run(amount, "gl_FragColor = vec4(amount, 0.0, 0.0, 1.0);");
+    set("amount", 1);
+    showTiles();
+    picker->setSelectedComposition(composition("/Edited").get());
+    fs::remove(user() / "Edited.fs");
+    EXPECT_TRUE(runUntil([&] { return !composition("/Edited"); }));
+    EXPECT_EQ(picker->selectedIndex(), -1);
+    EXPECT_EQ(picker->selectedComposition(), nullptr);
+    EXPECT_EQ(view->loadedComposition()->identifier()->string(), "/Edited");
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 255, 0, 0 }));
+    // And is taken up again when its file is back, with what the user set.
+    write(user() / "Edited.fs", edited(amount, "gl_FragColor = vec4(0.0, amount, 0.0, 1.0);"));
+    EXPECT_TRUE(runUntil([&] { return composition("/Edited") != nullptr; }));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 0, 255, 0 }));
+}
+
 TEST_F(CompositionReload, AFileThatCannotBeUsedCannotBeSelected)
 {
     write(user() / "Bad.fs", "\n\ntext");

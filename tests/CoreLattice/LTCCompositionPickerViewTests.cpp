@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 namespace {
 
 class PickerDelegate : public NSObject, public LTCCompositionPickerViewDelegate {
@@ -219,5 +221,34 @@ TEST_F(Picker, RendersOnlyWhatIsOnTheScreen)
         },
         60);
     EXPECT_TRUE(more);
+    picker->stopAnimation(nullptr);
+}
+
+TEST_F(Picker, TakesNoShapeAndNoRateThatIsNone)
+{
+    picker->setCompositionAspectRatio({ 4, 3 });
+    for (const CGSize none : { CGSize { 0, 3 }, CGSize { 4, -1 }, CGSize { std::nan(""), 3 },
+             CGSize { 4, std::nan("") }, CGSize { HUGE_VAL, HUGE_VAL } }) {
+        picker->setCompositionAspectRatio(none);
+        EXPECT_EQ(picker->compositionAspectRatio().width, 4);
+        EXPECT_EQ(picker->compositionAspectRatio().height, 3);
+    }
+    picker->setMaxAnimationFrameRate(30);
+    for (const float none : { -1.0F, std::nanf(""), HUGE_VALF }) {
+        picker->setMaxAnimationFrameRate(none);
+        EXPECT_EQ(picker->maxAnimationFrameRate(), 30);
+    }
+    // So seldom that the pause between two pictures is beyond what is counted in nanoseconds.
+    picker->setMaxAnimationFrameRate(1e-20F);
+    picker->startAnimation(nullptr);
+    const auto image = CIImage::imageWithCVImageBuffer(Pictures::plain(64, 36, { 200, 150, 100 }).get());
+    EXPECT_TRUE(DispatchMain::runUntil(
+        [&] {
+            const AutoreleasePool inner;
+            picker->setDefaultValue_forInputKey(image, QCCompositionInputImageKey);
+            return tile(0).thumbnail() != nullptr;
+        },
+        60));
+    EXPECT_EQ(tile(0).thumbnail()->width(), 108U);
     picker->stopAnimation(nullptr);
 }
