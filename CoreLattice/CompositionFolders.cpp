@@ -19,6 +19,8 @@ constexpr std::string_view ownFolder = "tovrin/compositions";
 constexpr std::array<std::string_view, 3> extensions { ".fs", ".isf", ".frag" };
 constexpr int deepest = 16;
 constexpr std::size_t mostFiles = 10'000;
+// A link may lead to all that is on the disk.
+constexpr std::size_t mostFolders = 4096;
 
 std::string lowerCase(std::string text)
 {
@@ -69,7 +71,8 @@ private:
     void enter(const fs::path& folder, int depth)
     {
         struct stat found { };
-        if (::stat(folder.c_str(), &found) != 0 || !mEntered.emplace(found.st_dev, found.st_ino).second)
+        if (mEntered.size() >= mostFolders || ::stat(folder.c_str(), &found) != 0
+            || !mEntered.emplace(found.st_dev, found.st_ino).second)
             return;
         std::error_code error;
         std::vector<fs::path> folders;

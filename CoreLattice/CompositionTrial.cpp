@@ -22,7 +22,7 @@ namespace CoreLattice {
 namespace {
 
 /// To be changed with the translation, so that what was tried with the former one is tried again.
-constexpr std::string_view translation = "1";
+constexpr std::string_view translation = "2";
 constexpr std::string_view mark = "composition-trial\t";
 
 std::string usualProgram()
@@ -41,7 +41,9 @@ std::string usualCacheFolder()
 {
     const auto* const cache = std::getenv("XDG_CACHE_HOME");
     const auto* const home = std::getenv("HOME");
-    const std::string root = cache && *cache == '/' ? cache : home ? std::string(home) + "/.cache" : std::string();
+    const std::string root = cache && *cache == '/' ? cache
+        : home && *home == '/'                      ? std::string(home) + "/.cache"
+                                                    : std::string();
     return root.empty() ? root : root + "/tovrin/compositions";
 }
 
@@ -135,16 +137,19 @@ CompositionTrial::Outcome CompositionTrial::tryOut(
 /// \param text  "good", "unknown", or "bad", the line, "f" or "v" for the file, and the message, with tabs between them
 CompositionTrial::Outcome CompositionTrial::outcomeOf(const std::string& text, const std::string& file)
 {
-    if (!text.starts_with("bad\t"))
+    constexpr std::string_view bad = "bad\t";
+    if (!text.starts_with(bad))
         return { text.starts_with("good"), std::nullopt };
     CompositionError error { file, 0, {} };
     const auto* const end = text.data() + text.size();
-    const auto* at = std::from_chars(text.data() + 4, end, error.line).ptr;
-    if (end - at > 3) {
-        if (at[1] == 'v')
-            error.file = vertexFileOf(file);
-        error.message.assign(at + 3, end);
-    }
+    const auto [at, problem] = std::from_chars(text.data() + bad.size(), end, error.line);
+    const std::string_view rest(at, static_cast<std::size_t>(end - at));
+    // Anything else is no outcome.
+    if (problem != std::errc() || rest.size() < 4 || !(rest.starts_with("\tf\t") || rest.starts_with("\tv\t")))
+        return {};
+    if (rest[1] == 'v')
+        error.file = vertexFileOf(file);
+    error.message = rest.substr(3);
     return { true, std::move(error) };
 }
 
@@ -173,18 +178,20 @@ void CompositionTrial::remember(const std::string& key, const Outcome& outcome, 
     if (!outcome.isSettled || mSettings.cacheFolder.empty())
         return;
     std::filesystem::create_directories(mSettings.cacheFolder, ignored);
-    // In one piece, so that nobody ever reads a half.
+    // In one piece, so that nobody ever reads a half; and not at all when the disk is full.
     const auto path = mSettings.cacheFolder + "/" + key;
     const auto unfinished = path + "." + std::to_string(::getpid());
-    {
-        std::ofstream stream(unfinished, std::ios::binary);
-        if (outcome.error)
-            stream << "bad\t" << outcome.error->line << '\t' << (outcome.error->file == file ? 'f' : 'v') << '\t'
-                   << outcome.error->message;
-        else
-            stream << "good";
-    }
-    std::filesystem::rename(unfinished, path, ignored);
+    std::ofstream stream(unfinished, std::ios::binary);
+    if (outcome.error)
+        stream << "bad\t" << outcome.error->line << '\t' << (outcome.error->file == file ? 'f' : 'v') << '\t'
+               << outcome.error->message;
+    else
+        stream << "good";
+    stream.close();
+    if (stream)
+        std::filesystem::rename(unfinished, path, ignored);
+    else
+        std::filesystem::remove(unfinished, ignored);
 }
 
 }

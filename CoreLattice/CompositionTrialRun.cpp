@@ -2,6 +2,7 @@
 #include "CoreLattice/ISFRenderer.h"
 #include "Platform/OpenGL/GLContext.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -52,8 +53,11 @@ int print(const char* outcome)
 
 int print(const CompositionError& error, const std::string& file)
 {
-    std::printf(
-        "composition-trial\tbad\t%d\t%c\t%s\n", error.line, error.file == file ? 'f' : 'v', error.message.c_str());
+    // The driver's words may be the file's, which shall not pass for an outcome.
+    auto message = error.message;
+    std::ranges::replace_if(
+        message, [](char c) { return c >= 0 && c < ' '; }, ' ');
+    std::printf("composition-trial\tbad\t%d\t%c\t%s\n", error.line, error.file == file ? 'f' : 'v', message.c_str());
     return 0;
 }
 

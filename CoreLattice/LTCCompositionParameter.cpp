@@ -45,31 +45,50 @@ CFString* LTCCompositionParameter::type() const
 
 double LTCCompositionParameter::minimum() const
 {
-    return bound(LTCPortMinimumKey, 0, 0);
+    return lower(0);
 }
 
 double LTCCompositionParameter::maximum() const
 {
-    return bound(LTCPortMaximumKey, 0, 1);
+    return upper(0);
 }
 
 double LTCCompositionParameter::minimumUpwards() const
 {
-    return bound(LTCPortMinimumKey, 1, 0);
+    return lower(1);
 }
 
 double LTCCompositionParameter::maximumUpwards() const
 {
-    return bound(LTCPortMaximumKey, 1, 1);
+    return upper(1);
 }
 
-double LTCCompositionParameter::bound(CFString* key, std::size_t axis, double otherwise) const
+/// Where the composition gives no bound, the default and the other bound are within the usual ones.
+double LTCCompositionParameter::lower(std::size_t axis) const
+{
+    if (const auto given = number(LTCPortMinimumKey, axis))
+        return *given;
+    const auto most = number(LTCPortMaximumKey, axis);
+    const auto usual = number(LTCPortDefaultKey, axis).value_or(0);
+    return std::min(std::min(0.0, usual), most && *most <= 0 ? *most - 1 : 0);
+}
+
+double LTCCompositionParameter::upper(std::size_t axis) const
+{
+    if (const auto given = number(LTCPortMaximumKey, axis))
+        return *given;
+    const auto least = number(LTCPortMinimumKey, axis);
+    const auto usual = number(LTCPortDefaultKey, axis).value_or(0);
+    return std::max(std::max(1.0, usual), least && *least >= 1 ? *least + 1 : 1);
+}
+
+std::optional<double> LTCCompositionParameter::number(CFString* key, std::size_t axis) const
 {
     auto* value = mAttributes->objectForKey(key);
     if (const auto* const array = kindOf<CFArray>(value))
         value = axis < array->count() ? array->objectAtIndex(axis) : nullptr;
-    const auto* const number = kindOf<CFNumber>(value);
-    return number ? number->doubleValue() : otherwise;
+    const auto* const found = kindOf<CFNumber>(value);
+    return found ? std::optional(found->doubleValue()) : std::nullopt;
 }
 
 Ref<CFType> LTCCompositionParameter::defaultValue() const
@@ -88,9 +107,14 @@ void LTCCompositionParameter::setValue(CFType* value)
     const auto* const number = kindOf<CFNumber>(value);
     if (number && CFEqual(type(), LTCPortTypeNumber))
         held = CFNumber::create(std::clamp(number->doubleValue(), minimum(), std::max(minimum(), maximum())));
+    apply(std::move(held));
+}
+
+void LTCCompositionParameter::apply(Ref<CFType> value)
+{
     {
         const NSKeyValueChange change(this, "value");
-        mValue = std::move(held);
+        mValue = std::move(value);
     }
     if (const auto view = mView.strongReference())
         view->applyParameter(this);
@@ -135,7 +159,8 @@ void LTCCompositionParameter::setSelectedLabel(CFString* label)
 
 void LTCCompositionParameter::reset()
 {
-    setValue(defaultValue().get());
+    // As it is: the file may begin outside of its own bounds.
+    apply(defaultValue());
 }
 
 bool LTCCompositionParameter::shows(const LTCCompositionParameter& other) const

@@ -2,6 +2,8 @@
 
 #include "Platform/Foundation/NSObject.h"
 
+#include <optional>
+
 class LTCCompositionParameterView;
 
 /// One parameter of a composition, as a parameter view shows it. Main thread only.
@@ -18,11 +20,13 @@ public:
     CFString* key() const { return mKey; }
     CFString* label() const;
     CFString* type() const;
-    /// 0 where the composition gives no bound; for a point the bound across.
+    /// Where the composition gives no bound 0, or less as far as the default or the maximum ask for it; for a point the
+    /// bound across.
     double minimum() const;
-    /// 1 where the composition gives no bound; for a point the bound across.
+    /// Where the composition gives no bound 1, or more as far as the default or the minimum ask for it; for a point the
+    /// bound across.
     double maximum() const;
-    /// For a point the other bound, 0 or 1 where the composition gives none; for other types the same.
+    /// For a point the other bound, in the same way; for other types the same.
     double minimumUpwards() const;
     double maximumUpwards() const;
     /// Null for an event.
@@ -47,7 +51,10 @@ public:
     bool shows(const LTCCompositionParameter& other) const;
 
 private:
-    double bound(CFString* key, std::size_t axis, double otherwise) const;
+    double lower(std::size_t axis) const;
+    double upper(std::size_t axis) const;
+    std::optional<double> number(CFString* key, std::size_t axis) const;
+    void apply(Ref<CFType> value);
 
     const WeakRef<LTCCompositionParameterView> mView;
     const Ref<CFString> mKey;

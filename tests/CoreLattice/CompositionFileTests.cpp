@@ -150,6 +150,89 @@ TEST_F(CompositionFiles, ThatCannotBeUsedAreListedWithTheReason)
         log.text(), testing::HasSubstr("A composition cannot be used: " + (user() / "Shader.fs").string() + ":3: "));
 }
 
+TEST_F(CompositionFiles, AnEmptyOneIsListedAndTakenOnceItIsWritten)
+{
+    write(user() / "Empty.fs", "");
+    StandardErrorCapture log;
+    follow();
+    EXPECT_THAT(faults(), ElementsAre("Empty.fs:1: the file does not begin with a header in a comment"));
+    EXPECT_EQ(composition("/Empty"), nullptr);
+    write(user() / "Empty.fs", plain);
+    EXPECT_TRUE(runUntil([&] { return composition("/Empty") && faults().empty(); }));
+    write(user() / "Empty.fs", "");
+    EXPECT_TRUE(runUntil([&] { return !faults().empty(); }));
+    EXPECT_TRUE(composition("/Empty")) << "as it was";
+}
+
+TEST_F(CompositionFiles, MayHaveAnyNameThatAFileCanHave)
+{
+    const std::array names { std::string("\xff\xfe odd"), std::string("two\nlines"), std::string("100% %s %@ %n"),
+        std::string("quo\"te's"), std::string("a.b.c"), std::string("\xc3\xbc\xe2\x82\xac"), std::string(240, 'x'),
+        std::string("-rf"), std::string("$HOME `x`") };
+    for (const auto& name : names)
+        write(user() / (name + ".fs"), plain);
+    write(user() / "bad %s %n \xff.fs", broken);
+    StandardErrorCapture log;
+    follow();
+    for (const auto& name : names)
+        EXPECT_TRUE(composition("/" + name)) << name;
+    EXPECT_THAT(faults(), ElementsAre(MatchesRegex("bad %s %n \xff.fs:3: .*missing.*")));
+}
+
+TEST_F(CompositionFiles, LinksThatLeadNowhereOrRoundArePassedOver)
+{
+    write(user() / "Good.fs", plain);
+    fs::create_symlink(user() / "Loop.fs", user() / "Loop.fs");
+    fs::create_symlink(user() / "gone.fs", user() / "Dangling.fs");
+    fs::create_directory_symlink(user() / "loop", user() / "loop");
+    fs::create_directory_symlink("..", user() / "up");
+    fs::create_directories(user() / "deep");
+    fs::create_directory_symlink(user(), user() / "deep" / "round");
+    fs::create_symlink(user() / "Good.fs", user() / "deep" / "Linked.fs");
+    EXPECT_THAT(names(), ElementsAre("Good", "deep/Linked"));
+    follow();
+    EXPECT_TRUE(composition("/Good"));
+    EXPECT_TRUE(composition("/deep/Linked"));
+    EXPECT_THAT(faults(), IsEmpty());
+}
+
+TEST_F(CompositionFiles, ALinkToAllThereIsDoesNotKeepTheQueueForever)
+{
+    // More folders than anybody has for compositions.
+    constexpr int folders = 4500;
+    for (int i = 0; i < folders; ++i)
+        write(mRoot / "much" / std::to_string(i) / "A.fs", "");
+    write(user() / "Good.fs", plain);
+    fs::create_directory_symlink(mRoot / "much", user() / "much");
+    const auto found = names();
+    EXPECT_THAT(found, Contains("Good"));
+    EXPECT_GT(found.size(), 4000U);
+    EXPECT_LT(found.size(), static_cast<std::size_t>(folders)) << "the search ends";
+}
+
+TEST_F(CompositionFiles, AFolderThatGoesTakesItsCompositionsAlong)
+{
+    write(user() / "Kept" / "A.fs", plain);
+    write(user() / "B.fs", plain);
+    write(system() / "B.fs", R"(/*{ "LABEL": "The system's" }*/ void main() { gl_FragColor = vec4(1.0); })");
+    follow();
+    ASSERT_TRUE(composition("/Kept/A"));
+    fs::rename(user(), mRoot / "elsewhere");
+    EXPECT_TRUE(runUntil([&] { return !composition("/Kept/A"); }));
+    EXPECT_EQ(composition("/B")->name()->string(), "The system's");
+    fs::rename(mRoot / "elsewhere", user());
+    EXPECT_TRUE(runUntil([&] { return composition("/Kept/A") && composition("/B")->name()->string() == "B"; }));
+}
+
+TEST_F(CompositionFiles, OneThatCannotBeReadIsListed)
+{
+    // A file that opens and gives an error instead of bytes, whoever reads it.
+    fs::create_symlink("/proc/self/mem", user() / "Secret.fs");
+    StandardErrorCapture log;
+    follow();
+    EXPECT_THAT(faults(), ElementsAre("Secret.fs: the file cannot be read"));
+}
+
 TEST_F(CompositionFiles, AreFollowedAsTheyChange)
 {
     write(user() / "Stays.fs", plain);

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 using namespace CoreLattice;
 
 namespace {
@@ -79,6 +81,43 @@ TEST_F(CompositionTrialTest, TriesAFileOnce)
     }
     EXPECT_EQ(std::filesystem::file_size(mFolder / "runs"), 8U) << "two lines of \"run\"";
     EXPECT_EQ(cached(), 2U);
+}
+
+TEST_F(CompositionTrialTest, RemembersNothingOnAFullDisk)
+{
+    const std::string bad = "/*{}*/\nvoid main() { gl_FragColor = missing; }";
+    EXPECT_THAT(textOf(CompositionTrial(settings()).run(bad, "", "a.fs")), testing::HasSubstr("missing"));
+    ASSERT_EQ(cached(), 1U);
+    // What is written there next meets a disk without room.
+    const auto known = std::filesystem::directory_iterator(mFolder / "cache")->path();
+    std::filesystem::remove(known);
+    std::filesystem::create_symlink("/dev/full", known.string() + "." + std::to_string(getpid()));
+    EXPECT_THAT(textOf(CompositionTrial(settings()).run(bad, "", "a.fs")), testing::HasSubstr("missing"));
+    EXPECT_EQ(cached(), 0U);
+    EXPECT_THAT(textOf(CompositionTrial(settings()).run(bad, "", "a.fs")), testing::HasSubstr("missing"));
+    EXPECT_EQ(cached(), 1U) << "as soon as there is room";
+}
+
+TEST_F(CompositionTrialTest, TriesAgainWhatWasRememberedByHalves)
+{
+    const std::string bad = "/*{}*/\nvoid main() { gl_FragColor = missing; }";
+    EXPECT_THAT(textOf(CompositionTrial(settings()).run(bad, "", "a.fs")), testing::HasSubstr("missing"));
+    const auto known = std::filesystem::directory_iterator(mFolder / "cache")->path();
+    for (const auto* const half : { "", "go", "bad", "bad\t", "bad\t2", "bad\t2\tf" }) {
+        std::ofstream(known, std::ios::binary) << half;
+        EXPECT_THAT(
+            textOf(CompositionTrial(settings()).run(bad, "", "a.fs")), testing::MatchesRegex("a.fs:2: .*missing.*"))
+            << half;
+    }
+}
+
+TEST_F(CompositionTrialTest, AFileCannotSpeakForTheTrial)
+{
+    for (const auto* const words : { "composition-trial\tgood", "composition-trial\tunknown" }) {
+        const auto text = textOf(
+            CompositionTrial(settings()).run("/*{}*/\n#error " + std::string(words) + "\nvoid main() {}", "", "a.fs"));
+        EXPECT_EQ(text.find("a.fs:2: "), 0U) << text;
+    }
 }
 
 TEST_F(CompositionTrialTest, KillsWhatHangs)

@@ -88,3 +88,27 @@ TEST_F(Parameters, ShowsNothingWithoutAComposition)
     EXPECT_EQ(view->parameters()->count(), 0U);
     EXPECT_EQ(view->compositionName()->string(), "");
 }
+
+TEST_F(Parameters, BoundsThatTheFileLeavesOutHoldTheDefault)
+{
+    renderer->loadComposition(Pictures::composition(R"(/*{ "INPUTS": [
+        { "NAME": "large", "TYPE": "float", "DEFAULT": 5 }, { "NAME": "negative", "TYPE": "float", "DEFAULT": -3 },
+        { "NAME": "above", "TYPE": "float", "DEFAULT": 12, "MIN": 10 },
+        { "NAME": "least", "TYPE": "float", "MIN": 4 }, { "NAME": "most", "TYPE": "float", "MAX": -2 },
+        { "NAME": "place", "TYPE": "point2D", "DEFAULT": [320, -240] },
+        { "NAME": "outside", "TYPE": "float", "DEFAULT": 7, "MIN": 0, "MAX": 2 } ] }*/ void main() {})"));
+    const std::array<std::array<double, 2>, 5> bounds { { { 0, 5 }, { -3, 1 }, { 10, 12 }, { 4, 5 }, { -3, -2 } } };
+    for (std::size_t i = 0; i < bounds.size(); ++i) {
+        EXPECT_EQ(parameter(i).minimum(), bounds[i][0]) << i;
+        EXPECT_EQ(parameter(i).maximum(), bounds[i][1]) << i;
+    }
+    EXPECT_EQ(parameter(5).minimum(), 0);
+    EXPECT_EQ(parameter(5).maximum(), 320);
+    EXPECT_EQ(parameter(5).minimumUpwards(), -240);
+    EXPECT_EQ(parameter(5).maximumUpwards(), 1);
+    parameter(0).setValue(CFNumber::create(0.5).get());
+    parameter(6).setValue(CFNumber::create(1).get());
+    view->resetParameters();
+    EXPECT_EQ(rendererNumber("large"), 5);
+    EXPECT_EQ(rendererNumber("outside"), 7) << "a reset brings back what the file begins with";
+}
