@@ -54,6 +54,16 @@ ImportedTextures::ImportedTextures(const ISFDocument& document)
     }
 }
 
+double ImportedTextures::bytes(const ISFDocument& document)
+{
+    double result = 0;
+    for (const auto& import : document.imports) {
+        for (const auto& path : import.paths)
+            result += static_cast<double>(importedPictureBytes(document.file, path));
+    }
+    return result;
+}
+
 /// The six pictures: right, left, above, below, ahead, behind.
 GLTexture ImportedTextures::cubeOf(const ISFDocument& document, const ISFImport& import)
 {

@@ -25,6 +25,9 @@ public:
     /// Reads the files. One that cannot be read is black, and the reason is logged.
     explicit ImportedTextures(const ISFDocument& document);
 
+    /// What all of them take once they are read.
+    static double bytes(const ISFDocument& document);
+
     /// The flat picture at \p index of the document's list; without a texture when there is none.
     const PictureTexture& picture(std::size_t index) const { return mPictures[index]; }
     /// The cube there, 0 when it is none.

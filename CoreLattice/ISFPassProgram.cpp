@@ -68,12 +68,13 @@ std::unique_ptr<ISFPassProgram> ISFPassProgram::create(
         *error = errorFromDriverLog(log, document.file);
         return nullptr;
     }
-    return std::make_unique<ISFPassProgram>(std::move(program), document, shaders->leavesPixels);
+    return std::make_unique<ISFPassProgram>(std::move(program), document, shaders->leavesPixels, shaders->isOpaque);
 }
 
-ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels)
+ISFPassProgram::ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels, bool isOpaque)
     : mProgram(std::move(program))
     , mLeavesPixels(leavesPixels)
+    , mIsOpaque(isOpaque)
 {
     const auto location
         = [this](const std::string& name) { return glGetUniformLocation(mProgram.get(), name.c_str()); };

@@ -26,7 +26,7 @@ public:
     static std::unique_ptr<ISFPassProgram> create(
         const ISFDocument& document, std::size_t pass, CompositionError* error);
     /// For `create`.
-    ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels);
+    ISFPassProgram(GLProgram program, const ISFDocument& document, bool leavesPixels, bool isOpaque);
 
     void use(const ISFPassValues& values) const;
     /// Sets an input other than a picture, of the program in use.
@@ -39,6 +39,8 @@ public:
     const Picture& picture(const std::string& name) const;
     /// Whether it may leave pixels as they are, so that they must be black before.
     bool leavesPixels() const noexcept { return mLeavesPixels; }
+    /// Whether what it draws without a target is opaque.
+    bool isOpaque() const noexcept { return mIsOpaque; }
     /// The context was lost and the program with it.
     void forget() noexcept { mProgram.forget(); }
 
@@ -49,6 +51,7 @@ private:
     } mLocations {};
     std::vector<GLint> mInputs;
     bool mLeavesPixels = false;
+    bool mIsOpaque = false;
     std::map<std::string, Picture> mPictures;
 };
 

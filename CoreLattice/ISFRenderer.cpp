@@ -49,6 +49,10 @@ std::array<float, 4> dateNow()
 
 std::unique_ptr<ISFRenderer> ISFRenderer::create(std::shared_ptr<const ISFDocument> document, CompositionError* error)
 {
+    if (ImportedTextures::bytes(*document) > mostTextureBytes) {
+        *error = { document->file, 0, "its pictures need more than 512 MiB" };
+        return nullptr;
+    }
     std::vector<std::unique_ptr<ISFPassProgram>> programs;
     for (std::size_t i = 0; i < document->passes.size(); ++i) {
         programs.push_back(ISFPassProgram::create(*document, i, error));
@@ -127,6 +131,8 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output, Compositi
         if (!copyOpaque(*result, frame))
             return false;
         result = &mCopy;
+    } else if (!mPrograms.back()->isOpaque()) {
+        makeOpaque(*result);
     }
     glBindFramebuffer(GL_FRAMEBUFFER, result->framebuffer());
     glPixelStorei(GL_PACK_ROW_LENGTH, static_cast<GLint>(output.bytesPerRow() / 4));
@@ -139,16 +145,22 @@ bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output, Compositi
 /// Whether the buffers of all passes, at their present sizes, are within what a composition may have.
 bool ISFRenderer::fitsMemory(const ISFFrame& frame, CompositionError* error) const
 {
-    double bytes = 0;
+    // Passes may render to one target in several sizes.
+    std::map<std::string_view, double> largest;
     for (const auto& pass : mDocument->passes) {
-        if (pass.target.empty() || mDocument->target(pass.target) != &pass)
+        if (pass.target.empty())
             continue;
         const auto& target = mTargets.find(pass.target)->second;
         const auto [width, height] = passSize(pass, frame);
-        bytes += static_cast<double>(width) * static_cast<double>(height) * (target.floatingPoint ? 16 : 4)
-            * (target.persistent ? 2 : 1);
+        auto& bytes = largest[pass.target];
+        bytes = std::max(bytes,
+            static_cast<double>(width) * static_cast<double>(height) * (target.floatingPoint ? 16 : 4)
+                * (target.persistent ? 2 : 1));
     }
-    if (bytes <= mostTextureBytes)
+    double all = 0;
+    for (const auto& [name, bytes] : largest)
+        all += bytes;
+    if (all <= mostTextureBytes)
         return true;
     *error = { mDocument->file, 0, "its buffers need more than 512 MiB" };
     return false;
@@ -211,11 +223,17 @@ bool ISFRenderer::copyOpaque(const PictureTexture& result, const ISFFrame& frame
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, mCopy.framebuffer());
     glBlitFramebuffer(0, 0, static_cast<GLint>(result.width()), static_cast<GLint>(result.height()), 0, 0,
         static_cast<GLint>(frame.width), static_cast<GLint>(frame.height), GL_COLOR_BUFFER_BIT, GL_LINEAR);
+    makeOpaque(mCopy);
+    return true;
+}
+
+void ISFRenderer::makeOpaque(const PictureTexture& picture)
+{
+    glBindFramebuffer(GL_FRAMEBUFFER, picture.framebuffer());
     glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-    return true;
 }
 
 void ISFRenderer::uploadPictures(const ISFFrame& frame)
@@ -223,8 +241,12 @@ void ISFRenderer::uploadPictures(const ISFFrame& frame)
     glActiveTexture(GL_TEXTURE0);
     for (std::size_t i = 0; i < frame.values.size(); ++i) {
         const auto& value = frame.values[i];
-        if (mDocument->inputs[i].type != ISFInputType::Image || !value.picture)
+        if (mDocument->inputs[i].type != ISFInputType::Image)
             continue;
+        if (!value.picture) {
+            mPictures[i] = PictureTexture();
+            continue;
+        }
         if (mPictureSerials[i] == value.pictureSerial && mPictures[i].texture())
             continue;
         mPictures[i].upload(*value.picture);

@@ -31,7 +31,9 @@ struct ISFFrame {
 /// the destructor too, belongs to the thread of the context.
 class ISFRenderer {
 public:
-    /// \return null with the reason when the driver refuses the shaders
+    /// \return null with the reason when the driver refuses the shaders, and when the pictures that the composition
+    /// brings
+    ///     are larger than those of any may be
     static std::unique_ptr<ISFRenderer> create(std::shared_ptr<const ISFDocument> document, CompositionError* error);
 
     /// For `create`.
@@ -65,6 +67,7 @@ private:
     bool drawInTime(const ISFPassProgram& program, std::size_t width, std::size_t height);
     void letDriverCompile();
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
+    static void makeOpaque(const PictureTexture& picture);
     void uploadPictures(const ISFFrame& frame);
     ISFPassValues valuesOf(const ISFFrame& frame) const;
     void bindTextures(const ISFPassProgram& program, const Target* written, std::size_t width, std::size_t height);

@@ -59,13 +59,16 @@ vec4 lattice_texelFetch(sampler2D image, ivec2 at, int level)
 vec4 lattice_texelFetchOffset(sampler2D image, ivec2 at, int level, ivec2 by) { return lattice_texelFetch(image, at + by, level); }
 )";
 
-constexpr std::string_view fragmentDeclarations = R"(
-noperspective in vec2 isf_FragNormCoord;
-vec4 lattice_fragCoord() { return vec4(gl_FragCoord.x, RENDERSIZE.y - gl_FragCoord.y, gl_FragCoord.zw); }
-#define dFdy(x) (-dFdy(x))
+constexpr std::string_view fragmentReaders = R"(
 vec4 lattice_texture2D(sampler2D image, vec2 at, float bias) { return texture2D(image, lattice_place(at), bias); }
 vec4 lattice_texture(sampler2D image, vec2 at, float bias) { return texture(image, lattice_place(at), bias); }
 vec4 lattice_texture(samplerCube image, vec3 at, float bias) { return texture(image, at, bias); }
+)";
+
+constexpr std::string_view fragmentDeclarations = R"(
+noperspective in vec2 isf_FragNormCoord;
+vec4 lattice_fragCoord() { return vec4(gl_FragCoord.x, lattice_in_RENDERSIZE.y - gl_FragCoord.y, gl_FragCoord.zw); }
+#define dFdy(x) (-dFdy(x))
 )";
 
 constexpr std::string_view vertexDeclarations = R"(
@@ -145,9 +148,7 @@ std::string declarations(const ISFDocument& document, bool forFragment)
     };
     for (const auto& [type, name] : ownValues()) {
         declare(forFragment ? "flat in" : "flat out", type, "lattice_in_" + name);
-        if (forFragment)
-            result += "#define " + name + " lattice_in_" + name + "\n";
-        else
+        if (!forFragment)
             declare("uniform", type, name);
     }
     for (const auto& [type, name] : handedInputs(document))
@@ -183,12 +184,15 @@ std::string vertexEnd(const ISFDocument& document, bool withTextureCoordinates)
     return result + "}\n";
 }
 
-/// The picture of a pass without a target is opaque.
+/// Files add to the output before they write to it, or leave it as it is here and there, so it begins with nothing. The
+/// picture of a pass without a target is opaque.
 std::string fragmentEnd(const ISFDocument& document, std::size_t pass, const std::string& output)
 {
-    if (!document.passes[pass].target.empty() || output.empty())
+    if (output.empty())
         return "void main() { lattice_main(); }\n";
-    return "void main() { lattice_main(); " + output + ".a = 1.0; }\n";
+    const bool isPicture = document.passes[pass].target.empty();
+    return "void main() { " + output + " = vec4(0.0); lattice_main();" + (isPicture ? " " + output + ".a = 1.0;" : "")
+        + " }\n";
 }
 
 /// All the names that the translation declares, pictures excepted.
@@ -214,8 +218,10 @@ std::optional<ShaderRewriter> rewrite(
 {
     std::vector<std::string> handed;
     if (forFragment) {
-        for (const auto& value : handedInputs(document))
-            handed.push_back(value.name);
+        for (const auto& values : { ownValues(), handedInputs(document) }) {
+            for (const auto& value : values)
+                handed.push_back(value.name);
+        }
     }
     ShaderRewriter rewriter(source, document.pictures(), std::move(handed), declaredNames(document));
     if (rewriter.rewrite())
@@ -240,7 +246,9 @@ std::string assemble(const ISFDocument& document, std::size_t pass, bool forFrag
     std::string result(version);
     result += rewriter.extensions();
     result += common;
+    // Ahead of the names of inputs, which may be those of the functions that they use.
     result += readers;
+    result += forFragment ? fragmentReaders : std::string_view();
     result += declarations(document, forFragment);
     result += forFragment ? fragmentDeclarations : vertexDeclarations;
     result += "#line 1\n";
@@ -277,7 +285,7 @@ std::optional<TranslatedShaders> translateShaders(
                                    vertexEnd(
                                        document, fragment->usesTextureCoordinates() && document.vertexSource.empty())),
         assemble(document, pass, true, *fragment, fragmentEnd(document, pass, fragment->output())),
-        fragment->leavesPixels() || !document.vertexSource.empty() };
+        fragment->leavesPixels() || !document.vertexSource.empty(), !fragment->output().empty() };
 }
 
 CompositionError errorFromDriverLog(std::string_view log, std::string file)

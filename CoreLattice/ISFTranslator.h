@@ -10,6 +10,8 @@ struct TranslatedShaders {
     std::string fragment;
     /// Whether they may leave pixels of the picture as they are.
     bool leavesPixels = false;
+    /// Whether the picture of a pass without a target comes out opaque.
+    bool isOpaque = false;
 };
 
 /// Most turns that all the counted loops of one pixel, or of one corner, may take together: `mostLoopTurns` where no

@@ -29,6 +29,12 @@ std::filesystem::path fileOf(const std::string& compositionFile, const std::stri
 
 }
 
+std::size_t importedPictureBytes(const std::string& compositionFile, const std::string& path)
+{
+    const auto size = QImageReader(QString::fromStdString(fileOf(compositionFile, path).string())).size();
+    return size.isEmpty() ? 0 : static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height()) * 4;
+}
+
 Ref<CVPixelBuffer> importedPicture(const std::string& compositionFile, const std::string& path, std::string* error)
 {
     const auto found = fileOf(compositionFile, path);

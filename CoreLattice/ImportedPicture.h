@@ -6,6 +6,10 @@
 
 namespace CoreLattice {
 
+/// How many bytes `importedPicture` would give for the file, as its beginning says; 0 where that says nothing. Any
+/// thread may call it.
+std::size_t importedPictureBytes(const std::string& compositionFile, const std::string& path);
+
 /// Reads a picture file that a composition brings with it. Any thread may call it.
 ///
 /// \param compositionFile  the path of the composition

@@ -105,8 +105,11 @@ void ShaderDeclarations::rewriteNames(std::size_t begin, const Statement& statem
         parts.push_back({ first, i, name < i && isToGo(mTokens[name].text, statement.how) });
         first = i + 1;
     }
-    if (statement.how == "out" && mOutput.empty())
+    if (statement.how == "out" && mOutput.empty()) {
         mOutput = mTokens[statement.firstName].text;
+        mOutputIsColor = mTokens[significantTokenBefore(mTokens, statement.firstName)].text == "vec4"
+            && mTokens[significantToken(mTokens, statement.firstName + 1)].text != "[";
+    }
     const auto staying = std::ranges::count(parts, false, &Part::goes);
     if (staying == 0) {
         blank(begin, statement.end + 1);

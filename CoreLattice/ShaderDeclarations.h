@@ -17,6 +17,8 @@ public:
     void rewrite();
     /// The name of the first `out` value; empty when there is none.
     const std::string& output() const noexcept { return mOutput; }
+    /// Whether it has four parts.
+    bool outputIsColor() const noexcept { return mOutputIsColor; }
 
 private:
     struct Statement {
@@ -34,6 +36,7 @@ private:
     const std::set<std::string, std::less<>> mKnown;
     std::set<std::string, std::less<>> mVarying;
     std::string mOutput;
+    bool mOutputIsColor = false;
     int mConditions = 0; ///< how many #if are open
 };
 

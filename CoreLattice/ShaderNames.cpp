@@ -30,8 +30,8 @@ struct Renamed {
 };
 constexpr std::array renamed { Renamed { "main", "lattice_main" }, Renamed { "gl_FragCoord", "lattice_fragCoord()" },
     Renamed { "vv_FragNormCoord", "isf_FragNormCoord" }, Renamed { "vv_vertShaderInit", "isf_vertShaderInit" },
-    Renamed { "IMG_NORM_THIS_PIXEL", "IMG_THIS_NORM_PIXEL" }, Renamed { "gl_Vertex", "lattice_corner()" },
-    Renamed { "ftransform", "lattice_corner" } };
+    Renamed { "IMG_NORM_THIS_PIXEL", "IMG_THIS_NORM_PIXEL" }, Renamed { "sampler2DRect", "sampler2D" },
+    Renamed { "gl_Vertex", "lattice_corner()" }, Renamed { "ftransform", "lattice_corner" } };
 
 template <class List> bool isIn(const List& list, std::string_view text)
 {

@@ -46,13 +46,14 @@ bool ShaderRewriter::fail(int line, std::string message)
 
 bool ShaderRewriter::rewrite()
 {
+    blankDeadCode();
     if (!rewriteDirectives() || !checkNames() || !rewriteLoops())
         return false;
     std::set<std::string, std::less<>> known(mDeclared.begin(), mDeclared.end());
     known.insert(mPictures.begin(), mPictures.end());
     ShaderDeclarations declarations(mTokens, std::move(known));
     declarations.rewrite();
-    findOutput(declarations.output());
+    findOutput(declarations);
     rewritePictures();
     rewriteHanded();
     renameForLanguage(mTokens);
@@ -61,15 +62,93 @@ bool ShaderRewriter::rewrite()
     return true;
 }
 
-void ShaderRewriter::findOutput(const std::string& declared)
+void ShaderRewriter::findOutput(const ShaderDeclarations& declarations)
 {
     const auto mentions
         = [this](std::string_view name) { return std::ranges::find(mTokens, name, &Token::text) != mTokens.end(); };
-    mOutput = mentions("gl_FragColor") ? "gl_FragColor"
-        : mentions("gl_FragData")      ? "gl_FragData[0]"
-                                       : languageName(declared);
+    std::vector<std::string> outputs;
+    if (mentions("gl_FragData"))
+        outputs.emplace_back("gl_FragData[0]");
+    if (!declarations.output().empty())
+        outputs.push_back(declarations.outputIsColor() ? languageName(declarations.output()) : std::string());
+    // Also for a shader that writes to none, whose picture would be anything.
+    if (outputs.empty() || mentions("gl_FragColor"))
+        outputs.emplace_back("gl_FragColor");
+    // Of several, which stand in the branches of a condition, only the compiler knows the one.
+    mOutput = outputs.size() == 1 ? outputs.front() : std::string();
     mLeavesPixels = mentions("discard");
     mUsesTextureCoordinates = mentions("gl_TexCoord");
+}
+
+/// Takes out what stands in a branch that says `#if 0`, or behind one that says `#if 1`. People leave words there that
+/// are no code.
+void ShaderRewriter::blankDeadCode()
+{
+    struct Condition {
+        bool wasTaken = false; ///< a branch before the present one, or that one, says 1
+        bool isDead = false; ///< the present branch
+        bool isKnown = true; ///< what all branches so far say
+    };
+    std::vector<Condition> open;
+    int nested = 0; ///< conditions within a dead branch
+    for (std::size_t i = 0; i < mTokens.size();) {
+        const bool isDead = !open.empty() && open.back().isDead;
+        auto end = i + 1;
+        if (!mTokens[i].inDirective || mTokens[i].text != "#") {
+            if (isDead)
+                blank(i, end);
+            i = end;
+            continue;
+        }
+        while (end < mTokens.size() && mTokens[end].text != "\n")
+            ++end;
+        const auto word = nextSignificant(i + 1);
+        const auto name = word < end ? mTokens[word].text : std::string();
+        const bool begins = name.starts_with("if");
+        const bool goesOn = name == "else" || name == "elif";
+        if (isDead && (nested > 0 || begins || (!goesOn && name != "endif"))) {
+            nested += begins ? 1 : name == "endif" ? -1 : 0;
+            blank(i, end);
+        } else if (begins) {
+            open.emplace_back();
+        } else if (name == "endif" && !open.empty()) {
+            open.pop_back();
+        }
+        if ((begins && !isDead) || (goesOn && nested == 0 && !open.empty())) {
+            const bool isJudged = name == "if" || name == "elif";
+            const auto says = name == "else" ? std::optional(true)
+                : isJudged                   ? literalCondition(word + 1, end)
+                                             : std::nullopt;
+            auto& condition = open.back();
+            condition.isDead = condition.wasTaken || (says && !*says);
+            condition.isKnown = condition.isKnown && says;
+            condition.wasTaken = condition.wasTaken || (condition.isKnown && *says);
+        }
+        i = end;
+    }
+}
+
+/// What `0` or `1` between \p first and \p last says; nothing for anything else.
+std::optional<bool> ShaderRewriter::literalCondition(std::size_t first, std::size_t last) const
+{
+    std::string text;
+    for (auto i = first; i < last; ++i) {
+        if (mTokens[i].kind != Kind::Space)
+            text += mTokens[i].text;
+    }
+    if (text == "0" || text == "(0)")
+        return false;
+    return text == "1" || text == "(1)" ? std::optional(true) : std::nullopt;
+}
+
+void ShaderRewriter::blank(std::size_t first, std::size_t last)
+{
+    for (auto i = first; i < last; ++i) {
+        if (mTokens[i].text == "\n")
+            continue;
+        mTokens[i].text.clear();
+        mTokens[i].kind = Kind::Space;
+    }
 }
 
 std::size_t ShaderRewriter::nextSignificant(std::size_t index) const
@@ -177,7 +256,15 @@ std::size_t ShaderRewriter::closing(std::size_t open) const
 
 bool ShaderRewriter::rewriteLoops()
 {
+    // Of the directives, only definitions become code.
+    bool isText = false;
     for (std::size_t i = 0; i < mTokens.size(); ++i) {
+        if (mTokens[i].inDirective && (i == 0 || !mTokens[i - 1].inDirective || mTokens[i - 1].text == "\n")) {
+            const auto word = nextSignificant(i + 1);
+            isText = word == mTokens.size() || mTokens[word].text != "define";
+        }
+        if (mTokens[i].inDirective && isText)
+            continue;
         if (mTokens[i].kind != Kind::Name || (mTokens[i].text != "for" && mTokens[i].text != "while"))
             continue;
         auto open = i + 1;

@@ -2,19 +2,22 @@
 
 #include "CoreLattice/ShaderText.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace CoreLattice {
 
+class ShaderDeclarations;
+
 /// Rewrites the text of one shader of a composition, keeping the number of each line.
 ///
 /// Where a picture is read at the very place that is being drawn, its name becomes `lattice_near_` with the name, for
 /// which the renderer may choose a cheaper way of reading. Comments and `#version` go, `#extension` lines are set
 /// apart, declarations of what the translation declares itself go, and names are those of the language's version that
-/// we translate to. Every loop asks `lattice_turn()` before each turn, except short ones whose literal bounds show how
-/// many turns they take.
+/// we translate to. What stands in a branch of `#if 0` goes too. Every loop asks `lattice_turn()` before each turn,
+/// except short ones whose literal bounds show how many turns they take.
 class ShaderRewriter {
 public:
     /// \param pictures  the names of the pictures that the shader reads
@@ -31,7 +34,7 @@ public:
     const std::string& extensions() const noexcept { return mExtensions; }
     /// How many turns the loops that are not counted take together at most, were each within the one before.
     double uncountedTurns() const noexcept { return mUncountedTurns; }
-    /// What the shader writes its result to; empty when it writes none.
+    /// The colour that the shader writes its result to; empty when it has no alpha, or when it cannot be told.
     const std::string& output() const noexcept { return mOutput; }
     /// Whether it may leave pixels as they are.
     bool leavesPixels() const noexcept { return mLeavesPixels; }
@@ -44,9 +47,12 @@ private:
     using Kind = ShaderToken::Kind;
     using Token = ShaderToken;
     bool fail(int line, std::string message);
+    void blankDeadCode();
+    std::optional<bool> literalCondition(std::size_t first, std::size_t last) const;
+    void blank(std::size_t first, std::size_t last);
     bool rewriteDirectives();
     bool checkNames();
-    void findOutput(const std::string& declared);
+    void findOutput(const ShaderDeclarations& declarations);
     void rewritePictures();
     void rewriteHanded();
     bool rewriteLoops();

@@ -3,7 +3,7 @@
 #include "CoreLattice/LTCSoundSource.h"
 #include "CoreLattice/RenderThread.h"
 #include "CoreLattice/SoundPicture.h"
-#include "Platform/CoreImage/CIImage.h"
+#include "Platform/CoreImage/CIContext.h"
 #include "Platform/Foundation/NSLog.h"
 
 #include <algorithm>
@@ -19,12 +19,12 @@ constexpr std::size_t mostBuffers = 16;
 constexpr std::size_t usualWidth = 1280;
 constexpr std::size_t usualHeight = 720;
 
-/// The BGRA buffer behind a value, or null.
-CVPixelBuffer* pictureOf(CFType* value)
+/// A BGRA buffer with the picture that a value stands for, or null.
+Ref<CVPixelBuffer> pictureOf(CFType* value)
 {
-    auto* buffer = kindOf<CVPixelBuffer>(value);
+    Ref<CVPixelBuffer> buffer = kindOf<CVPixelBuffer>(value);
     if (const auto* const image = kindOf<CIImage>(value))
-        buffer = image->pixelBuffer();
+        buffer = CIContext::createPixelBuffer(*image);
     return buffer && buffer->pixelFormat() == kCVPixelFormatType_32BGRA && buffer->baseAddress() ? buffer : nullptr;
 }
 
@@ -119,7 +119,7 @@ void ViewRenderer::setComposition(QCComposition* composition)
         mValues[i].numbers = inputs[i].defaultValue.value_or(ISFInput::Numbers { 0, 0, 0, 1 });
         if (mPicture && inputs[i].type == ISFInputType::Image && inputs[i].name == textOf(QCCompositionInputImageKey)) {
             mObjects[i] = mPicture;
-            mValues[i].picture = pictureOf(mPicture);
+            mValues[i].picture = mPicturePixels;
             mValues[i].pictureSerial = ++mPictureSerial;
         }
     }
@@ -174,11 +174,13 @@ void ViewRenderer::setValue(CFType* value, CFString* key)
 {
     if (!isPresent(value))
         value = nullptr;
+    const auto picture = pictureOf(value);
     Ref<CFType> replaced;
+    Ref<CVPixelBuffer> replacedPixels;
     const std::lock_guard lock(mLock);
     if (CFEqual(key, QCCompositionInputImageKey)) {
-        replaced = std::move(mPicture);
-        mPicture = value;
+        replaced = std::exchange(mPicture, value);
+        replacedPixels = std::exchange(mPicturePixels, picture);
     }
     if (!mComposition)
         return;
@@ -188,7 +190,7 @@ void ViewRenderer::setValue(CFType* value, CFString* key)
             continue;
         mObjects[i] = value;
         if (inputs[i].type == ISFInputType::Image) {
-            mValues[i].picture = pictureOf(value);
+            mValues[i].picture = picture;
             mValues[i].pictureSerial = ++mPictureSerial;
         } else {
             setNumbers(i, value);

@@ -77,7 +77,8 @@ private:
     std::uint64_t mRenderedGeneration = 0; ///< of the composition that was last rendered; 0 for none
     std::optional<Refusal> mRefusal;
     Ref<CVPixelBuffer> mOutput;
-    Ref<CFType> mPicture; ///< the input picture, which outlives the composition
+    Ref<CFType> mPicture; ///< the input picture as it was set, which outlives the composition
+    Ref<CVPixelBuffer> mPicturePixels; ///< what it stands for
     std::uint64_t mGeneration = 0;
     std::uint64_t mPictureSerial = 0;
     std::size_t mWidth = 0;

@@ -107,11 +107,11 @@ std::vector<std::string> conformanceFiles()
     return names;
 }
 
-class Conformance : public testing::TestWithParam<std::string> { };
+class ConformanceFile : public testing::TestWithParam<std::string> { };
 
 }
 
-TEST_P(Conformance, DrawsItsPicture)
+TEST_P(ConformanceFile, DrawsItsPicture)
 {
     const AutoreleasePool pool;
     LTCSoundSource::setProvider(tone);
@@ -137,7 +137,29 @@ TEST_P(Conformance, DrawsItsPicture)
     EXPECT_LE(difference(drawn, expected), 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Conformance, testing::ValuesIn(conformanceFiles()), [](const auto& file) {
+TEST(Conformance, PicturesThatAreTooLargeTogetherAreNotRead)
+{
+    const AutoreleasePool pool;
+    std::string name = (std::filesystem::temp_directory_path() / "tovrin-pictures-XXXXXX").string();
+    const std::filesystem::path own = mkdtemp(name.data());
+    QImage large(8192, 8192, QImage::Format_Mono); // a few kilobytes in its file and 256 MiB when it is read
+    large.fill(0);
+    ASSERT_TRUE(large.save(QString::fromStdString((own / "large.png").string())));
+    std::string imports;
+    for (const auto* const each : { "a", "b", "c" })
+        imports += std::string(imports.empty() ? "" : ", ") + "\"" + each + "\": \"large.png\"";
+    std::ofstream(own / "Large.fs") << R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ], "IMPORTED": { )"
+                                    << imports << " } }*/ void main() { gl_FragColor = IMG_THIS_PIXEL(a); }";
+    const auto view = viewOf(own / "Large.fs");
+    ASSERT_TRUE(view);
+    testing::internal::CaptureStderr();
+    render(*view);
+    const auto log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("Large.fs: its pictures need more than 512 MiB"), std::string::npos) << log;
+    std::filesystem::remove_all(own);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ConformanceFile, testing::ValuesIn(conformanceFiles()), [](const auto& file) {
     std::string name;
     for (const char c : file.param)
         name += c == '-' ? '_' : c;

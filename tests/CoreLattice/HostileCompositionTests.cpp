@@ -105,6 +105,18 @@ TEST_F(HostileComposition, GiganticPasses)
         "Hostile.fs: its buffers need more than 512 MiB");
 }
 
+TEST_F(HostileComposition, PassesThatGrowTheirBuffers)
+{
+    std::string passes;
+    for (int i = 0; i < 8; ++i) {
+        const auto target = R"({ "TARGET": "t)" + std::to_string(i) + R"(", "FLOAT": true, "PERSISTENT": true)";
+        passes += target + R"(, "WIDTH": 1, "HEIGHT": 1 }, )" + target + R"(, "WIDTH": 4096, "HEIGHT": 4096 }, )";
+    }
+    EXPECT_EQ(reasonFor(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ], "PASSES": [ )" + passes
+                  + "{} ] }*/ void main() { gl_FragColor = vec4(1.0); }"),
+        "Hostile.fs: its buffers need more than 512 MiB");
+}
+
 TEST_F(HostileComposition, ThousandsOfPasses)
 {
     EXPECT_EQ(reasonFor(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" } ], "PASSES": [ {})"

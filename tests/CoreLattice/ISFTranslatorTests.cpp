@@ -143,11 +143,44 @@ TEST(ISFTranslator, MakesTheOutputOpaqueWhateverItsName)
         const auto text = translated(body);
         return text.substr(text.rfind("void main()"));
     };
-    EXPECT_EQ(
-        endOf("void main() { gl_FragColor = vec4(0.0); }"), "void main() { lattice_main(); gl_FragColor.a = 1.0; }\n");
+    EXPECT_EQ(endOf("void main() { gl_FragColor = vec4(0.0); }"),
+        "void main() { gl_FragColor = vec4(0.0); lattice_main(); gl_FragColor.a = 1.0; }\n");
     EXPECT_EQ(endOf("out vec4 c; // gl_FragColor\nvoid main() { c = vec4(0.0); }"),
-        "void main() { lattice_main(); c.a = 1.0; }\n");
+        "void main() { c = vec4(0.0); lattice_main(); c.a = 1.0; }\n");
     EXPECT_EQ(endOf("void main() { gl_FragData[0] = vec4(0.0); }"),
-        "void main() { lattice_main(); gl_FragData[0].a = 1.0; }\n");
-    EXPECT_EQ(endOf("void main() { }"), "void main() { lattice_main(); }\n");
+        "void main() { gl_FragData[0] = vec4(0.0); lattice_main(); gl_FragData[0].a = 1.0; }\n");
+    EXPECT_EQ(
+        endOf("void main() { }"), "void main() { gl_FragColor = vec4(0.0); lattice_main(); gl_FragColor.a = 1.0; }\n");
+    // What cannot be told, or has no such part, the renderer makes opaque.
+    EXPECT_EQ(endOf("out vec3 c; void main() { c = vec3(0.0); }"), "void main() { lattice_main(); }\n");
+    EXPECT_EQ(endOf("#ifdef A\nout vec4 c;\n#else\n#define c gl_FragColor\n#endif\nvoid main() { c = vec4(0.0); }"),
+        "void main() { lattice_main(); }\n");
+}
+
+TEST(ISFTranslator, TakesOutWhatNobodyCompiles)
+{
+    const auto left = [](const std::string& body) {
+        const auto text = translated("\n" + body + "\nvoid main() { }");
+        const auto start = text.find("#line 1\n") + 8;
+        std::string result;
+        for (const char c : text.substr(start, text.find("void lattice_main") - start))
+            result += c == ' ' ? "" : std::string(1, c == '\n' ? '|' : c);
+        return result.substr(
+            result.find_first_not_of('|'), result.find_last_not_of('|') - result.find_first_not_of('|') + 1);
+    };
+    EXPECT_EQ(left("#if 0\nfor people\n#endif\nint a;"), "#if0||#endif|inta;");
+    EXPECT_EQ(left("#if (0)\nwhile\n#else\nint a;\n#endif"), "#if(0)||#else|inta;|#endif");
+    EXPECT_EQ(left("#if 1\nint a;\n#elif 1\nfor\n#else\nwhile\n#endif"), "#if1|inta;|#elif1||#else||#endif");
+    EXPECT_EQ(left("#if 0\n#if 1\nfor\n#else\nwhile\n#endif\n#ifdef A\nfor\n#endif\nfor\n#elif 0\nfor\n#elif 1\nint "
+                   "a;\n#else\nfor\n#endif\nint b;"),
+        "#if0||||||||||#elif0||#elif1|inta;|#else||#endif|intb;");
+    EXPECT_EQ(left("#if 1\n#if 0\nfor\n#endif\nint a;\n#endif"), "#if1|#if0||#endif|inta;|#endif");
+    // What has to be found out stays.
+    EXPECT_EQ(left("#if A\nint a;\n#else\nint b;\n#endif"), "#ifA|inta;|#else|intb;|#endif");
+    EXPECT_EQ(
+        left("#if A\nint a;\n#elif 1\nint b;\n#else\nint c;\n#endif"), "#ifA|inta;|#elif1|intb;|#else|intc;|#endif");
+    EXPECT_EQ(left("#if 0 || A\nint a;\n#endif"), "#if0||A|inta;|#endif");
+    EXPECT_EQ(left("#ifdef A\nint a;\n#endif"), "#ifdefA|inta;|#endif");
+    EXPECT_EQ(left("#error for people\n#pragma while it lasts"), "#errorforpeople|#pragmawhileitlasts");
+    EXPECT_EQ(faultOf("#if A\nfor people\n#endif\nvoid main() {}"), "t.fs:2: the condition of \"for\" cannot be found");
 }

@@ -365,6 +365,35 @@ TEST(LTCView, TakesAnImageForAPicture)
     EXPECT_EQ(pixelAt(*render(*view), 3, 3), (Pixel { 9, 8, 7 }));
 }
 
+TEST(LTCView, APictureThatIsTakenAwayIsGone)
+{
+    const auto view = Pictures::view(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" },
+        { "NAME": "overlay", "TYPE": "image" } ] }*/ void main() { gl_FragColor = IMG_THIS_PIXEL(overlay); })",
+        plain(8, 8, { 1, 2, 3 }));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 0, 0, 0 }));
+    view->setValue_forInputKey(plain(8, 8, { 9, 8, 7 }).get(), CFSTR("overlay"));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 9, 8, 7 }));
+    view->setValue_forInputKey(nullptr, CFSTR("overlay"));
+    EXPECT_FALSE(view->valueForInputKey(CFSTR("overlay")));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 0, 0, 0 }));
+    view->setValue_forInputKey(nullptr, QCCompositionInputImageKey);
+    EXPECT_FALSE(view->renderAtTime_arguments(0, nullptr)) << "without the picture to work on there is nothing to show";
+}
+
+TEST(LTCView, AnImageIsTakenAtTheSizeThatItIsGiven)
+{
+    const auto view = Pictures::view(HEADER "void main() { gl_FragColor = vec4(IMG_SIZE(inputImage) / 255.0, "
+                                            "IMG_THIS_PIXEL(inputImage).b, 1.0); }",
+        plain(8, 8, { 1, 2, 3 }));
+    const auto image = CIImage::imageWithCVImageBuffer(plain(80, 40, { 9, 8, 7 }).get());
+    view->setValue_forInputKey(
+        image->imageByApplyingTransform(CGAffineTransformMakeScale(0.25, 0.25)).get(), QCCompositionInputImageKey);
+    const auto result = render(*view);
+    EXPECT_EQ(result->width(), 20U);
+    EXPECT_EQ(result->height(), 10U);
+    EXPECT_EQ(pixelAt(*result, 3, 3), (Pixel { 20, 10, 7 }));
+}
+
 TEST(LTCView, RendersForARequestOnTheRenderThreadAndShowsTheResult)
 {
     const auto view = make<CountingView>();
