@@ -7,7 +7,6 @@ NS_IMPLEMENTATION(LTCCompositionPickerTile, NSObject)
     type.key("name", &LTCCompositionPickerTile::name);
     type.key("explanation", &LTCCompositionPickerTile::explanation);
     type.key("usable", &LTCCompositionPickerTile::isUsable);
-    type.key("thumbnail", &LTCCompositionPickerTile::thumbnail);
     type.key("layer", &LTCCompositionPickerTile::layer);
 }
 

@@ -8,7 +8,7 @@
 /// One tile of a picker: a composition, and a layer with the last picture that was rendered for it; or a file that
 /// cannot be used. The thumbnail may be set from any thread; the rest never changes.
 ///
-/// Keys: `name`, `explanation`, `usable`, `thumbnail` and `layer`, which tells its host of each new thumbnail.
+/// Keys: `name`, `explanation`, `usable` and `layer`, which tells its host of each new thumbnail.
 class LTCCompositionPickerTile : public NSObject {
     NS_OBJECT(LTCCompositionPickerTile)
 public:

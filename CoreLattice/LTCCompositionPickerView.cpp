@@ -44,7 +44,6 @@ NS_IMPLEMENTATION(LTCCompositionPickerView, NSView)
     type.key("selectedComposition", &LTCCompositionPickerView::selectedComposition,
         &LTCCompositionPickerView::setSelectedComposition);
     type.key("notice", &LTCCompositionPickerView::notice);
-    type.key("tiles", &LTCCompositionPickerView::tiles);
     type.key("selectedIndex", &LTCCompositionPickerView::selectedIndex, &LTCCompositionPickerView::selectTileAtIndex);
     type.key("categories", &LTCCompositionPickerView::categories);
     type.key("category", &LTCCompositionPickerView::category, &LTCCompositionPickerView::setCategory);
@@ -223,7 +222,6 @@ void LTCCompositionPickerView::setTiles(
     }
     {
         const NSKeyValueChange compositionsChange(this, "compositions");
-        const NSKeyValueChange tilesChange(this, "tiles");
         const NSKeyValueChange shownChange(this, "shownTiles");
         const NSKeyValueChange categoriesChange(this, "categories");
         const NSKeyValueChange indexChange(this, "selectedIndex");
@@ -442,11 +440,26 @@ NSColor* LTCCompositionPickerView::backgroundColor() const
 void LTCCompositionPickerView::setBackgroundColor(NSColor* color)
 {
     mBackgroundColor = color;
+    showBackground();
+}
+
+void LTCCompositionPickerView::setDrawsBackground(bool draws)
+{
+    mDrawsBackground = draws;
+    showBackground();
+}
+
+/// On the view's layer, which lies behind the tiles.
+void LTCCompositionPickerView::showBackground()
+{
+    setWantsLayer(true);
+    layer()->setBackgroundColor(mDrawsBackground && mBackgroundColor ? mBackgroundColor->getCGColor() : nullptr);
 }
 
 void LTCCompositionPickerView::setNumberOfRows(std::uint64_t rows)
 {
-    mNumberOfRows = rows;
+    if (rows > 0)
+        mNumberOfRows = rows;
 }
 
 /// A composition that came into a view by another road than this picker is marked as well.

@@ -21,14 +21,14 @@ class LTCCompositionRepository;
 /// budget of processor time for all of them together. The files that cannot be used come last; nobody can select them.
 /// The strip follows its repository: what stays keeps its tile and its picture, and what is selected stays selected as
 /// long as there is a composition with its identifier. The user can narrow it down to a category and to what matches a
-/// search; that hides tiles and changes neither the compositions nor what is selected.
+/// search; that hides tiles and changes neither the compositions nor what is selected. It is one row, whatever
+/// `numberOfRows` says.
 ///
-/// Keys: `tiles` (an array of `LTCCompositionPickerTile`), `compositions`, `selectedIndex` (-1 for none),
-/// `showsCompositionNames` and `notice`, to be observed by the view's component. For the narrowed strip: `categories`,
-/// to be observed; `category` and `searchText`, to be written; `shownTiles`, those that match both,
-/// `shownCompositionCount`, how many of them can be chosen, and `shownIndex`, the selected one's place among them,
-/// which chooses when it is written; `visibleTiles`, to be written, the first and the number of the shown tiles that
-/// are on the screen.
+/// Keys: `compositions`, `selectedComposition`, `selectedIndex` (-1 for none), `showsCompositionNames`,
+/// `allowsEmptySelection` and `notice`. For the narrowed strip: `categories`, to be observed; `category` and
+/// `searchText`, to be written; `shownTiles`, those that match both, `shownCompositionCount`, how many of them can be
+/// chosen, and `shownIndex`, the selected one's place among them, which chooses when it is written; `visibleTiles`, to
+/// be written, the first and the number of the shown tiles that are on the screen.
 class LTCCompositionPickerView : public NSView, public LTCCompositionPickerViewProtocol {
     NS_OBJECT(LTCCompositionPickerView)
 public:
@@ -61,10 +61,11 @@ public:
     NSColor* backgroundColor() const override;
     void setBackgroundColor(NSColor* color) override;
     bool drawsBackground() const override { return mDrawsBackground; }
-    void setDrawsBackground(bool draws) override { mDrawsBackground = draws; }
+    void setDrawsBackground(bool draws) override;
     std::uint64_t numberOfRows() const override { return mNumberOfRows; }
     void setNumberOfRows(std::uint64_t rows) override;
 
+    /// The tiles of all that is offered and then of the files that cannot be used.
     CFArray* tiles() const { return mTiles; }
     /// Why files that were just added cannot be used, or are not among the tiles; empty some seconds later.
     CFString* notice() const { return mNotice; }
@@ -106,6 +107,7 @@ private:
     Ref<CFArray> matchingTiles() const;
     void showMatchingTiles();
     void tellVisibleTiles();
+    void showBackground();
     void _repositoryDidUpdate(NSNotification* notification);
     void _repositoryDidAddFiles(NSNotification* notification);
     void _viewDidLoadComposition(NSNotification* notification);

@@ -2,14 +2,7 @@
 
 #include "Platform/Foundation/NSPathUtilities.h"
 
-NS_IMPLEMENTATION(LTCUnusableComposition, NSObject)
-{
-    type.key("name", &LTCUnusableComposition::name);
-    type.key("file", &LTCUnusableComposition::file);
-    type.key("line", &LTCUnusableComposition::line);
-    type.key("message", &LTCUnusableComposition::message);
-    type.key("reason", &LTCUnusableComposition::reason);
-}
+NS_IMPLEMENTATION(LTCUnusableComposition, NSObject) { }
 
 LTCUnusableComposition::LTCUnusableComposition(Ref<CFString> name, Ref<CFString> file, int line, Ref<CFString> message)
     : mName(std::move(name))

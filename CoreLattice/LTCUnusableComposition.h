@@ -3,8 +3,6 @@
 #include "Platform/Foundation/NSObject.h"
 
 /// A composition's file that cannot be used, and why. Unchanging; any thread may read it.
-///
-/// Keys: `name`, `file`, `line`, `message` and `reason`.
 class LTCUnusableComposition : public NSObject {
     NS_OBJECT(LTCUnusableComposition)
 public:

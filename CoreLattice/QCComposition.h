@@ -42,9 +42,21 @@ inline CFString* const LTCCompositionWantsGPUKey = CFSTR("wantsGPU");
 
 /// Keys of a port's attributes.
 ///
-/// type: one of the type texts below; label: the text that people read; default, minimum, maximum: numbers, for a
-/// point or a colour an array of numbers (x, y; red, green, blue, alpha from 0 to 1), absent where the composition says
-/// nothing; values, labels: two arrays of equal length, the choices of a menu.
+/// type: one of the type texts below; label: the text that people read, never null; values, labels: two arrays of equal
+/// length, the numbers and the texts of a menu's choices, for menus only; default, minimum, maximum in the form of the
+/// port's value:
+///
+/// | Type | Value |
+/// | --- | --- |
+/// | number | a `CFNumber` |
+/// | boolean | a `CFBoolean` |
+/// | menu | a `CFNumber`, the value of the choice and not its place |
+/// | color | a `CFArray` of four `CFNumber`s: red, green, blue, alpha from 0 to 1 |
+/// | point | a `CFArray` of two `CFNumber`s: x from the left, y from the bottom, in the unit that the composition means
+/// | | event | a `CFBoolean`, true for one render | | image | a `CVPixelBuffer` (BGRA) or a `CIImage` |
+///
+/// Images and events have none of the three; the others always have a default, and the bounds that the composition
+/// gives.
 inline CFString* const LTCPortTypeKey = CFSTR("type");
 inline CFString* const LTCPortLabelKey = CFSTR("label");
 inline CFString* const LTCPortDefaultKey = CFSTR("default");
@@ -72,14 +84,15 @@ public:
     QCComposition(Ref<CFString> identifier, std::shared_ptr<const CoreLattice::ISFDocument> document);
     ~QCComposition() override;
 
+    /// What was given; never null.
     CFString* identifier() const { return mIdentifier; }
-    /// The name that people read.
+    /// The name that people read; never null.
     CFString* name() const;
     /// What the composition says about itself, with an entry for each port; see the keys above.
     CFDictionary* attributes() const { return mAttributes; }
-    /// The keys of the inputs, in the order in which the file declares them.
+    /// The keys of the inputs, in the order in which the file declares them; never null.
     CFArray* inputKeys() const { return mInputKeys; }
-    /// Whether the composition has the ports that the protocol demands.
+    /// Whether the composition has the ports that the protocol demands; false for null and for an unknown protocol.
     bool conformsToProtocol(CFString* protocol) const;
     /// Another object for the same composition.
     Ref<QCComposition> copy() const;

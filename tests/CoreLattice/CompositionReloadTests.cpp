@@ -208,7 +208,7 @@ TEST_F(CompositionReload, NoMomentOfAnUpdateShowsASelectionThatIsNotThere)
     picker->setSelectedComposition(composition("/Z").get());
     ASSERT_EQ(picker->selectedIndex(), static_cast<long>(picker->tiles()->count()) - 1);
     const auto reader = make<PickerReader>();
-    for (const auto* const key : { "tiles", "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
+    for (const auto* const key : { "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
         picker->addObserver_forKeyPath_options_context(reader, key, 0, nullptr);
     // What is before it goes: it moves, and is the selected one all the time.
     fs::remove(user() / "A.fs");
@@ -226,7 +226,7 @@ TEST_F(CompositionReload, NoMomentOfAnUpdateShowsASelectionThatIsNotThere)
     picker->setCompositionsFromRepositoryWithProtocol_andAttributes(CFSTR("no protocol"), nullptr);
     EXPECT_EQ(picker->tiles()->count(), 0U);
     EXPECT_THAT(reader->selections, testing::Each("none"));
-    for (const auto* const key : { "tiles", "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
+    for (const auto* const key : { "compositions", "shownTiles", "shownIndex", "selectedIndex", "categories" })
         picker->removeObserver_forKeyPath(reader, key);
 }
 

@@ -24,7 +24,16 @@ public:
     {
         return composition->identifier()->string() != "/sharpen";
     }
+    void compositionPickerViewDidStartAnimating(LTCCompositionPickerView* view) override
+    {
+        animations.push_back(view->isAnimating() ? "did start, running" : "did start");
+    }
+    void compositionPickerViewWillStopAnimating(LTCCompositionPickerView* view) override
+    {
+        animations.push_back(view->isAnimating() ? "will stop, running" : "will stop");
+    }
     std::vector<std::string> selections;
+    std::vector<std::string> animations;
 };
 
 NS_IMPLEMENTATION(PickerDelegate, NSObject)
@@ -33,6 +42,8 @@ NS_IMPLEMENTATION(PickerDelegate, NSObject)
         "compositionPickerView:didSelectComposition:", &PickerDelegate::compositionPickerView_didSelectComposition);
     type.message("compositionPickerView:shouldIncludeComposition:",
         &PickerDelegate::compositionPickerView_shouldIncludeComposition);
+    type.message("compositionPickerViewDidStartAnimating:", &PickerDelegate::compositionPickerViewDidStartAnimating);
+    type.message("compositionPickerViewWillStopAnimating:", &PickerDelegate::compositionPickerViewWillStopAnimating);
 }
 
 class Picker : public testing::Test {
@@ -250,5 +261,88 @@ TEST_F(Picker, TakesNoShapeAndNoRateThatIsNone)
         },
         60));
     EXPECT_EQ(tile(0).thumbnail()->width(), 108U);
+    picker->stopAnimation(nullptr);
+}
+
+TEST_F(Picker, DrawsAGroundWhereItHasOneAndIsToldTo)
+{
+    EXPECT_FALSE(picker->drawsBackground());
+    picker->setBackgroundColor(NSColor::darkGrayColor());
+    ASSERT_TRUE(picker->layer());
+    EXPECT_FALSE(picker->layer()->backgroundColor());
+    picker->setDrawsBackground(true);
+    EXPECT_EQ(picker->layer()->backgroundColor(), NSColor::darkGrayColor()->getCGColor());
+    picker->setBackgroundColor(NSColor::whiteColor());
+    EXPECT_EQ(picker->layer()->backgroundColor(), NSColor::whiteColor()->getCGColor());
+    picker->setBackgroundColor(nullptr);
+    EXPECT_FALSE(picker->layer()->backgroundColor());
+}
+
+TEST_F(Picker, KeepsWhatItIsTold)
+{
+    EXPECT_EQ(picker->numberOfRows(), 1U);
+    picker->setNumberOfRows(3);
+    picker->setNumberOfRows(0);
+    EXPECT_EQ(picker->numberOfRows(), 3U);
+    EXPECT_EQ(picker->maxAnimationFrameRate(), 10);
+    EXPECT_EQ(picker->compositionAspectRatio().width / picker->compositionAspectRatio().height, 16.0 / 9);
+    EXPECT_EQ(picker->delegate(), delegate);
+    picker->setDelegate(nullptr);
+    EXPECT_EQ(picker->delegate(), nullptr);
+    picker->setCompositionsFromRepositoryWithProtocol_andAttributes(nullptr, nullptr);
+    EXPECT_GT(picker->compositions()->count(), 0U) << "no protocol changes nothing";
+}
+
+TEST_F(Picker, SelectsForTheProgramWithoutTellingTheDelegate)
+{
+    picker->setSelectedComposition(tile(3).composition()->copy().get());
+    EXPECT_EQ(picker->selectedIndex(), 3);
+    EXPECT_EQ(picker->selectedComposition(), tile(3).composition());
+    picker->setSelectedComposition(Pictures::composition("/*{}*/ void main() {}"));
+    EXPECT_EQ(picker->selectedIndex(), 3) << "it is not offered";
+    picker->setAllowsEmptySelection(false);
+    picker->setSelectedComposition(nullptr);
+    EXPECT_EQ(picker->selectedIndex(), 3);
+    picker->setAllowsEmptySelection(true);
+    picker->setSelectedComposition(nullptr);
+    EXPECT_EQ(picker->selectedIndex(), -1);
+    EXPECT_TRUE(delegate->selections.empty());
+}
+
+TEST_F(Picker, TellsItsDelegateAroundTheAnimation)
+{
+    picker->startAnimation(nullptr);
+    picker->startAnimation(nullptr);
+    EXPECT_THAT(delegate->animations, testing::ElementsAre("did start, running"));
+    picker->stopAnimation(nullptr);
+    picker->stopAnimation(nullptr);
+    EXPECT_THAT(delegate->animations, testing::ElementsAre("did start, running", "will stop, running"));
+    EXPECT_FALSE(picker->isAnimating());
+    // A delegate without any of the operations is asked for none.
+    const auto deaf = make<NSObject>();
+    picker->setDelegate(deaf);
+    picker->setCompositionsFromRepositoryWithProtocol_andAttributes(QCCompositionProtocolImageFilter, nullptr);
+    EXPECT_GE(indexOf("/sharpen"), 0) << "all are offered";
+    picker->startAnimation(nullptr);
+    picker->selectTileAtIndex(0);
+    picker->stopAnimation(nullptr);
+    EXPECT_EQ(picker->selectedIndex(), 0);
+}
+
+TEST_F(Picker, TakesDefaultValuesBack)
+{
+    picker->startAnimation(nullptr);
+    const auto input = Pictures::plain(64, 36, { 200, 150, 100 });
+    EXPECT_TRUE(DispatchMain::runUntil(
+        [&] {
+            const AutoreleasePool inner;
+            picker->setDefaultValue_forInputKey(input, QCCompositionInputImageKey);
+            return tile(0).thumbnail() && tile(1).thumbnail();
+        },
+        30));
+    EXPECT_GT(input->retainCount(), 1) << "kept for the tiles";
+    picker->resetDefaultInputValues();
+    EXPECT_TRUE(DispatchMain::runUntil([&] { return input->retainCount() == 1; }, 10)) << "given back";
+    EXPECT_TRUE(tile(0).thumbnail()) << "the tiles stay as they are";
     picker->stopAnimation(nullptr);
 }
