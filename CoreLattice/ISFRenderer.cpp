@@ -102,32 +102,80 @@ void ISFRenderer::forget() noexcept
     mBlack.forget();
 }
 
-bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output, CompositionError* error)
+bool ISFRenderer::begin(const ISFFrame& frame, CompositionError* error)
 {
     if (frame.width == 0 || frame.height == 0 || frame.values.size() != mDocument->inputs.size()
         || !mBlack.makeTarget(1, 1, false))
         return false;
     if (!fitsMemory(frame, error))
         return false;
-    mStart = std::chrono::steady_clock::now();
     glDisable(GL_BLEND);
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_DITHER);
     uploadPictures(frame);
     uploadSounds(frame);
+    return true;
+}
+
+bool ISFRenderer::prepare(const ISFFrame& frame, CompositionError* error)
+{
+    mStart = std::chrono::steady_clock::now();
+    if (!begin(frame, error))
+        return false;
+    const auto values = valuesOf(frame);
+    const PictureTexture* result = nullptr;
+    // Once more, since a pass may read what a later one rendered for the picture before, and drivers compile that for
+    // themselves.
+    for (int picture = 0; picture < 2; ++picture) {
+        for (std::size_t i = 0; i < mDocument->passes.size(); ++i) {
+            result = preparePass(i, frame, values);
+            if (mTookTooLong)
+                *error = tooSlow();
+            if (!result || mTookTooLong)
+                return false;
+        }
+    }
+    return isWholePicture(*result, frame) || copyOpaque(*result, frame);
+}
+
+/// Renders a pass that is rendered only once, and one pixel of any other.
+const PictureTexture* ISFRenderer::preparePass(std::size_t index, const ISFFrame& frame, const ISFPassValues& values)
+{
+    if (mDocument->passes[index].unchanging)
+        return renderPass(index, frame, values);
+    const auto* const into = setUpPass(index, frame, values);
+    if (!into)
+        return nullptr;
+    drawOnePixel();
+    // As a texture is before anything was drawn into it.
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    return into;
+}
+
+CompositionError ISFRenderer::tooSlow() const
+{
+    return { mDocument->file, 0, "a picture takes longer than 1.5 seconds" };
+}
+
+bool ISFRenderer::render(const ISFFrame& frame, CVPixelBuffer& output, CompositionError* error)
+{
+    mStart = std::chrono::steady_clock::now();
+    if (!begin(frame, error))
+        return false;
     const auto values = valuesOf(frame);
     const PictureTexture* result = nullptr;
     for (std::size_t i = 0; i < mDocument->passes.size(); ++i) {
         result = renderPass(i, frame, values);
         if (mTookTooLong)
-            *error = { mDocument->file, 0, "a picture takes longer than 1.5 seconds" };
+            *error = tooSlow();
         if (!result || mTookTooLong)
             return false;
     }
     mLastTime = frame.time;
     ++mFrameIndex;
 
-    if (result != &mOutput || result->width() != frame.width || result->height() != frame.height) {
+    if (!isWholePicture(*result, frame)) {
         if (!copyOpaque(*result, frame))
             return false;
         result = &mCopy;
@@ -176,9 +224,14 @@ bool ISFRenderer::drawInTime(const ISFPassProgram& program, std::size_t width, s
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
         return true;
     }
+    if (mFrameIndex == 0) {
+        // Drivers compile at the first drawing, and may take a second for it on a busy machine. That is no part of the
+        // time that a picture takes.
+        const auto begin = std::chrono::steady_clock::now();
+        drawOnePixel();
+        mStart += std::chrono::steady_clock::now() - begin;
+    }
     glEnable(GL_SCISSOR_TEST);
-    if (mFrameIndex == 0)
-        letDriverCompile();
     std::size_t columns = std::min(firstColumns, width);
     std::size_t rows = std::min(firstRows, height);
     for (std::size_t y = 0; y < height && !mTookTooLong;) {
@@ -203,18 +256,22 @@ bool ISFRenderer::drawInTime(const ISFPassProgram& program, std::size_t width, s
     return !mTookTooLong;
 }
 
-/// Drivers compile at the first drawing, and may take a second for it on a busy machine. That is no part of the time
-/// that a picture takes.
-void ISFRenderer::letDriverCompile()
+void ISFRenderer::drawOnePixel()
 {
-    const auto begin = std::chrono::steady_clock::now();
+    glEnable(GL_SCISSOR_TEST);
     glScissor(0, 0, 1, 1);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     glFinish();
-    mStart += std::chrono::steady_clock::now() - begin;
+    glDisable(GL_SCISSOR_TEST);
 }
 
-/// A last pass with a target, or with a size of its own, is copied to the size that is asked for and made opaque.
+/// Whether the last pass has neither a target nor a size of its own.
+bool ISFRenderer::isWholePicture(const PictureTexture& result, const ISFFrame& frame) const
+{
+    return &result == &mOutput && result.width() == frame.width && result.height() == frame.height;
+}
+
+/// Copies the result of any other last pass to the size that is asked for and makes it opaque.
 bool ISFRenderer::copyOpaque(const PictureTexture& result, const ISFFrame& frame)
 {
     if (!mCopy.makeTarget(frame.width, frame.height, false))
@@ -367,15 +424,34 @@ std::pair<std::size_t, std::size_t> ISFRenderer::passSize(const ISFPass& pass, c
     return { static_cast<std::size_t>(std::max(width, 1.0)), static_cast<std::size_t>(std::max(height, 1.0)) };
 }
 
-const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame& frame, ISFPassValues values)
+ISFRenderer::Target* ISFRenderer::targetOf(const ISFPass& pass)
+{
+    return pass.target.empty() ? nullptr : &mTargets.find(pass.target)->second;
+}
+
+const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame& frame, const ISFPassValues& values)
+{
+    const auto& pass = mDocument->passes[index];
+    Target* const target = targetOf(pass);
+    const auto [width, height] = passSize(pass, frame);
+    if (target && pass.unchanging && !needsRender(*target, frame, width, height))
+        return &target->textures[target->front];
+    const auto* const into = setUpPass(index, frame, values);
+    if (!into || !drawInTime(*mPrograms[index], width, height))
+        return nullptr;
+    if (target && target->persistent)
+        target->front = 1 - target->front;
+    return into;
+}
+
+/// Has all ready for the pass to be drawn, into the texture that it returns; null when that cannot be had.
+const PictureTexture* ISFRenderer::setUpPass(std::size_t index, const ISFFrame& frame, ISFPassValues values)
 {
     const auto& pass = mDocument->passes[index];
     const auto [width, height] = passSize(pass, frame);
-    Target* const target = pass.target.empty() ? nullptr : &mTargets.find(pass.target)->second;
+    Target* const target = targetOf(pass);
     PictureTexture* into
         = target ? &target->textures[target->persistent ? 1 - target->front : target->front] : &mOutput;
-    if (target && pass.unchanging && !needsRender(*target, frame, width, height))
-        return &target->textures[target->front];
     if (target && target->persistent
         && !target->textures[target->front].makeTarget(width, height, target->floatingPoint))
         return nullptr;
@@ -392,10 +468,6 @@ const PictureTexture* ISFRenderer::renderPass(std::size_t index, const ISFFrame&
     glBindFramebuffer(GL_FRAMEBUFFER, into->framebuffer());
     glViewport(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
     glClearColor(0, 0, 0, target ? 0 : 1);
-    if (!drawInTime(program, width, height))
-        return nullptr;
-    if (target && target->persistent)
-        target->front = 1 - target->front;
     return into;
 }
 

@@ -45,6 +45,11 @@ public:
     ///     for more memory or time than any may have; it should not be rendered again then
     bool render(const ISFFrame& frame, CVPixelBuffer& output, CompositionError* error);
 
+    /// Has the driver compile all that rendering \p frame needs, which software drivers do only when something is
+    /// drawn, and renders the passes that are rendered only once. To be called before the first render. \return false
+    /// as `render` does
+    bool prepare(const ISFFrame& frame, CompositionError* error);
+
     /// The context was lost and everything with it; only the destructor may follow.
     void forget() noexcept;
 
@@ -63,16 +68,22 @@ private:
         /// What the texture was rendered from, for a pass that is rendered only when that changes.
         std::vector<ISFInput::Numbers> renderedFrom;
     };
+    bool begin(const ISFFrame& frame, CompositionError* error);
     bool fitsMemory(const ISFFrame& frame, CompositionError* error) const;
     bool drawInTime(const ISFPassProgram& program, std::size_t width, std::size_t height);
-    void letDriverCompile();
+    static void drawOnePixel();
+    const PictureTexture* preparePass(std::size_t index, const ISFFrame& frame, const ISFPassValues& values);
+    CompositionError tooSlow() const;
+    bool isWholePicture(const PictureTexture& result, const ISFFrame& frame) const;
     bool copyOpaque(const PictureTexture& result, const ISFFrame& frame);
     static void makeOpaque(const PictureTexture& picture);
     void uploadPictures(const ISFFrame& frame);
     ISFPassValues valuesOf(const ISFFrame& frame) const;
     void bindTextures(const ISFPassProgram& program, const Target* written, std::size_t width, std::size_t height);
     std::pair<std::size_t, std::size_t> passSize(const ISFPass& pass, const ISFFrame& frame) const;
-    const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame, ISFPassValues values);
+    const PictureTexture* renderPass(std::size_t index, const ISFFrame& frame, const ISFPassValues& values);
+    const PictureTexture* setUpPass(std::size_t index, const ISFFrame& frame, ISFPassValues values);
+    Target* targetOf(const ISFPass& pass);
     static bool needsRender(Target& target, const ISFFrame& frame, std::size_t width, std::size_t height);
     void uploadSounds(const ISFFrame& frame);
     void bindTexture(GLint location, GLint& unit, GLuint texture, bool nearest);

@@ -50,7 +50,10 @@ NS_IMPLEMENTATION(LTCView, NSView)
 }
 
 LTCView::LTCView()
-    : mRenderer(std::make_shared<ViewRenderer>())
+    : mRenderer(std::make_shared<ViewRenderer>([weakSelf = WeakRef { this }] {
+        if (const auto self = weakSelf.strongReference())
+            self->requestRender();
+    }))
 {
     setWantsLayer(true);
     layer()->setContentsGravity(kCAGravityResizeAspect);
@@ -147,7 +150,7 @@ Ref<CFType> LTCView::valueForOutputKey_ofType(CFString* key, CFString* type)
         return output;
     if (textOf(type) != "CGImage")
         return nullptr;
-    if (!output) {
+    if (!mRenderer->isUpToDate()) {
         RenderThread::shared().sync([this] { mRenderer->render(secondsSinceStart()); });
         output = mRenderer->output();
     }
@@ -183,7 +186,12 @@ double LTCView::secondsSinceStart() const
 bool LTCView::renderAtTime_arguments(double time, CFDictionary* /*arguments*/)
 {
     bool rendered = false;
-    RenderThread::shared().sync([&] { rendered = mRenderer->render(time); });
+    auto& thread = RenderThread::shared();
+    // The view's own rendering goes on with what there is; who asks for a picture gets that of the present composition.
+    if (thread.isCurrent())
+        rendered = mRenderer->renderPrepared(time);
+    else
+        thread.sync([&] { rendered = mRenderer->render(time); });
     tellOfRefusal();
     return rendered;
 }

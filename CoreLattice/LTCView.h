@@ -39,9 +39,10 @@ public:
     /// Makes \p composition the one that is rendered from the next render on, its inputs at their defaults except for
     /// the picture, which stays. Null leaves the view without a composition. Any thread.
     ///
-    /// The view keeps \p composition, not a copy. The last picture stays the output until the next render. Posts
-    /// `LTCViewDidLoadCompositionNotification` before it returns; what is wrong with the composition shows at the next
-    /// render only.
+    /// The view keeps \p composition, not a copy. While the driver compiles it, the view's own rendering goes on with
+    /// the former one. The last picture stays the output until the next render. Posts
+    /// `LTCViewDidLoadCompositionNotification` before it returns; what is wrong with the composition shows when it has
+    /// been compiled.
     void loadComposition(QCComposition* composition);
     /// Null without one. Any thread; kept by the innermost pool.
     QCComposition* loadedComposition() const;
@@ -64,7 +65,7 @@ public:
     /// The last rendered picture. Any thread. What is given out is never written to again.
     /// \param key  `QCCompositionOutputImageKey`
     /// \param type  "CVPixelBuffer" for the buffer itself; "CGImage" for an image of its own with the same pixels, made
-    ///     by rendering first if no picture exists yet
+    ///     by rendering first if the loaded composition has no picture yet
     /// \return null for another key or type and when there is nothing to give
     Ref<CFType> valueForOutputKey_ofType(CFString* key, CFString* type);
 
@@ -77,7 +78,7 @@ public:
 
     /// Renders once with the present inputs and keeps the result as the output. To be overridden by who wants to set
     /// inputs before each render, or to have the output after it: the view itself renders through this operation only,
-    /// on the render thread. Called on another thread it waits for that one.
+    /// on the render thread. Called on another thread it waits for that one, and for the driver to compile.
     /// \param time  seconds since `startRendering`
     /// \param arguments  not looked at; may be null
     /// \return false when there is no composition, no picture at the input for the picture, or no memory; the output is

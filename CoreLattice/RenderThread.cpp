@@ -2,56 +2,125 @@
 
 #include "Platform/CoreFoundation/CFType.h"
 #include "Platform/dispatch/DispatchThreads.h"
-#include "Platform/Foundation/NSLog.h"
 #include "Platform/OpenGL/GLCompilerMemory.h"
-#include "Platform/OpenGL/GLContext.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <future>
+#include <memory>
+#include <vector>
 
 namespace CoreLattice {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int mostWorkBeforeIdle = 3;
 // The driver compiles when something is drawn for the first time; and who looks through filters compiles one by one.
 constexpr std::chrono::seconds compilerStays { 3 };
+// Someone waits for the next filter, while the former one goes on; a tile has time.
+constexpr int nicenessOfNextFilters = 4;
+constexpr int nicenessOfTiles = 12;
 
+// Plain enough to be read while static objects are taken down.
+std::mutex& threadsLock()
+{
+    static auto& lock = *std::make_unique<std::mutex>().release();
+    return lock;
+}
+
+std::vector<RenderThread*>& threads()
+{
+    static auto& all = *std::make_unique<std::vector<RenderThread*>>().release();
+    return all;
+}
+
+std::atomic<int> sDriverParts { 0 }; ///< that the process has, see `stopBeforeTheDriver`
+std::atomic<int> sDriverPartsSeen { 0 };
+std::atomic<Clock::rep> sCompiled { 0 }; ///< when; 0 when nothing was since the memory went
+
+void raise(std::atomic<int>& number, int least)
+{
+    int present = number;
+    while (present < least && !number.compare_exchange_weak(present, least)) { }
+}
+
+}
+
+/// Never destroyed, since views outlive static objects; only the threads end with the process.
+RenderThread& RenderThread::endless(const char* name, int niceness)
+{
+    auto* const thread = std::make_unique<RenderThread>(name, niceness).release();
+    {
+        const std::lock_guard lock(threadsLock());
+        threads().push_back(thread);
+    }
+    // The graphics driver goes away early while a process exits, so the thread stops before that where the program ends
+    // in order.
+    DispatchMain::whenThreadsStop([thread] { thread->stop(); });
+    stopAllAtExit();
+    return *thread;
 }
 
 RenderThread& RenderThread::shared()
 {
-    // Never destroyed, since views outlive static objects; only its thread ends with the process.
-    static RenderThread& thread = []() -> RenderThread& {
-        static const auto owner = std::make_unique<RenderThread>().release();
-        // The graphics driver goes away early while a process exits, so the thread stops before that where the program
-        // ends in order.
-        DispatchMain::whenThreadsStop([] { owner->stop(); });
-        stopAtExit();
-        return *owner;
-    }();
+    static RenderThread& thread = endless("CoreLattice", 0);
     return thread;
 }
 
-void RenderThread::stopAtExit()
+RenderThread& RenderThread::forNextFilters()
 {
-    std::atexit([] { shared().stop(); });
+    static RenderThread& thread = endless("CoreLattice.nxt", nicenessOfNextFilters);
+    return thread;
+}
+
+RenderThread& RenderThread::forTiles()
+{
+    static RenderThread& thread = endless("CoreLattice.til", nicenessOfTiles);
+    return thread;
+}
+
+void RenderThread::stopAllAtExit()
+{
+    std::atexit([] {
+        std::vector<RenderThread*> all;
+        {
+            const std::lock_guard lock(threadsLock());
+            all = threads();
+        }
+        for (auto* const thread : all)
+            thread->stop();
+    });
 }
 
 /// What is set up last is taken down first when the process exits: the driver that came with the context, and the
-/// compiler that came with the first filter. So the thread's end is registered again after each.
+/// compiler that came with the first filter. So the threads' end is registered again after each.
 void RenderThread::stopBeforeTheDriver()
 {
-    const int parts = !mContext ? 0 : !mCompiled ? 1 : 2;
-    if (parts <= mDriverParts)
-        return;
-    mDriverParts = parts;
-    stopAtExit();
+    const int parts = sDriverParts;
+    if (sDriverPartsSeen.exchange(parts) < parts)
+        stopAllAtExit();
 }
 
-RenderThread::RenderThread()
+void RenderThread::loadedDriver()
+{
+    raise(sDriverParts, 1);
+}
+
+void RenderThread::compiled()
+{
+    raise(sDriverParts, 2);
+    sCompiled = Clock::now().time_since_epoch().count();
+}
+
+RenderThread::RenderThread(const char* name, int niceness)
+    : mName(name)
+    , mNiceness(niceness)
 {
     // The software driver shall draw on this thread instead of spreading each picture over threads of its own, which
     // costs more processor time; so the thread's time is also what a picture costs. Set before the thread that reads it
@@ -127,50 +196,11 @@ void RenderThread::stop()
     }
 }
 
-bool RenderThread::hasContext()
-{
-    if (mTriedContext)
-        return mContext && (!mContext->isLost() || renewContext());
-    mTriedContext = true;
-    std::string error;
-    mContext = GLContext::create(&error);
-    if (mContext && !mContext->makeCurrent()) {
-        mContext = nullptr;
-        error = "the context cannot be made current";
-    }
-    if (!mContext)
-        NSLog(CFSTR("No filter can be rendered: %s"), error.c_str());
-    return mContext != nullptr;
-}
-
-bool RenderThread::renewContext()
-{
-    const bool isRenewed = mContext->makeCurrent();
-    if (isRenewed || !mToldOfLoss)
-        NSLog(CFSTR("The graphics driver lost the context of the filters; %s."),
-            isRenewed ? "they start again in a new one" : "they are left out until there is a new one");
-    mToldOfLoss = !isRenewed;
-    return isRenewed;
-}
-
-unsigned RenderThread::contextGeneration() const
-{
-    return mContext ? mContext->generation() : 0;
-}
-
-bool RenderThread::contextIsLost() const
-{
-    return mContext && mContext->isLost();
-}
-
-bool RenderThread::isSoftware()
-{
-    return hasContext() && mContext->isSoftware();
-}
-
 void RenderThread::run()
 {
-    pthread_setname_np(pthread_self(), "CoreLattice");
+    pthread_setname_np(pthread_self(), mName);
+    // Of this thread alone on this host.
+    static_cast<void>(::setpriority(PRIO_PROCESS, 0, mNiceness));
     for (;;) {
         std::function<void()> work;
         {
@@ -192,17 +222,13 @@ void RenderThread::run()
     }
 }
 
-void RenderThread::compiled()
-{
-    mCompiled = std::chrono::steady_clock::now();
-}
-
 void RenderThread::releaseCompilerWhenUnused()
 {
-    if (!mCompiled || std::chrono::steady_clock::now() - *mCompiled < compilerStays)
+    auto compiled = sCompiled.load();
+    if (compiled == 0 || Clock::now().time_since_epoch() - Clock::duration(compiled) < compilerStays)
         return;
-    mCompiled.reset();
-    GLReleaseCompilerMemory();
+    if (sCompiled.compare_exchange_strong(compiled, 0))
+        GLReleaseCompilerMemory();
 }
 
 }

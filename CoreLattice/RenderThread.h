@@ -1,27 +1,28 @@
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
 #include <thread>
-
-class GLContext;
 
 namespace CoreLattice {
 
-/// The one thread that renders, with the one context. Work is done in the order in which it came, that of views before
-/// that which can wait; each piece has an autorelease pool.
+/// A thread that works with filters. Work is done in the order in which it came, that of views before that which can
+/// wait; each piece has an autorelease pool.
 class RenderThread {
 public:
-    /// Started by the first call, stopped when the process exits. Work that has not begun by then never runs.
+    /// The one that draws. Each of the threads is started by the first call, and stopped when the process exits. Work
+    /// that has not begun by then never runs.
     static RenderThread& shared();
+    /// The one that compiles what a view will show next. The processor is given to what draws first.
+    static RenderThread& forNextFilters();
+    /// The one that compiles what tiles will show. It comes last of all.
+    static RenderThread& forTiles();
 
-    RenderThread();
+    /// \param name  of at most 15 characters
+    /// \param niceness  as the host counts it, 0 for none
+    RenderThread(const char* name, int niceness);
     ~RenderThread();
 
     bool isCurrent() const noexcept;
@@ -34,24 +35,17 @@ public:
     /// Ends the thread when its present piece of work is done.
     void stop();
 
-    /// Whether there is a context. Render thread only; the first call makes it, and logs the reason when there is none.
-    /// One that the driver has lost is replaced, at this call or a later one; there is none until that works.
-    bool hasContext();
-    /// How many times the context was replaced; what was made before that is gone. Render thread only.
-    unsigned contextGeneration() const;
-    /// Whether the driver has lost the context and what is rendered now with it. Render thread only.
-    bool contextIsLost() const;
-    /// Whether the processor does the rendering. Render thread only.
-    bool isSoftware();
-    /// A filter was compiled. Render thread only; what the compiler keeps is given back when no other was for a while.
-    void compiled();
+    /// A graphics driver was loaded, on whichever thread: all of them end before it goes while the process exits.
+    static void loadedDriver();
+    /// A filter was compiled, on whichever thread. What the compiler keeps is given back when no other was for a while.
+    static void compiled();
 
 private:
     void run();
-    bool renewContext();
-    void releaseCompilerWhenUnused();
-    static void stopAtExit();
-    void stopBeforeTheDriver();
+    static void stopAllAtExit();
+    static void stopBeforeTheDriver();
+    static void releaseCompilerWhenUnused();
+    static RenderThread& endless(const char* name, int niceness);
 
     std::mutex mLock;
     std::condition_variable mWake;
@@ -59,11 +53,8 @@ private:
     std::deque<std::function<void()>> mIdleWork;
     int mWorkBeforeIdle = 0;
     bool mStopped = false;
-    bool mTriedContext = false;
-    bool mToldOfLoss = false; ///< of one that has not been replaced yet
-    std::unique_ptr<GLContext> mContext;
-    std::optional<std::chrono::steady_clock::time_point> mCompiled; ///< empty when nothing was since the memory went
-    int mDriverParts = 0; ///< that the process has so far, see `stopBeforeTheDriver`
+    const char* const mName;
+    const int mNiceness;
     std::thread mThread;
 };
 

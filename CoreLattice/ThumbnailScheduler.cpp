@@ -15,7 +15,7 @@ namespace {
 // 3 ms; whoever makes the small picture that the tiles begin with needs the rest.
 constexpr std::int64_t budgetPerPicture = 1'800'000;
 constexpr std::int64_t mostCredit = 2 * budgetPerPicture;
-// What is owed at most: the first picture of a tile pays for its shader too, and the next tile is not to wait for that.
+// What is owed at most: after a very dear picture the other tiles are not to wait for long.
 constexpr std::int64_t mostDebt = 10 * budgetPerPicture;
 // Between two pictures of a tile, in nanoseconds: as long as never.
 constexpr double longestInterval = 1e18;
@@ -54,11 +54,14 @@ std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::itemFor(const Ref<
     return item;
 }
 
-std::shared_ptr<ViewRenderer> ThumbnailScheduler::rendererFor(const Item& item) const
+std::shared_ptr<ViewRenderer> ThumbnailScheduler::rendererFor(const Item& item)
 {
     if (item.renderer)
         return item.renderer;
-    auto renderer = std::make_shared<ViewRenderer>();
+    auto renderer = std::make_shared<ViewRenderer>(mContext, [weakSelf = weak_from_this()] {
+        if (const auto self = weakSelf.lock())
+            self->request();
+    });
     renderer->load(item.tile->composition());
     renderer->setOutputSize(mWidth, mHeight);
     for (const auto& [key, value] : mValues)
@@ -78,7 +81,7 @@ void ThumbnailScheduler::forgetUnseen()
 {
     std::vector<Item*> unseen;
     for (const auto& item : mItems) {
-        if (item->renderer && !item->visible)
+        if (item->renderer && !item->visible && item != mPrepared)
             unseen.push_back(item.get());
     }
     if (unseen.size() <= mostUnseen)
@@ -164,6 +167,8 @@ void ThumbnailScheduler::request()
 
 std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int64_t now)
 {
+    if (mPrepared)
+        return mPrepared;
     const auto interval
         = mMaxFrameRate > 0 ? static_cast<std::int64_t>(std::min(0.9e9 / mMaxFrameRate, longestInterval)) : 0;
     for (std::size_t i = 0; i < mItems.size(); ++i) {
@@ -191,13 +196,17 @@ void ThumbnailScheduler::renderNext()
         forgetUnseen();
     }
     const auto start = threadNanoseconds();
-    if (renderer->render(static_cast<double>(now - mStart) * 1e-9))
+    if (renderer->renderPrepared(static_cast<double>(now - mStart) * 1e-9))
         item->tile->setThumbnail(renderer->output().get());
     const auto cost = threadNanoseconds() - start;
     {
         const std::lock_guard lock(mLock);
-        item->lastRender = now;
         mCredit = std::max(mCredit - cost, -mostDebt);
+        // The tiles' context is in use then, and the renderer asks for the next turn.
+        mPrepared = renderer->isPreparing() ? item : nullptr;
+        if (mPrepared)
+            return;
+        item->lastRender = now;
     }
     request();
 }

@@ -8,7 +8,8 @@ namespace CoreLattice {
 
 /// Renders those tiles of a picker that are on the screen in turn, so that all of them together stay within a budget of
 /// processor time, on the render thread when no view needs it. A composition is compiled when its tile is first seen,
-/// and forgotten again when many others were seen since; the tile keeps its picture. Any thread may use it.
+/// one at a time on a thread that comes last of all; until then the tile stays empty. It is forgotten again when many
+/// others were seen since; the tile keeps its picture. Any thread may use it.
 class ThumbnailScheduler : public std::enable_shared_from_this<ThumbnailScheduler> {
 public:
     /// Replaces the tiles; each new one gets the values that were set so far.
@@ -28,12 +29,12 @@ public:
 private:
     struct Item {
         Ref<LTCCompositionPickerTile> tile;
-        std::shared_ptr<ViewRenderer> renderer; ///< null while the composition is not compiled
+        std::shared_ptr<ViewRenderer> renderer; ///< null before the tile was seen
         std::int64_t lastRender = 0; ///< nanoseconds on the host clock, also of one that failed
         bool visible = true;
     };
     std::shared_ptr<Item> itemFor(const Ref<LTCCompositionPickerTile>& tile) const;
-    std::shared_ptr<ViewRenderer> rendererFor(const Item& item) const;
+    std::shared_ptr<ViewRenderer> rendererFor(const Item& item);
     void request();
     void renderNext();
     void forgetUnseen();
@@ -42,8 +43,12 @@ private:
 
     /// Where the tiles' time begins, in nanoseconds on the host clock.
     const std::int64_t mStart = HostClock::nanoseconds();
+    /// Of all tiles.
+    const std::shared_ptr<RenderContext> mContext = std::make_shared<RenderContext>();
+
     std::mutex mLock;
     std::vector<std::shared_ptr<Item>> mItems;
+    std::shared_ptr<Item> mPrepared; ///< the one being compiled, to be rendered next; the others must wait for it
     std::vector<std::pair<Ref<CFString>, Ref<CFType>>> mValues;
     std::size_t mNext = 0;
     std::size_t mWidth = 144;

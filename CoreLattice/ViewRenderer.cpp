@@ -44,17 +44,15 @@ double finite(double number)
 
 }
 
-ViewRenderer::~ViewRenderer()
+ViewRenderer::ViewRenderer(std::function<void()> prepared)
+    : ViewRenderer(RenderContext::common(), std::move(prepared))
 {
-    if (mRenderer) {
-        // A closure that can be posted must be copyable, so the renderer goes into a shared pointer.
-        RenderThread::shared().async(
-            [renderer = std::shared_ptr<ISFRenderer>(std::move(mRenderer)), generation = mContextGeneration]() mutable {
-                if (generation != RenderThread::shared().contextGeneration())
-                    renderer->forget();
-                renderer.reset();
-            });
-    }
+}
+
+ViewRenderer::ViewRenderer(std::shared_ptr<RenderContext> context, std::function<void()> prepared)
+    : mContext(std::move(context))
+    , mPrepared(std::move(prepared))
+{
 }
 
 void ViewRenderer::load(QCComposition* composition)
@@ -137,6 +135,9 @@ void ViewRenderer::refuse(std::uint64_t generation, CompositionError error)
         return;
     setComposition(former.composition);
     takeValues(former);
+    // It may never have stopped.
+    if (mRenderer && mRenderer->document() == mComposition->document())
+        mRendererGeneration = mGeneration;
 }
 
 std::optional<ViewRenderer::Refusal> ViewRenderer::takeRefusal()
@@ -181,6 +182,7 @@ void ViewRenderer::setValue(CFType* value, CFString* key)
     if (CFEqual(key, QCCompositionInputImageKey)) {
         replaced = std::exchange(mPicture, value);
         replacedPixels = std::exchange(mPicturePixels, picture);
+        ++mPictureSerial;
     }
     if (!mComposition)
         return;
@@ -232,7 +234,8 @@ Ref<CFType> ViewRenderer::value(CFString* key) const
     return nullptr;
 }
 
-ViewRenderer::Snapshot ViewRenderer::snapshot(double time)
+/// \param takesEvents  which last for one render, by this one
+ViewRenderer::Snapshot ViewRenderer::snapshot(double time, bool takesEvents)
 {
     Snapshot result;
     const std::lock_guard lock(mLock);
@@ -240,32 +243,64 @@ ViewRenderer::Snapshot ViewRenderer::snapshot(double time)
         return result;
     result.generation = mGeneration;
     result.document = mComposition->document();
-    result.frame.time = time;
     result.frame.values = mValues;
     const auto& inputs = result.document->inputs;
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
+    for (std::size_t i = 0; takesEvents && i < inputs.size(); ++i) {
         if (inputs[i].type == ISFInputType::Event) {
-            // An event lasts for one render.
             mValues[i].numbers[0] = 0;
             mObjects[i] = nullptr;
         }
+    }
+    complete(result, time);
+    return result;
+}
+
+/// Of the composition before the present one with the present picture; without a document when it is not compiled.
+ViewRenderer::Snapshot ViewRenderer::snapshotOfFormer(double time)
+{
+    Snapshot result;
+    const std::lock_guard lock(mLock);
+    if (!mRenderer || !mFormer.composition || mFormer.composition->document() != mRenderer->document())
+        return result;
+    result.document = mRenderer->document();
+    result.frame.values = mFormer.values;
+    const auto& inputs = result.document->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        auto& value = result.frame.values[i];
+        if (inputs[i].type == ISFInputType::Event)
+            value.numbers[0] = 0;
+        if (inputs[i].type != ISFInputType::Image || inputs[i].name != textOf(QCCompositionInputImageKey))
+            continue;
+        value.picture = mPicturePixels;
+        value.pictureSerial = mPictureSerial;
+    }
+    complete(result, time);
+    return result;
+}
+
+/// With all but the document and the values. With the lock.
+void ViewRenderer::complete(Snapshot& snapshot, double time) const
+{
+    auto& frame = snapshot.frame;
+    const auto& inputs = snapshot.document->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
         if (inputs[i].type != ISFInputType::Image || inputs[i].isSilent)
             continue;
         const bool isMain = inputs[i].name == textOf(QCCompositionInputImageKey);
-        result.lacksPicture = result.lacksPicture || (isMain && !mValues[i].picture);
-        if (mValues[i].picture && (isMain || !result.picture))
-            result.picture = mValues[i].picture;
+        snapshot.lacksPicture = snapshot.lacksPicture || (isMain && !frame.values[i].picture);
+        if (frame.values[i].picture && (isMain || !snapshot.picture))
+            snapshot.picture = frame.values[i].picture;
     }
     if (std::ranges::any_of(inputs, [](const ISFInput& input) { return input.sound != ISFSound::None; }))
-        result.frame.sound = LTCSoundSource::latestSamples(soundSamples);
-    result.frame.width = mWidth ? mWidth : result.picture ? result.picture->width() : usualWidth;
-    result.frame.height = mHeight ? mHeight : result.picture ? result.picture->height() : usualHeight;
-    return result;
+        frame.sound = LTCSoundSource::latestSamples(soundSamples);
+    frame.time = time;
+    frame.width = mWidth ? mWidth : snapshot.picture ? snapshot.picture->width() : usualWidth;
+    frame.height = mHeight ? mHeight : snapshot.picture ? snapshot.picture->height() : usualHeight;
 }
 
 bool ViewRenderer::render(double time)
 {
-    auto snapshot = this->snapshot(time);
+    auto snapshot = this->snapshot(time, true);
     if (!snapshot.document || snapshot.lacksPicture)
         return false;
     Ref<CVPixelBuffer> result;
@@ -274,7 +309,7 @@ bool ViewRenderer::render(double time)
     if (!error.message.empty()) {
         refuse(snapshot.generation, std::move(error));
         // With what has come back; should that fail too, the next render will say so.
-        snapshot = this->snapshot(time);
+        snapshot = this->snapshot(time, true);
         if (!snapshot.document || snapshot.lacksPicture)
             return false;
         CompositionError second;
@@ -288,43 +323,123 @@ bool ViewRenderer::render(double time)
     return true;
 }
 
+bool ViewRenderer::renderPrepared(double time)
+{
+    takePreparation();
+    std::uint64_t generation = 0;
+    {
+        const std::lock_guard lock(mLock);
+        generation = mGeneration;
+    }
+    if (mRendererGeneration == generation || mUnprepared == generation || (!mRenderer && !isTile()))
+        return render(time);
+    if (!isPreparing())
+        beginPreparation();
+    return renderFormer(time);
+}
+
+bool ViewRenderer::isUpToDate() const
+{
+    const std::lock_guard lock(mLock);
+    return mOutput && mRenderedGeneration == mGeneration;
+}
+
+void ViewRenderer::beginPreparation()
+{
+    auto subject = snapshot(0, false);
+    if (!subject.document || subject.lacksPicture)
+        return;
+    // A view's drawing goes on meanwhile, so this one needs a context of its own.
+    mPreparation = RendererPreparation::begin(
+        { subject.generation, subject.document, std::move(subject.frame) },
+        isTile() ? mContext : std::make_shared<RenderContext>(),
+        isTile() ? RenderThread::forTiles() : RenderThread::forNextFilters(), mPrepared ? mPrepared : [] {});
+}
+
+void ViewRenderer::takePreparation()
+{
+    if (!mPreparation || !mPreparation->isDone())
+        return;
+    const auto preparation = std::exchange(mPreparation, nullptr);
+    const auto generation = preparation->generation();
+    {
+        const std::lock_guard lock(mLock);
+        if (generation != mGeneration || generation == mRendererGeneration)
+            return;
+    }
+    if (!preparation->error().message.empty()) {
+        mRendererGeneration = generation;
+        refuse(generation, preparation->error());
+        return;
+    }
+    if (auto renderer = preparation->takeRenderer()) {
+        mRenderer = std::move(renderer);
+        mRendererGeneration = generation;
+    } else {
+        mUnprepared = generation;
+    }
+}
+
+/// With the composition that was rendered last.
+bool ViewRenderer::renderFormer(double time)
+{
+    const auto snapshot = snapshotOfFormer(time);
+    if (!snapshot.document || snapshot.lacksPicture)
+        return false;
+    Ref<CVPixelBuffer> result;
+    CompositionError error;
+    if (draw(snapshot, &result, &error) != Drawing::Done)
+        return false;
+    const std::lock_guard lock(mLock);
+    std::swap(mOutput, result);
+    return true;
+}
+
 bool ViewRenderer::renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error)
 {
-    dropLostRenderer();
     if (mRendererGeneration != snapshot.generation)
-        prepareRenderer(snapshot, error);
-    if (!mRenderer) {
-        *result = snapshot.picture;
-        return *result != nullptr;
+        compile(snapshot, error);
+    auto drawing = draw(snapshot, result, error);
+    if (drawing == Drawing::Lost) {
+        // It is made again when there is a context.
+        mRenderer = nullptr;
+        mRendererGeneration = 0;
+        compile(snapshot, error);
+        drawing = draw(snapshot, result, error);
     }
-    *result = newBuffer(snapshot.frame.width, snapshot.frame.height);
-    if (*result && mRenderer->render(snapshot.frame, **result, error))
-        return !RenderThread::shared().contextIsLost();
-    if (!error->message.empty())
-        mRenderer = nullptr; // and not made again for this generation
-    return false;
+    if (mRenderer || !error->message.empty())
+        return drawing == Drawing::Done;
+    *result = snapshot.picture;
+    return *result != nullptr;
 }
 
-/// A renderer whose context was lost, or cannot be had now, is made again when there is one.
-void ViewRenderer::dropLostRenderer()
-{
-    auto& thread = RenderThread::shared();
-    if (!mRenderer || (thread.hasContext() && thread.contextGeneration() == mContextGeneration))
-        return;
-    mRenderer->forget();
-    mRenderer = nullptr;
-    mRendererGeneration = 0;
-}
-
-void ViewRenderer::prepareRenderer(const Snapshot& snapshot, CompositionError* error)
+/// On this thread; nothing happens without a context.
+void ViewRenderer::compile(const Snapshot& snapshot, CompositionError* error)
 {
     mRenderer = nullptr;
-    if (!RenderThread::shared().hasContext())
+    const RenderContext::Use use(*mContext, !isTile());
+    if (!use)
         return;
     mRendererGeneration = snapshot.generation;
-    mContextGeneration = RenderThread::shared().contextGeneration();
-    mRenderer = ISFRenderer::create(snapshot.document, error);
-    RenderThread::shared().compiled();
+    mRenderer = PlacedRenderer::create(mContext, snapshot.document, error);
+}
+
+ViewRenderer::Drawing ViewRenderer::draw(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error)
+{
+    if (!mRenderer)
+        return Drawing::Failed;
+    const auto context = mRenderer->context();
+    const RenderContext::Use use(*context, !isTile());
+    if (use.isBusy())
+        return Drawing::Failed;
+    if (!use || mRenderer->isLost())
+        return Drawing::Lost;
+    *result = newBuffer(snapshot.frame.width, snapshot.frame.height);
+    if (*result && mRenderer->renderer().render(snapshot.frame, **result, error))
+        return context->isLost() ? Drawing::Failed : Drawing::Done;
+    if (!error->message.empty())
+        mRenderer = nullptr; // and not made again for this generation
+    return Drawing::Failed;
 }
 
 Ref<CVPixelBuffer> ViewRenderer::newBuffer(std::size_t width, std::size_t height)

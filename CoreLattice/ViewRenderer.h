@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CoreLattice/ISFRenderer.h"
 #include "CoreLattice/QCComposition.h"
+#include "CoreLattice/RendererPreparation.h"
 #include "Platform/CoreVideo/CVPixelBufferPool.h"
 
 #include <mutex>
@@ -19,9 +19,10 @@ public:
         CompositionError error;
         bool isReplaced = false; ///< whether the one before is back
     };
-    ViewRenderer() = default;
-    /// Hands what belongs to the context to the render thread, which destroys it.
-    ~ViewRenderer();
+    /// For a view. \param prepared  called on some thread when `renderPrepared` would draw what was not ready before
+    explicit ViewRenderer(std::function<void()> prepared = {});
+    /// For one of the tiles that share \p context, of which one at a time is being compiled.
+    ViewRenderer(std::shared_ptr<RenderContext> context, std::function<void()> prepared);
 
     void load(QCComposition* composition);
     /// Like `load` for another version of the composition: inputs that both have with the same type keep their values,
@@ -41,6 +42,16 @@ public:
     /// A composition that asks for more time or memory than any may have, or that the driver refuses, is not rendered
     /// again: the one that was rendered before it comes back with its values, or else the picture comes through.
     bool render(double time);
+    /// Like `render`, but compiles another composition on another thread, without delay for this one: until that is
+    /// ready the former one is rendered, as it was left. Render thread only.
+    ///
+    /// A view that has nothing yet to go on with compiles at once, as does one for which no second context can be had.
+    /// \return false also for a tile that is not ready, or whose context is in use
+    bool renderPrepared(double time);
+    /// Whether `renderPrepared` waits for a composition that is being compiled. Render thread only.
+    bool isPreparing() const { return mPreparation != nullptr; }
+    /// Whether the output is the present composition's. Any thread.
+    bool isUpToDate() const;
     /// Why a composition was given up since this was last asked. Any thread.
     std::optional<Refusal> takeRefusal();
 
@@ -52,13 +63,20 @@ private:
         Ref<CVPixelBuffer> picture;
         bool lacksPicture = false;
     };
-    Snapshot snapshot(double time);
+    Snapshot snapshot(double time, bool takesEvents);
+    Snapshot snapshotOfFormer(double time);
+    void complete(Snapshot& snapshot, double time) const;
     void setComposition(QCComposition* composition);
     void refuse(std::uint64_t generation, CompositionError error);
     void setNumbers(std::size_t index, CFType* value);
     bool renderSnapshot(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error);
-    void prepareRenderer(const Snapshot& snapshot, CompositionError* error);
-    void dropLostRenderer();
+    enum class Drawing { Done, Failed, Lost }; ///< the last when the renderer is of no use any more
+    Drawing draw(const Snapshot& snapshot, Ref<CVPixelBuffer>* result, CompositionError* error);
+    void compile(const Snapshot& snapshot, CompositionError* error);
+    bool renderFormer(double time);
+    void beginPreparation();
+    void takePreparation();
+    bool isTile() const { return mContext != RenderContext::common(); }
     Ref<CVPixelBuffer> newBuffer(std::size_t width, std::size_t height);
 
     mutable std::mutex mLock;
@@ -84,10 +102,14 @@ private:
     std::size_t mWidth = 0;
     std::size_t mHeight = 0;
 
+    const std::shared_ptr<RenderContext> mContext; ///< for what is compiled at once, and for all of a tile
+    const std::function<void()> mPrepared;
+
     // Of the render thread.
-    std::unique_ptr<ISFRenderer> mRenderer;
+    std::unique_ptr<PlacedRenderer> mRenderer;
     std::uint64_t mRendererGeneration = 0; ///< of the composition that it renders; 0 when it is to be made
-    unsigned mContextGeneration = 0; ///< of the context when it was made
+    std::shared_ptr<RendererPreparation> mPreparation; ///< of what is to be rendered next
+    std::uint64_t mUnprepared = 0; ///< the composition for which there was no second context
     Ref<CVPixelBufferPool> mPool;
     std::size_t mPoolWidth = 0;
     std::size_t mPoolHeight = 0;
