@@ -61,6 +61,10 @@ void measureRenderers(const BenchRequest& request);
 const std::vector<FigureName>& viewFigures();
 void measureViews(const BenchRequest& request);
 
+/// The picker of filters, and how steadily a view beside it is rendered, on a screen in memory, in this process.
+const std::vector<FigureName>& pickerFigures();
+void measurePicker(const BenchRequest& request);
+
 /// The serial queues, and plain ones that do the same work, in this process.
 const std::vector<FigureName>& dispatchFigures();
 void measureDispatch(const BenchRequest& request);

@@ -22,6 +22,7 @@ std::vector<FigureName> allFigures()
     figures.insert(figures.end(), compositionFigures().begin(), compositionFigures().end());
     figures.insert(figures.end(), renderFigures().begin(), renderFigures().end());
     figures.insert(figures.end(), viewFigures().begin(), viewFigures().end());
+    figures.insert(figures.end(), pickerFigures().begin(), pickerFigures().end());
     figures.insert(figures.end(), programFigures().begin(), programFigures().end());
     return figures;
 }
@@ -107,6 +108,8 @@ int main(int count, char** arguments)
             measureCompositions(request);
         if (request.wantsAny(viewFigures()))
             measureViews(request);
+        if (request.wantsAny(pickerFigures()))
+            measurePicker(request);
         if (request.wantsAny(programFigures()))
             measurePrograms(request);
     } catch (const std::exception& exception) {
