@@ -15,7 +15,7 @@ Ref<CMFormatDescription> createFormatDescription(
     Ref<CMFormatDescription> newVideoFormatDesc;
     const auto status
         = CMVideoFormatDescriptionCreateForImageBuffer(kCFAllocatorDefault, pixelBuffer, &newVideoFormatDesc);
-    if (status == noErr)
+    if (status == noErr && newVideoFormatDesc)
         return newVideoFormatDesc;
     if (CFRequiredTypeOfIn(function, newVideoFormatDesc, CMFormatDescriptionGetTypeID(), "newVideoFormatDesc"))
         __CoreMediaOSStatusRequiredBody(1, function, REQUIRED_FILE, __LINE__, reportOfContradiction);

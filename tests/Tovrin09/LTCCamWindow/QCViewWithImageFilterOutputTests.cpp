@@ -30,13 +30,16 @@ Ref<CVPixelBuffer> frame(std::size_t width = 8, std::size_t height = 4)
     return buffer;
 }
 
-/// Notes what it is told, and what the slot holds at that moment.
+/// Notes what it is told, and what the slot holds at that moment. Keeps the newest pictures only: no more of them can
+/// be had than the framework lets out at a time.
 class RenderTaker : public NSObject, public QCViewWithImageFilterOutputDelegate {
     NS_OBJECT(RenderTaker)
 public:
     void ltcView_didRenderCompositionWithVideoCVPixelBuffer(LTCView* view, CVPixelBufferRef buffer) override
     {
         auto* const told = kindOf<QCViewWithImageFilterOutput>(view);
+        if (buffers.size() == 4)
+            buffers.erase(buffers.begin());
         buffers.emplace_back(buffer);
         slotWasFilled = told->outputImage() == buffer;
         formatWasThere = told->outputVideoFormatDescription() != nullptr;
@@ -318,6 +321,16 @@ TEST_F(FilterOutput, AFormatThatCannotBeMadeIsReportedWithBothLabels)
     const auto* const function = "setOutputVideoFormatDescriptionWithCVPixelBuffer";
     EXPECT_EQ(linesOf(log),
         whole.type("newVideoFormatDesc", function) + whole.type("self.outputVideoFormatDescription", function));
+}
+
+TEST_F(FilterOutput, ACallThatSucceedsWithoutAFormatIsReportedToo)
+{
+    const FailPoint::Scope fails("CMVideoFormatDescriptionCreateForImageBuffer", 0);
+    StandardErrorCapture log;
+    EXPECT_FALSE(view->setInputVideoFormatDescriptionWithCVPixelBuffer(frame().get()));
+    const auto* const function = "setInputVideoFormatDescriptionWithCVPixelBuffer";
+    EXPECT_EQ(linesOf(log),
+        whole.type("newVideoFormatDesc", function) + whole.type("self.inputVideoFormatDescription", function));
 }
 
 TEST_F(FilterOutput, WhatIsNoBufferLeavesTheFormatThatIsThere)
