@@ -53,7 +53,7 @@ public:
     CFArray* inputKeys() const;
 
     /// Sets an input, for the next render. Any thread, the render thread too. Asks for no render. Keys that the
-    /// composition does not have are ignored; a value of another class renders as null does.
+    /// composition does not have are ignored; a value of another class counts as null.
     /// \param value  a number for numbers, truth values, menus and events; an array of numbers for points (x, y, in the
     ///     unit of the port) and colours (red, green, blue, alpha from 0 to 1); a `CVPixelBuffer` (BGRA) or a `CIImage`
     ///     for pictures, of which nobody may change the pixels as long as the view has it; null, or the null object,

@@ -190,11 +190,12 @@ void ViewRenderer::setValue(CFType* value, CFString* key)
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         if (inputs[i].name != textOf(key) || inputs[i].isSilent)
             continue;
-        mObjects[i] = value;
         if (inputs[i].type == ISFInputType::Image) {
+            mObjects[i] = picture ? value : nullptr;
             mValues[i].picture = picture;
             mValues[i].pictureSerial = ++mPictureSerial;
         } else {
+            mObjects[i] = kindOf<CFNumber>(value) || kindOf<CFArray>(value) ? value : nullptr;
             setNumbers(i, value);
         }
     }

@@ -380,6 +380,24 @@ TEST(LTCView, APictureThatIsTakenAwayIsGone)
     EXPECT_FALSE(view->renderAtTime_arguments(0, nullptr)) << "without the picture to work on there is nothing to show";
 }
 
+TEST(LTCView, AValueOfAnotherClassCountsAsNone)
+{
+    const auto input = plain(8, 8, { 10, 20, 30 });
+    const auto view = Pictures::view(R"(/*{ "INPUTS": [ { "NAME": "inputImage", "TYPE": "image" },
+        { "NAME": "level", "TYPE": "float", "DEFAULT": 0.2 } ] }*/ void main() { gl_FragColor = vec4(level); })",
+        input);
+    const auto level = [&] { return kindOf<CFNumber>(view->valueForInputKey(CFSTR("level"))); };
+    view->setValue_forInputKey(CFNumber::create(0.4).get(), CFSTR("level"));
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0)[0], 102);
+    view->setValue_forInputKey(CFSTR("text"), CFSTR("level"));
+    ASSERT_TRUE(level());
+    EXPECT_EQ(level()->doubleValue(), 0.2);
+    EXPECT_EQ(pixelAt(*render(*view), 0, 0)[0], 51);
+    view->setValue_forInputKey(CFSTR("text"), QCCompositionInputImageKey);
+    EXPECT_FALSE(view->valueForInputKey(QCCompositionInputImageKey));
+    EXPECT_FALSE(view->renderAtTime_arguments(0, nullptr));
+}
+
 TEST(LTCView, AnImageIsTakenAtTheSizeThatItIsGiven)
 {
     const auto view = Pictures::view(HEADER "void main() { gl_FragColor = vec4(IMG_SIZE(inputImage) / 255.0, "
