@@ -93,27 +93,49 @@ void ThumbnailScheduler::forgetUnseen()
 
 void ThumbnailScheduler::setValue(CFType* value, CFString* key)
 {
+    const bool isPicture = CFEqual(key, QCCompositionInputImageKey);
+    if (!isPicture || isDue(value))
+        takeValue(value, key);
+    if (!isPicture)
+        return;
+    {
+        const std::lock_guard lock(mLock);
+        mCredit = std::min(mCredit + budgetPerPicture, mostCredit);
+    }
+    request();
+}
+
+/// Whether a picture is to be taken: an image with something still to be done to it no more often than a tile is
+/// rendered, since that costs as much as some tiles.
+bool ThumbnailScheduler::isDue(CFType* value)
+{
+    const auto* const image = kindOf<CIImage>(value);
+    const auto now = HostClock::nanoseconds();
+    const std::lock_guard lock(mLock);
+    if (!image || CIContext::keepsPixels(image->transform()))
+        return true;
+    if (mLastImage != 0 && now - mLastImage < interval())
+        return false;
+    mLastImage = now;
+    return true;
+}
+
+void ThumbnailScheduler::takeValue(CFType* value, CFString* key)
+{
     // What is still to be done to an image is done once for all tiles.
     Ref<CFType> settled(value);
     if (const auto* const image = kindOf<CIImage>(value))
         settled = CIContext::createPixelBuffer(*image);
-    value = settled;
-    {
-        const std::lock_guard lock(mLock);
-        const auto found = std::ranges::find_if(mValues, [&](const auto& entry) { return CFEqual(entry.first, key); });
-        if (found == mValues.end())
-            mValues.emplace_back(key, value);
-        else
-            found->second = value;
-        for (const auto& item : mItems) {
-            if (item->renderer)
-                item->renderer->setValue(value, key);
-        }
-        if (!CFEqual(key, QCCompositionInputImageKey))
-            return;
-        mCredit = std::min(mCredit + budgetPerPicture, mostCredit);
+    const std::lock_guard lock(mLock);
+    const auto found = std::ranges::find_if(mValues, [&](const auto& entry) { return CFEqual(entry.first, key); });
+    if (found == mValues.end())
+        mValues.emplace_back(key, settled);
+    else
+        found->second = settled;
+    for (const auto& item : mItems) {
+        if (item->renderer)
+            item->renderer->setValue(settled, key);
     }
-    request();
 }
 
 void ThumbnailScheduler::resetValues()
@@ -126,6 +148,7 @@ void ThumbnailScheduler::resetValues()
         }
     }
     mValues.clear();
+    mLastImage = 0;
 }
 
 void ThumbnailScheduler::setActive(bool active)
@@ -165,15 +188,19 @@ void ThumbnailScheduler::request()
     });
 }
 
+/// Between two pictures of a tile, at least; with the lock.
+std::int64_t ThumbnailScheduler::interval() const
+{
+    return mMaxFrameRate > 0 ? static_cast<std::int64_t>(std::min(0.9e9 / mMaxFrameRate, longestInterval)) : 0;
+}
+
 std::shared_ptr<ThumbnailScheduler::Item> ThumbnailScheduler::nextItem(std::int64_t now)
 {
     if (mPrepared)
         return mPrepared;
-    const auto interval
-        = mMaxFrameRate > 0 ? static_cast<std::int64_t>(std::min(0.9e9 / mMaxFrameRate, longestInterval)) : 0;
     for (std::size_t i = 0; i < mItems.size(); ++i) {
         auto item = mItems[(mNext + i) % mItems.size()];
-        if (!item->visible || (item->lastRender != 0 && now - item->lastRender < interval))
+        if (!item->visible || (item->lastRender != 0 && now - item->lastRender < interval()))
             continue;
         mNext = (mNext + i + 1) % mItems.size();
         return item;

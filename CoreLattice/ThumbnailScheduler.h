@@ -35,6 +35,9 @@ private:
     };
     std::shared_ptr<Item> itemFor(const Ref<LTCCompositionPickerTile>& tile) const;
     std::shared_ptr<ViewRenderer> rendererFor(const Item& item);
+    bool isDue(CFType* value);
+    void takeValue(CFType* value, CFString* key);
+    std::int64_t interval() const;
     void request();
     void renderNext();
     void forgetUnseen();
@@ -50,6 +53,7 @@ private:
     std::vector<std::shared_ptr<Item>> mItems;
     std::shared_ptr<Item> mPrepared; ///< the one being compiled, to be rendered next; the others must wait for it
     std::vector<std::pair<Ref<CFString>, Ref<CFType>>> mValues;
+    std::int64_t mLastImage = 0; ///< nanoseconds on the host clock; when one was taken that had to be drawn first
     std::size_t mNext = 0;
     std::size_t mWidth = 144;
     std::size_t mHeight = 81;

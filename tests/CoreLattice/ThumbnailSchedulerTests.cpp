@@ -1,6 +1,7 @@
 #include "CoreLattice/RenderThread.h"
 #include "CoreLattice/ThumbnailScheduler.h"
 #include "Platform/CoreFoundation/FailPoint.h"
+#include "Platform/CoreImage/CIImage.h"
 #include "tests/CoreLattice/Pictures.h"
 #include "tests/CoreLattice/ThreadGate.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
@@ -82,6 +83,34 @@ TEST_F(Thumbnails, OneThatCannotBeDrawnIsNotTriedAgainAtOnce)
         = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(); };
     EXPECT_TRUE(feedUntil([&] { return elapsed() > 1 && FailPoint::passes(buffer) > 1; }));
     EXPECT_LE(static_cast<double>(FailPoint::passes(buffer)), 2 + elapsed() * 10 / 0.9);
+}
+
+TEST_F(Thumbnails, AnImageThatIsToBeMadeSmallerIsTakenNoMoreOftenThanATileIsDrawn)
+{
+    const auto only = tile("gl_FragColor = IMG_THIS_PIXEL(inputImage);");
+    show({ only });
+    const auto quarter = [](Pixel pixel) {
+        return CIImage::imageWithCVImageBuffer(plain(64, 36, pixel).get())
+            ->imageByApplyingTransform(CGAffineTransformMakeScale(0.25, 0.25));
+    };
+    const auto red = quarter({ 255, 0, 0 });
+    const auto green = quarter({ 0, 255, 0 });
+    // Making one smaller asks for a buffer, and so does nothing else here.
+    const FailPoint::Scope counted("CVPixelBufferCreate", -1, UINT64_MAX);
+    for (int i = 0; i < 100; ++i)
+        scheduler->setValue(red, QCCompositionInputImageKey);
+    EXPECT_LE(FailPoint::passes("CVPixelBufferCreate"), 20U);
+    const auto shows = [&](const Ref<CIImage>& image, Pixel pixel) {
+        return DispatchMain::runUntil(
+            [&] {
+                const AutoreleasePool inner;
+                scheduler->setValue(image, QCCompositionInputImageKey);
+                return only->thumbnail() && pixelAt(*only->thumbnail(), 3, 3) == pixel;
+            },
+            60);
+    };
+    EXPECT_TRUE(shows(red, { 255, 0, 0 }));
+    EXPECT_TRUE(shows(green, { 0, 255, 0 }));
 }
 
 TEST_F(Thumbnails, AFilterThatTheDriverRefusesShowsThePicture)
