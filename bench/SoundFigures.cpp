@@ -1,6 +1,7 @@
 #include "Figures.h"
 #include "ProcessorTime.h"
 
+#include "Platform/AVFoundation/AVCaptureAudioDataOutput.h"
 #include "Platform/AVFoundation/SoundTimeline.h"
 
 #include <algorithm>
@@ -18,6 +19,8 @@ constexpr FigureName soundStretched { "sound-stretched", "us/s",
     "sound on the host clock: the same of one that is off by 200 millionths and trembles" };
 constexpr FigureName soundResampled { "sound-resampled", "us/s",
     "the same sound through the bare resampler, stretched" };
+constexpr FigureName soundOffered { "sound-offered", "us/s",
+    "a second's sound measured for its level and kept for filters, and its newest part looked at 30 times" };
 constexpr FigureName soundRatio { "sound-ratio", "times", "sound-stretched / sound-resampled" };
 
 constexpr int runsInRound = 1500; // half a minute
@@ -72,6 +75,20 @@ double costOfResampler()
     });
 }
 
+/// What the sound's connection takes, with a filter that looks at it for each of its pictures.
+double costOfConnection()
+{
+    const auto tone = makeTone();
+    const auto connection = make<AVCaptureConnection>(AVMediaTypeAudio, nullptr, nullptr);
+    std::size_t seen = 0;
+    const double cost = costOf([&](int run) {
+        connection->measure(tone);
+        if (run % 5 < 3)
+            seen += connection->latestSamples(2048).size();
+    });
+    return seen > 0 ? cost : 0;
+}
+
 double median(std::vector<double> values)
 {
     std::ranges::sort(values);
@@ -82,7 +99,8 @@ double median(std::vector<double> values)
 
 const std::vector<FigureName>& soundFigures()
 {
-    static const std::vector<FigureName> figures { soundCalm, soundStretched, soundResampled, soundRatio };
+    static const std::vector<FigureName> figures { soundCalm, soundStretched, soundResampled, soundOffered,
+        soundRatio };
     return figures;
 }
 
@@ -92,16 +110,19 @@ void measureSound(const BenchRequest& request)
     std::vector<double> calm;
     std::vector<double> stretched;
     std::vector<double> resampled;
+    std::vector<double> offered;
     std::vector<double> ratios;
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(request.seconds);
     while (static_cast<int>(ratios.size()) < fewestRounds || std::chrono::steady_clock::now() < end) {
         calm.push_back(costOfTimeline(0, 0));
         stretched.push_back(costOfTimeline(200, 8'000'000));
         resampled.push_back(costOfResampler());
+        offered.push_back(costOfConnection());
         ratios.push_back(stretched.back() / resampled.back());
     }
     printFigure(request, soundCalm, median(calm));
     printFigure(request, soundStretched, median(stretched));
     printFigure(request, soundResampled, median(resampled));
+    printFigure(request, soundOffered, median(offered));
     printFigure(request, soundRatio, median(ratios));
 }

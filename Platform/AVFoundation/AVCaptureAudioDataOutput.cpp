@@ -65,6 +65,10 @@ void AVCaptureAudioDataOutput::setDelivering(bool delivers)
         if (mTimer)
             dispatch_source_cancel(mTimer);
         mTimer = nullptr;
+        // Whoever looks at the sound shall not go on seeing the last of it.
+        const AutoreleasePool pool;
+        if (auto* const connection = connectionWithMediaType(AVMediaTypeAudio))
+            connection->forgetSound();
         return;
     }
     const std::int64_t now = HostClock::nanoseconds();
@@ -111,7 +115,7 @@ void AVCaptureAudioDataOutput::post(std::span<const std::int16_t> samples, std::
     if (!connection)
         return;
     // Whoever asks the connection for its level needs no delegate.
-    connection->measure(samples, channels);
+    connection->measure(samples);
     const auto queue = mReceiver.queue();
     const std::size_t frames = samples.size() / channels;
     if (!queue || mWaitingFrames.load() + frames > mostWaitingFrames)

@@ -1,28 +1,27 @@
 #include "Platform/AVFoundation/AVCaptureConnection.h"
 
+#include "Platform/AVFoundation/AVCaptureAudioDataOutput.h"
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
-#include "Platform/AVFoundation/AVCaptureOutput.h"
 
 #include <algorithm>
-#include <cmath>
 
 NS_IMPLEMENTATION(AVCaptureConnection, NSObject)
 {
     type.message("mediaType", &AVCaptureConnection::mediaType);
     type.message("isActive", &AVCaptureConnection::isActive);
-    type.key("averagePowerLevel", &AVCaptureConnection::averagePowerLevel);
-    type.key("peakPowerLevel", &AVCaptureConnection::peakPowerLevel);
+    type.key("audioChannels", &AVCaptureConnection::audioChannels);
 }
 
 namespace {
 
-constexpr double silence = -160;
-/// How many samples one measure of the level covers: a twentieth of a second.
-constexpr std::size_t measured = 2400;
+constexpr std::size_t channels = AVCaptureAudioDataOutput::channels;
 
-double decibels(double amplitude)
+Ref<CFArray> channelsFor(AVMediaType mediaType)
 {
-    return amplitude > 0 ? std::max(silence, 20 * std::log10(amplitude)) : silence;
+    auto result = make<CFArray>();
+    for (std::size_t i = 0; i < channels && CFEqual(mediaType, AVMediaTypeAudio); ++i)
+        result->append(make<AVCaptureAudioChannel>().get());
+    return result;
 }
 
 }
@@ -31,6 +30,7 @@ AVCaptureConnection::AVCaptureConnection(AVMediaType mediaType, AVCaptureDeviceI
     : mMediaType(mediaType)
     , mInput(input)
     , mOutput(output)
+    , mAudioChannels(channelsFor(mediaType))
 {
 }
 
@@ -46,26 +46,25 @@ std::vector<float> AVCaptureConnection::latestSamples(std::size_t count) const
     return result;
 }
 
-void AVCaptureConnection::measure(std::span<const std::int16_t> samples, std::size_t channels)
+void AVCaptureConnection::measure(std::span<const std::int16_t> samples)
 {
-    if (channels == 0)
-        return;
+    samples = samples.first(samples.size() - samples.size() % channels);
     const std::lock_guard lock(mLock);
-    for (std::size_t i = 0; i + channels <= samples.size(); i += channels) {
+    for (std::size_t i = 0; i < samples.size(); i += channels) {
         float sum = 0;
-        for (std::size_t channel = 0; channel < channels; ++channel)
-            sum += static_cast<float>(samples[i + channel]);
+        for (const auto sample : samples.subspan(i, channels))
+            sum += static_cast<float>(sample);
         mSamples[mWritten++ % kept] = sum / (32768.0F * static_cast<float>(channels));
     }
-    const std::size_t count = std::min(mWritten, measured);
-    double squares = 0;
-    double peak = 0;
-    for (std::size_t i = mWritten - count; i < mWritten; ++i) {
-        const double sample = mSamples[i % kept];
-        squares += sample * sample;
-        peak = std::max(peak, std::abs(sample));
-    }
-    mAveragePowerLevel.store(
-        count ? decibels(std::sqrt(squares / static_cast<double>(count))) : silence, std::memory_order_relaxed);
-    mPeakPowerLevel.store(decibels(peak), std::memory_order_relaxed);
+    for (std::size_t channel = 0; channel < mAudioChannels->count() && !samples.empty(); ++channel)
+        kindOf<AVCaptureAudioChannel>(mAudioChannels->objectAtIndex(channel))
+            ->measure(samples.subspan(channel), channels);
+}
+
+void AVCaptureConnection::forgetSound()
+{
+    const std::lock_guard lock(mLock);
+    mWritten = 0;
+    for (const auto& channel : mAudioChannels->values())
+        kindOf<AVCaptureAudioChannel>(channel)->forget();
 }

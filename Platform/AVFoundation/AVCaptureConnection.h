@@ -1,7 +1,8 @@
 #pragma once
 
+#include "Platform/AVFoundation/AVCaptureAudioChannel.h"
 #include "Platform/AVFoundation/AVMediaFormat.h"
-#include "Platform/Foundation/NSObject.h"
+#include "Platform/CoreFoundation/CFCollections.h"
 
 #include <array>
 #include <atomic>
@@ -26,17 +27,17 @@ public:
     bool isActive() const { return mActive.load(std::memory_order_relaxed); }
     void setActive(bool active) { mActive.store(active, std::memory_order_relaxed); }
 
-    /// How loud the last twentieth of a second was, in decibels of full scale: 0 at the most, -160 for silence and
-    /// where there is no sound. From any thread.
-    double averagePowerLevel() const { return mAveragePowerLevel.load(std::memory_order_relaxed); }
-    /// The loudest sample of the same time, in the same measure.
-    double peakPowerLevel() const { return mPeakPowerLevel.load(std::memory_order_relaxed); }
+    /// An `AVCaptureAudioChannel` for each channel of the sound, left and right; none where there is no sound. They
+    /// tell how loud it is also where no delegate takes the samples. From any thread.
+    CFArray* audioChannels() const { return mAudioChannels; }
     /// The newest samples, oldest first, the mean of the channels, from -1 to 1, at 48,000 a second: as many as there
     /// are, up to \p count and to 4,096. From any thread.
     std::vector<float> latestSamples(std::size_t count) const;
 
     /// Takes the next interleaved samples of the stream; called by the output that delivers them.
-    void measure(std::span<const std::int16_t> samples, std::size_t channels);
+    void measure(std::span<const std::int16_t> samples);
+    /// There is no sound any more: the session has stopped.
+    void forgetSound();
 
 private:
     static constexpr std::size_t kept = 4096;
@@ -44,9 +45,8 @@ private:
     const Ref<AVCaptureDeviceInput> mInput;
     const WeakRef<AVCaptureOutput> mOutput;
     std::atomic<bool> mActive { true };
-    std::atomic<double> mAveragePowerLevel { -160 };
-    std::atomic<double> mPeakPowerLevel { -160 };
-    mutable std::mutex mLock;
+    const Ref<CFArray> mAudioChannels;
+    mutable std::mutex mLock; ///< held for some microseconds; of the channels' measuring too
     std::array<float, kept> mSamples {};
     std::size_t mWritten = 0;
 };

@@ -2,6 +2,7 @@
 #include "Platform/AVFoundation/CaptureDeviceList.h"
 #include "Platform/CoreFoundation/HostClock.h"
 #include "tests/AVFoundation/AttachedDevices.h"
+#include "tests/AVFoundation/Sound/SoundLevels.h"
 #include "tests/AVFoundation/Sound/SuppliedDevice.h"
 
 #include <algorithm>
@@ -9,8 +10,11 @@
 #include <cmath>
 #include <cstring>
 #include <future>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <thread>
+
+using testing::DoubleNear;
+using testing::Each;
 
 namespace {
 
@@ -135,7 +139,7 @@ TEST_F(AVCaptureAudioDataOutputTest, SoundIsDeliveredAsItWasTakenAndMeasured)
     EXPECT_EQ(sound.jumps, 0);
     EXPECT_TRUE(std::all_of(sound.samples.begin() + 400, sound.samples.end(), [](auto each) { return each == 1000; }));
     EXPECT_EQ(connection()->latestSamples(2), (std::vector<float>(2, 1000 / 32768.0F)));
-    EXPECT_NEAR(connection()->averagePowerLevel(), 20 * std::log10(1000 / 32768.0), 0.001);
+    EXPECT_THAT(averageLevels(*connection()), Each(DoubleNear(20 * std::log10(1000 / 32768.0), 0.001)));
 }
 
 TEST_F(AVCaptureAudioDataOutputTest, AMicrophoneThatStallsBecomesSilenceInTime)
@@ -147,7 +151,8 @@ TEST_F(AVCaptureAudioDataOutputTest, AMicrophoneThatStallsBecomesSilenceInTime)
     EXPECT_EQ(sound.jumps, 0);
     EXPECT_EQ(sound.samples.back(), 0);
     // The level shows what is delivered: silence.
-    EXPECT_EQ(connection()->peakPowerLevel(), -160);
+    EXPECT_THAT(averageLevels(*connection()), Each(-160));
+    EXPECT_THAT(peakLevels(*connection()), Each(-160)) << "after a second";
     EXPECT_EQ(connection()->latestSamples(1), std::vector<float> { 0 });
     pass(500 * ms, &first);
     sound = kept();
@@ -176,7 +181,7 @@ TEST_F(AVCaptureAudioDataOutputTest, AnotherMicrophoneGoesOnWithoutAGap)
     EXPECT_EQ(sound.jumps, 0);
     EXPECT_LT(sound.behind(), 10 * ms);
     EXPECT_EQ(sound.samples.back(), -2000);
-    EXPECT_NEAR(connection()->peakPowerLevel(), 20 * std::log10(2000 / 32768.0), 0.001);
+    EXPECT_THAT(peakLevels(*connection()), Each(DoubleNear(20 * std::log10(2000 / 32768.0), 0.001)));
     const auto silent = std::ranges::count(sound.samples, 0) / 96;
     EXPECT_NEAR(static_cast<double>(silent), 500, 12);
 }
@@ -206,6 +211,9 @@ TEST_F(AVCaptureAudioDataOutputTest, NothingIsDeliveredAfterTheStopAndTheNextSta
     const std::vector<std::byte> late(3840);
     output->deliver(lastSource, late, HostClock::nanoseconds());
     EXPECT_EQ(kept().samples.size(), delivered);
+    EXPECT_TRUE(connection()->latestSamples(1).empty()) << "nobody sees the last of it for ever";
+    EXPECT_THAT(averageLevels(*connection()), Each(-160));
+    EXPECT_THAT(peakLevels(*connection()), Each(-160));
     session->waitUntilSettled();
     session->startRunning();
     session->waitUntilSettled();
@@ -223,7 +231,7 @@ TEST_F(AVCaptureAudioDataOutputTest, ADelegateThatIsSecondsBehindLosesSoundAndNo
     dispatch_async(queue, [&] { gate.get_future().wait(); });
     pass(20'000 * ms, &first);
     // The level needs no delegate.
-    EXPECT_NEAR(connection()->peakPowerLevel(), 20 * std::log10(1000 / 32768.0), 0.001);
+    EXPECT_THAT(peakLevels(*connection()), Each(DoubleNear(20 * std::log10(1000 / 32768.0), 0.001)));
     gate.set_value();
     auto sound = kept();
     EXPECT_LE(sound.samples.size(), 5U * 48000 * 2);

@@ -182,6 +182,24 @@ TEST_F(GStreamerAudioSourceTest, DevicesOfAnyRateBringFortyEightThousandFrames)
     }
 }
 
+TEST_F(GStreamerAudioSourceTest, DevicesOfAnyNumberOfChannelsBringTwo)
+{
+    // The tone in all channels, as a microphone for a room full of people brings it.
+    for (const auto* const channels : { "1", "2,channel-mask=(bitmask)0x3", "6,channel-mask=(bitmask)0x3f" }) {
+        sink.runs.clear();
+        sink.left.clear();
+        openChain("audiotestsrc is-live=true freq=997 volume=0.5 samplesperbuffer=441 ! capsfilter "
+                  "caps=audio/x-raw,rate=44100,format=S16LE,channels="
+            + std::string(channels));
+        ASSERT_TRUE(sink.waitForFrames(24000)) << channels;
+        source->stop();
+        const auto heard = std::span(sink.left).subspan(4800, 19200);
+        const auto tone = measureTone(heard, 997);
+        EXPECT_NEAR(tone.frequency, 997, 0.1) << channels;
+        EXPECT_NEAR(*std::ranges::max_element(heard), 16384, 200) << channels;
+    }
+}
+
 TEST_F(GStreamerAudioSourceTest, WithoutAWordOnLatencyARunWasTakenJustBeforeItCame)
 {
     openChain("audiotestsrc is-live=true samplesperbuffer=480 ! capsfilter "
