@@ -104,6 +104,17 @@ void InterfaceWindow::setDropWelcome(bool welcome)
         emit dropWelcomeChanged();
 }
 
+/// Whether an item under the pointer takes the drag, which goes before the window's delegate. What it takes is copied,
+/// whatever the other side proposes: its file stays.
+bool InterfaceWindow::isForItem(QEvent* event)
+{
+    event->ignore();
+    QQuickWindow::event(event);
+    if (event->isAccepted())
+        static_cast<QDropEvent*>(event)->setDropAction(Qt::CopyAction);
+    return event->isAccepted();
+}
+
 /// \return whether it was a drag's event
 bool InterfaceWindow::dragEvent(QEvent* event)
 {
@@ -111,25 +122,30 @@ bool InterfaceWindow::dragEvent(QEvent* event)
     switch (event->type()) {
     case QEvent::DragEnter: {
         const auto info = draggingInfo(static_cast<QDropEvent*>(event)->mimeData());
-        setDropWelcome(info && mWindow->draggingEntered(info) == NSDragOperationCopy);
+        mDropWanted = info && mWindow->draggingEntered(info) == NSDragOperationCopy;
         break;
     }
     case QEvent::DragMove:
         break;
     case QEvent::DragLeave:
-        if (mDropWelcome)
+        QQuickWindow::event(event);
+        if (std::exchange(mDropWanted, false))
             mWindow->draggingExited(nullptr);
         setDropWelcome(false);
         return true;
     case QEvent::Drop: {
-        const auto info = draggingInfo(static_cast<QDropEvent*>(event)->mimeData());
-        const bool isTaken = mDropWelcome && info && mWindow->performDragOperation(info);
+        const bool isWanted = std::exchange(mDropWanted, false);
         setDropWelcome(false);
-        if (!isTaken) {
+        if (isForItem(event)) {
+            if (isWanted)
+                mWindow->draggingExited(nullptr);
+            return true;
+        }
+        const auto info = draggingInfo(static_cast<QDropEvent*>(event)->mimeData());
+        if (!isWanted || !info || !mWindow->performDragOperation(info)) {
             event->ignore();
             return true;
         }
-        // Copied, whatever the other side proposes: its file stays.
         static_cast<QDropEvent*>(event)->setDropAction(Qt::CopyAction);
         event->accept();
         return true;
@@ -137,7 +153,11 @@ bool InterfaceWindow::dragEvent(QEvent* event)
     default:
         return false;
     }
-    if (mDropWelcome) {
+    const bool isForItem = this->isForItem(event);
+    setDropWelcome(mDropWanted && !isForItem);
+    if (isForItem)
+        return true;
+    if (mDropWanted) {
         static_cast<QDropEvent*>(event)->setDropAction(Qt::CopyAction);
         event->accept();
     } else {

@@ -42,11 +42,13 @@ protected:
 
 private:
     void fitContentItem();
+    bool isForItem(QEvent* event);
     bool dragEvent(QEvent* event);
     void setDropWelcome(bool welcome);
 
     QString mClassName;
     Ref<NSWindow> mWindow;
     QPointer<QQuickItem> mContentViewItem;
-    bool mDropWelcome = false;
+    bool mDropWanted = false; ///< the delegate would take what is dragged
+    bool mDropWelcome = false; ///< it would be dropped for the delegate where it is now
 };

@@ -5,6 +5,7 @@
 
 #include <QDropEvent>
 #include <QMimeData>
+#include <QQuickItem>
 #include <QUrl>
 
 using testing::ElementsAre;
@@ -48,7 +49,22 @@ protected:
         owner = make<DropOwner>();
         const auto error = load(R"(
             FileOwner { id: owner; className: "DropOwner"; Outlet { name: "window"; object: shown } }
-            InterfaceWindow { id: shown; className: "NSWindow"; Outlet { name: "delegate"; object: owner } })",
+            InterfaceWindow {
+                id: shown
+                className: "NSWindow"
+                width: 100
+                height: 100
+                Outlet { name: "delegate"; object: owner }
+                DropArea {
+                    objectName: "well"
+                    property string dropped
+                    x: 50
+                    width: 50
+                    height: 100
+                    onEntered: drag => drag.accepted = drag.hasUrls
+                    onDropped: drop => { dropped = drop.urls[0].toString(); drop.accept(); }
+                }
+            })",
             owner.get());
         ASSERT_FALSE(error) << *error;
         window = dynamic_cast<InterfaceWindow*>(owner->window.strongReference()->host());
@@ -66,16 +82,16 @@ protected:
         QCoreApplication::sendEvent(window, &event);
         return event.isAccepted();
     }
-    bool move()
+    bool move(QPoint place = { 2, 2 })
     {
-        QDragMoveEvent event({ 2, 2 }, Qt::CopyAction | Qt::MoveAction, &files, Qt::LeftButton, Qt::NoModifier);
+        QDragMoveEvent event(place, Qt::CopyAction | Qt::MoveAction, &files, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(window, &event);
         return event.isAccepted();
     }
     /// The action that was agreed on; none for a drop that was not taken.
-    Qt::DropAction drop()
+    Qt::DropAction drop(QPoint place = { 2, 2 })
     {
-        QDropEvent event({ 2, 2 }, Qt::CopyAction | Qt::MoveAction, &files, Qt::LeftButton, Qt::NoModifier);
+        QDropEvent event(place, Qt::CopyAction | Qt::MoveAction, &files, Qt::LeftButton, Qt::NoModifier);
         event.setDropAction(Qt::MoveAction);
         QCoreApplication::sendEvent(window, &event);
         return event.isAccepted() ? event.dropAction() : Qt::IgnoreAction;
@@ -97,6 +113,36 @@ TEST_F(InterfaceWindowTest, GivesDroppedFilesToItsDelegate)
     EXPECT_EQ(drop(), Qt::CopyAction) << "whoever dragged them keeps them";
     EXPECT_FALSE(window->isDropWelcome());
     EXPECT_THAT(owner->told, ElementsAre("entered with 2", "/tmp/a b.fs", "/tmp/c.fs"));
+}
+
+TEST_F(InterfaceWindowTest, AnItemThatTakesTheFilesGoesBeforeTheDelegate)
+{
+    acceptFiles();
+    const auto* const well = window->findChild<QQuickItem*>("well");
+    ASSERT_TRUE(well);
+    EXPECT_TRUE(enter(files));
+    EXPECT_TRUE(window->isDropWelcome());
+    EXPECT_TRUE(move({ 70, 20 }));
+    EXPECT_FALSE(window->isDropWelcome()) << "they would not be the delegate's there";
+    EXPECT_TRUE(move({ 20, 20 }));
+    EXPECT_TRUE(window->isDropWelcome());
+    EXPECT_TRUE(move({ 70, 20 }));
+    EXPECT_EQ(drop({ 70, 20 }), Qt::CopyAction);
+    EXPECT_EQ(well->property("dropped").toString(), QStringLiteral("file:///tmp/a b.fs"));
+    EXPECT_THAT(owner->told, ElementsAre("entered with 2", "exited"));
+    EXPECT_TRUE(enter(files));
+    EXPECT_EQ(drop(), Qt::CopyAction);
+    EXPECT_THAT(owner->told, ElementsAre("entered with 2", "exited", "entered with 2", "/tmp/a b.fs", "/tmp/c.fs"));
+}
+
+TEST_F(InterfaceWindowTest, AnItemTakesWhatTheDelegateDoesNotWant)
+{
+    EXPECT_FALSE(enter(files));
+    EXPECT_TRUE(move({ 70, 20 }));
+    EXPECT_FALSE(move({ 20, 20 }));
+    EXPECT_TRUE(move({ 70, 20 }));
+    EXPECT_EQ(drop({ 70, 20 }), Qt::CopyAction);
+    EXPECT_THAT(owner->told, IsEmpty());
 }
 
 TEST_F(InterfaceWindowTest, TellsOfADragThatLeaves)
