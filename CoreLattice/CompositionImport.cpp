@@ -78,25 +78,34 @@ public:
 private:
     void refuse(const fs::path& source, std::string message)
     {
-        mResult.push_back({ {}, CompositionError { source.string(), 0, std::move(message) } });
+        mResult.push_back({ {}, CompositionError { source.string(), 0, std::move(message) }, nullptr });
     }
-    /// Whether \p source can be a composition at all; what is wrong inside is for the repository to tell.
-    bool accepts(const CompositionFile& source)
+    /// Refuses what is no composition at all; what is wrong inside is for the repository to tell.
+    std::optional<ReadComposition> read(const CompositionFile& source)
     {
         // A file too large is not even read.
         std::error_code error;
-        const bool isLarge = fs::file_size(source.fragment, error) > ISFDocument::longestSource
-            || (!source.vertex.empty() && fs::file_size(source.vertex, error) > ISFDocument::longestSource);
-        auto problem = isLarge ? std::optional<std::string>("the file is larger than 1 MiB")
-                               : ISFDocument::whyNoComposition(contentsOf(source.fragment));
-        if (problem)
-            refuse(source.fragment, std::move(*problem));
-        return !problem;
+        if (fs::file_size(source.fragment, error) > ISFDocument::longestSource
+            || (!source.vertex.empty() && fs::file_size(source.vertex, error) > ISFDocument::longestSource)) {
+            refuse(source.fragment, "the file is larger than 1 MiB");
+            return std::nullopt;
+        }
+        ReadComposition result;
+        result.fragment = contentsOf(source.fragment);
+        result.vertex = source.vertex.empty() ? std::string() : contentsOf(source.vertex);
+        result.document = ISFDocument::parse(result.fragment, result.vertex, source.fragment.string(), &result.error);
+        if (!result.document) {
+            if (auto problem = ISFDocument::whyNoComposition(result.fragment)) {
+                refuse(source.fragment, std::move(*problem));
+                return std::nullopt;
+            }
+        }
+        return result;
     }
     void addWhatIsThere(const fs::path& source)
     {
         if (isCompositionFile(source))
-            mResult.push_back({ source, std::nullopt });
+            mResult.push_back({ source, std::nullopt, nullptr });
         else
             refuse(source, "it lies among the compositions already");
     }
@@ -112,8 +121,9 @@ private:
         const auto target
             = mFolder / freeName(base, [&](const std::string& name) { return !fs::exists(mFolder / name, error); });
         for (const auto& file : files) {
-            if (accepts(file))
-                copy(file, target / file.fragment.lexically_relative(source).parent_path(), file.fragment.stem());
+            if (auto found = read(file))
+                copy(file, std::move(*found), target / file.fragment.lexically_relative(source).parent_path(),
+                    file.fragment.stem());
         }
     }
     void addFile(const fs::path& source)
@@ -127,36 +137,35 @@ private:
             refuse(source, "there is no such file");
             return;
         }
-        if (!accepts(file))
+        auto found = read(file);
+        if (!found)
             return;
         const auto stem = source.stem().string();
-        const auto pictures = picturesOf(file);
-        if (pictures.empty()) {
-            addSingle(file, stem);
+        if (picturesOf(file, *found).empty()) {
+            addSingle(file, std::move(*found), stem);
             return;
         }
         std::error_code error;
         const auto own = freeName(stem, [&](const std::string& name) { return !fs::exists(mFolder / name, error); });
-        copy(file, mFolder / own, stem);
+        copy(file, std::move(*found), mFolder / own, stem);
     }
-    void addSingle(const CompositionFile& file, const std::string& stem)
+    void addSingle(const CompositionFile& file, ReadComposition found, const std::string& stem)
     {
         const auto same = compositionFile(mFolder / file.fragment.filename());
         if (!same.fragment.empty() && haveSameContents(same.fragment, file.fragment)
             && haveSameContents(same.vertex, file.vertex)) {
-            mResult.push_back({ same.fragment, std::nullopt });
+            mResult.push_back({ same.fragment, std::nullopt, nullptr });
             return;
         }
-        copy(file, mFolder, freeName(stem, [&](const std::string& name) { return isFreeStem(mFolder, name); }));
+        copy(file, std::move(found), mFolder,
+            freeName(stem, [&](const std::string& name) { return isFreeStem(mFolder, name); }));
     }
     /// The pictures that the header names and that lie where it may name them.
-    static std::vector<fs::path> picturesOf(const CompositionFile& file)
+    static std::vector<fs::path> picturesOf(const CompositionFile& file, const ReadComposition& found)
     {
-        CompositionError unused;
-        const auto document = ISFDocument::parse(contentsOf(file.fragment), {}, file.fragment.string(), &unused);
         std::vector<fs::path> result;
         const auto folder = file.fragment.parent_path();
-        for (const auto& import : document ? document->imports : std::vector<ISFImport>()) {
+        for (const auto& import : found.document ? found.document->imports : std::vector<ISFImport>()) {
             for (const auto& path : import.paths) {
                 std::error_code error;
                 const auto below = (folder / path).lexically_normal().lexically_relative(folder.lexically_normal());
@@ -169,14 +178,14 @@ private:
         return result;
     }
     /// The composition itself gets its name last, so that it is whole for whoever watches the folder.
-    void copy(const CompositionFile& file, const fs::path& folder, const std::string& stem)
+    void copy(const CompositionFile& file, ReadComposition found, const fs::path& folder, const std::string& stem)
     {
         const auto extension = file.fragment.extension().string();
         const auto unfinished = folder / ("." + stem + extension);
         try {
             fs::create_directories(folder);
             fs::copy_file(file.fragment, unfinished, fs::copy_options::overwrite_existing);
-            for (const auto& picture : picturesOf(file)) {
+            for (const auto& picture : picturesOf(file, found)) {
                 fs::create_directories((folder / picture).parent_path());
                 fs::copy_file(file.fragment.parent_path() / picture, folder / picture, fs::copy_options::skip_existing);
             }
@@ -184,12 +193,21 @@ private:
                 fs::copy_file(file.vertex, folder / (stem + file.vertex.extension().string()),
                     fs::copy_options::skip_existing); // two files of a folder may share it
             fs::rename(unfinished, folder / (stem + extension));
-            mResult.push_back({ folder / (stem + extension), std::nullopt });
+            add(folder / (stem + extension), std::move(found));
         } catch (const fs::filesystem_error& error) {
             std::error_code ignored;
             fs::remove(unfinished, ignored);
             refuse(file.fragment, "it cannot be copied: " + error.code().message());
         }
+    }
+
+    /// What was found in the source, as it stands in the copy.
+    void add(const fs::path& copy, ReadComposition found)
+    {
+        if (found.document)
+            found.document = found.document->in(copy.string());
+        found.error.file = copy.string();
+        mResult.push_back({ copy, std::nullopt, std::make_shared<const ReadComposition>(std::move(found)) });
     }
 
     const fs::path mFolder;

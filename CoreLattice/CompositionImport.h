@@ -3,15 +3,28 @@
 #include "CoreLattice/CompositionError.h"
 
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace CoreLattice {
+
+struct ISFDocument;
+
+/// The texts of a composition and what they say.
+struct ReadComposition {
+    std::string fragment;
+    std::string vertex;
+    std::shared_ptr<const ISFDocument> document; ///< null with the reason in `error`
+    CompositionError error;
+};
 
 /// What became of one file that the user wants to have as a composition.
 struct ImportedComposition {
     std::filesystem::path file; ///< where it lies now; empty when it was refused
     std::optional<CompositionError> refusal; ///< why it was not copied
+    std::shared_ptr<const ReadComposition> read; ///< what was copied, as a file there; null for what was there before
 };
 
 /// Copies compositions into the user's folder, with the vertex shader beside each and the pictures that its header

@@ -106,22 +106,40 @@ void FileCompositions::whenSettled(std::function<void()> work)
     });
 }
 
-void FileCompositions::add(
-    std::vector<std::filesystem::path> sources, std::function<void(std::vector<FileComposition>)> done)
+void FileCompositions::add(std::vector<std::filesystem::path> sources, AdditionObserver observer)
 {
-    dispatch_async(mQueue, [weakSelf = weak_from_this(), sources = std::move(sources), done = std::move(done)] {
+    dispatch_async(mQueue, [weakSelf = weak_from_this(), sources = std::move(sources), observer = std::move(observer)] {
         const auto self = weakSelf.lock();
         if (!self || self->mStopped)
             return;
-        self->mWaiting.push_back(
-            [self = self.get(), imported = importCompositions(sources, self->mSettings.userFolder), done] {
-                std::vector<FileComposition> outcomes;
-                for (const auto& file : imported)
-                    outcomes.push_back(self->outcomeOf(file));
-                done(std::move(outcomes));
-            });
+        auto files = importCompositions(sources, self->mSettings.userFolder);
+        for (const auto& file : files) {
+            if (file.read)
+                self->mImported[file.file] = file.read;
+        }
+        self->mAdditions.push_back({ std::move(files), observer });
         self->look();
     });
+}
+
+bool FileCompositions::isUnread(const std::filesystem::path& fragment) const
+{
+    return std::ranges::find(mUnread, fragment, &CompositionFile::fragment) != mUnread.end();
+}
+
+void FileCompositions::lookForFirst(Addition& addition)
+{
+    for (; !addition.hasFirst && addition.passed < addition.files.size(); ++addition.passed) {
+        const auto& file = addition.files[addition.passed];
+        if (!file.refusal && isUnread(file.file))
+            return;
+        const auto outcome = outcomeOf(file);
+        if (outcome.fault || !outcome.composition || !addition.observer.isWanted(*outcome.composition))
+            continue;
+        addition.hasFirst = true;
+        publish();
+        addition.observer.first(outcome.composition);
+    }
 }
 
 FileComposition FileCompositions::outcomeOf(const ImportedComposition& imported) const
@@ -150,9 +168,18 @@ void FileCompositions::look()
         if (known == mKnown.end() || known->second.file != file)
             mUnread.push_back(file);
     }
-    // The latest first: somebody may be waiting for what was just saved.
+    // The latest first: somebody may be waiting for what was just saved. Before them, in its order, what was added.
     std::ranges::stable_sort(mUnread, std::greater(),
         [](const CompositionFile& file) { return std::max(file.fragmentStamp.back(), file.vertexStamp.back()); });
+    std::map<std::filesystem::path, std::size_t> added;
+    for (const auto& addition : mAdditions) {
+        for (const auto& file : addition.files)
+            added.emplace(file.file, added.size());
+    }
+    std::ranges::stable_sort(mUnread, std::less(), [&](const CompositionFile& file) {
+        const auto found = added.find(file.fragment);
+        return found == added.end() ? added.size() : found->second;
+    });
     if (mUnread.empty())
         settle();
     else if (!wasReading)
@@ -173,6 +200,8 @@ void FileCompositions::readNext()
         settle();
         return;
     }
+    for (auto& addition : mAdditions)
+        lookForFirst(addition);
     if (mHasChanged && Clock::now() - mPublished >= publishingInterval)
         publish();
     dispatch_async(mQueue, [weakSelf = weak_from_this()] {
@@ -208,24 +237,43 @@ void FileCompositions::read(const CompositionFile& file)
         known.found.composition = nullptr;
 }
 
+/// What was found while the file was copied, or else what is found now.
+ReadComposition FileCompositions::textsSaid(
+    const std::string& file, const std::string& fragment, const std::string& vertex)
+{
+    const auto imported = mImported.extract(file);
+    if (!imported.empty() && imported.mapped()->fragment == fragment && imported.mapped()->vertex == vertex)
+        return *imported.mapped();
+    ReadComposition result;
+    result.document = ISFDocument::parse(fragment, vertex, file, &result.error);
+    return result;
+}
+
 /// \return why the composition stays as it was
 std::optional<CompositionError> FileCompositions::take(
     Known& known, const std::string& fragment, const std::string& vertex)
 {
     const auto path = known.file.fragment.string();
-    CompositionError error;
-    auto document = ISFDocument::parse(fragment, vertex, path, &error);
-    if (!document)
-        return error;
+    auto said = textsSaid(path, fragment, vertex);
+    if (!said.document)
+        return said.error;
     if (auto fault = mTrial->run(fragment, vertex, path))
         return fault;
-    known.found.composition = make<QCComposition>(CFString::create("/" + known.found.name), std::move(document));
+    known.found.composition = make<QCComposition>(CFString::create("/" + known.found.name), std::move(said.document));
     return std::nullopt;
 }
 
 void FileCompositions::settle()
 {
     publish();
+    mImported.clear();
+    for (auto& addition : std::exchange(mAdditions, {})) {
+        lookForFirst(addition);
+        std::vector<FileComposition> outcomes;
+        for (const auto& file : addition.files)
+            outcomes.push_back(outcomeOf(file));
+        addition.observer.done(std::move(outcomes));
+    }
     for (const auto& work : std::exchange(mWaiting, {}))
         work();
 }

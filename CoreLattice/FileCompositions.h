@@ -42,10 +42,18 @@ public:
     /// Ends that for good and waits for what is being done, which is cut short. To be called before the last reference
     /// goes, and not on the queue.
     void stop();
-    /// Copies compositions into the user's folder, as `importCompositions` does, and has them read and tried.
-    /// \param done  gets what came of each, on the queue; without a composition and a fault for a file that another one
-    ///     hides
-    void add(std::vector<std::filesystem::path> sources, std::function<void(std::vector<FileComposition>)> done);
+    /// What is told of files that are added, on the queue.
+    struct AdditionObserver {
+        std::function<bool(const QCComposition&)> isWanted;
+        /// Gets the first of them, in their order, that can be used and is wanted, as soon as those before it are
+        /// known to be none; it is among what is known by then.
+        std::function<void(QCComposition*)> first;
+        /// Gets what came of each, at the end; without a composition and a fault for a file that another one hides.
+        std::function<void(std::vector<FileComposition>)> done;
+    };
+    /// Copies compositions into the user's folder, as `importCompositions` does, and has them read and tried, ahead of
+    /// what else there is to read.
+    void add(std::vector<std::filesystem::path> sources, AdditionObserver observer);
     /// Runs \p work on the queue after the files as they are now were all read and tried.
     void whenSettled(std::function<void()> work);
 
@@ -61,6 +69,16 @@ private:
     void readNext();
     void read(const CompositionFile& file);
     std::optional<CompositionError> take(Known& known, const std::string& fragment, const std::string& vertex);
+    /// Files that were added, and how many of them are known not to be the first that is wanted.
+    struct Addition {
+        std::vector<ImportedComposition> files;
+        AdditionObserver observer;
+        std::size_t passed = 0;
+        bool hasFirst = false;
+    };
+    ReadComposition textsSaid(const std::string& file, const std::string& fragment, const std::string& vertex);
+    void lookForFirst(Addition& addition);
+    bool isUnread(const std::filesystem::path& fragment) const;
     void publish();
     void settle();
     FileComposition outcomeOf(const ImportedComposition& imported) const;
@@ -77,6 +95,9 @@ private:
     std::map<std::string, Known> mKnown; ///< by the names of the files
     std::deque<CompositionFile> mUnread;
     std::vector<std::function<void()>> mWaiting;
+    std::vector<Addition> mAdditions;
+    /// What was read while files were copied, by their places.
+    std::map<std::filesystem::path, std::shared_ptr<const ReadComposition>> mImported;
     Clock::time_point mPublished;
     bool mHasChanged = false;
 };

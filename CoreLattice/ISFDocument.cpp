@@ -29,6 +29,13 @@ std::string withPlainLineEnds(std::string_view text)
     return result;
 }
 
+std::string nameFrom(const std::string& file)
+{
+    const auto slash = file.rfind('/');
+    const auto base = slash == std::string::npos ? file : file.substr(slash + 1);
+    return base.substr(0, base.rfind('.'));
+}
+
 /// Whether the shader reads a value that changes by itself. A mention in a comment counts too, at no more than the cost
 /// of some needless renders.
 bool mentionsTime(std::string_view source)
@@ -83,14 +90,21 @@ std::shared_ptr<const ISFDocument> ISFDocument::parse(
         text.begin() + static_cast<std::ptrdiff_t>(header.end()), [](char c) { return c != '\n'; }, ' ');
     document->fragmentSource = std::move(text);
     document->vertexSource = withPlainLineEnds(vertexSource);
-    if (document->name.empty()) {
-        const auto slash = file.rfind('/');
-        const auto base = slash == std::string::npos ? file : file.substr(slash + 1);
-        document->name = base.substr(0, base.rfind('.'));
-    }
+    document->isNamedByFile = document->name.empty();
+    if (document->isNamedByFile)
+        document->name = nameFrom(file);
     document->dependsOnTime = mentionsTime(document->fragmentSource) || mentionsTime(document->vertexSource)
         || std::ranges::any_of(document->inputs, [](const ISFInput& input) { return input.sound != ISFSound::None; });
     return document;
+}
+
+std::shared_ptr<const ISFDocument> ISFDocument::in(std::string otherFile) const
+{
+    auto result = std::make_shared<ISFDocument>(*this);
+    if (isNamedByFile)
+        result->name = nameFrom(otherFile);
+    result->file = std::move(otherFile);
+    return result;
 }
 
 const ISFInput* ISFDocument::input(std::string_view inputName) const

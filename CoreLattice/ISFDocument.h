@@ -69,6 +69,7 @@ struct ISFDocument {
     std::string name;
     std::string explanation;
     std::string credit;
+    bool isNamedByFile = false; ///< the header has no name for it
     std::string version; ///< of the composition, as its author counts
     std::vector<std::string> categories;
     /// The keyword "GPU" of the header: too dear for the processor alone, the author says.
@@ -93,6 +94,9 @@ struct ISFDocument {
 
     const ISFInput* input(std::string_view inputName) const;
     /// The names of all that can be read as a picture: the inputs that are pictures, then the targets, the buffers that
+    /// What the same text says in the file \p otherFile.
+    std::shared_ptr<const ISFDocument> in(std::string otherFile) const;
+
     /// no pass renders to, and the imported pictures but for cubes.
     std::vector<std::string> pictures() const;
     /// The first pass with this target, or null.

@@ -123,8 +123,8 @@ void LTCCompositionRepository::whenFilesAreRead(std::function<void()> work)
     mFiles->whenSettled([work = std::move(work)] { dispatch_async(dispatch_get_main_queue(), work); });
 }
 
-void LTCCompositionRepository::addFiles_completion(
-    CFArray* paths, std::function<void(CFArray* compositions, CFArray* unusable)> completion)
+void LTCCompositionRepository::addFiles_protocol_first(
+    CFArray* paths, CFString* protocol, std::function<void(QCComposition*)> first)
 {
     if (!mFiles || !paths)
         return;
@@ -133,19 +133,23 @@ void LTCCompositionRepository::addFiles_completion(
         if (const auto* const text = kindOf<CFString>(path))
             sources.emplace_back(text->string());
     }
-    const auto done = [weakSelf = WeakRef { this }, completion = std::move(completion)](
-                          std::vector<CoreLattice::FileComposition> files) {
-        // Behind the closure that takes over the files, which was posted before.
-        dispatch_async(dispatch_get_main_queue(), [weakSelf, completion, files = std::move(files)] {
+    CoreLattice::FileCompositions::AdditionObserver observer;
+    observer.isWanted = [protocol = Ref(protocol)](
+                            const QCComposition& composition) { return composition.conformsToProtocol(protocol); };
+    // Both behind the closure that takes over the files, which was posted before.
+    observer.first = [first = std::move(first)](QCComposition* composition) {
+        dispatch_async(dispatch_get_main_queue(), [first, composition = Ref(composition)] { first(composition); });
+    };
+    observer.done = [weakSelf = WeakRef { this }](std::vector<CoreLattice::FileComposition> files) {
+        dispatch_async(dispatch_get_main_queue(), [weakSelf, files = std::move(files)] {
             if (const auto self = weakSelf.strongReference())
-                self->tellOfAddedFiles(files, completion);
+                self->tellOfAddedFiles(files);
         });
     };
-    mFiles->add(std::move(sources), done);
+    mFiles->add(std::move(sources), std::move(observer));
 }
 
-void LTCCompositionRepository::tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files,
-    const std::function<void(CFArray* compositions, CFArray* unusable)>& completion)
+void LTCCompositionRepository::tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files)
 {
     const auto compositions = make<CFArray>();
     const auto unusable = make<CFArray>();
@@ -159,7 +163,6 @@ void LTCCompositionRepository::tellOfAddedFiles(const std::vector<CoreLattice::F
         { { CFSTR("compositions"), compositions.get() }, { CFSTR("unusable"), unusable.get() } });
     NSNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
         LTCCompositionRepositoryDidAddFilesNotification, this, userInfo);
-    completion(compositions, unusable);
 }
 
 void LTCCompositionRepository::registerOwnCompositions()

@@ -18,8 +18,9 @@ struct FileComposition;
 inline CFString* const LTCCompositionRepositoryDidUpdateNotification
     = CFSTR("LTCCompositionRepositoryDidUpdateNotification");
 
-/// Files were added to a repository by `addFiles_completion`: object, the repository; `userInfo` has what its
-/// completion gets at the keys "compositions" and "unusable". Posted on the main thread, ahead of the completion.
+/// Files were added to a repository: object, the repository; `userInfo` has, of all files of one addition, the
+/// `QCComposition`s that can be used at the key "compositions" and an `LTCUnusableComposition` for each other one at
+/// the key "unusable", both in the order of the files. Posted on the main thread when the repository has them.
 inline CFString* const LTCCompositionRepositoryDidAddFilesNotification
     = CFSTR("LTCCompositionRepositoryDidAddFilesNotification");
 
@@ -55,12 +56,12 @@ public:
 
     /// Copies files into the user's folder: compositions with the vertex shaders and the pictures that belong to them,
     /// and all compositions of a folder. Nothing is overwritten; a name that is taken gets a number. The files are then
-    /// read and tried as others are. What is no composition at all, or larger than any, is not copied.
-    /// \param paths  texts
-    /// \param completion  runs on the main thread when all is done: gets the `QCComposition`s that can be used, which
-    ///     the repository has by then, and an `LTCUnusableComposition` for each file that cannot; never runs where no
-    ///     files are followed
-    void addFiles_completion(CFArray* paths, std::function<void(CFArray* compositions, CFArray* unusable)> completion);
+    /// read and tried as others are, ahead of those and in their order;
+    /// `LTCCompositionRepositoryDidAddFilesNotification` tells what came of them. What is no composition at all, or
+    /// larger than any, is not copied. Without files to follow, nothing happens. \param paths  texts \param first  runs
+    /// on the main thread, once at most, as soon as it is settled which is the first of them that can
+    ///     be used and has the ports of \p protocol, however many are still to be tried; the repository has it by then
+    void addFiles_protocol_first(CFArray* paths, CFString* protocol, std::function<void(QCComposition*)> first);
 
     /// Adds the composition that was compiled into the program under \p name. A name that is there already, or that no
     /// composition has, changes nothing; the latter is logged, and so is a file that cannot be read, with its message.
@@ -86,8 +87,7 @@ private:
     };
     void registerOwnCompositions();
     std::vector<Entry> entries();
-    void tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files,
-        const std::function<void(CFArray* compositions, CFArray* unusable)>& completion);
+    void tellOfAddedFiles(const std::vector<CoreLattice::FileComposition>& files);
     void takeFiles(const std::vector<CoreLattice::FileComposition>& files);
 
     std::once_flag mOwnRegistered;

@@ -5,8 +5,6 @@
 #include "Platform/dispatch/dispatch.h"
 #include "WithRequirements/Requirements.h"
 
-#include <algorithm>
-
 Ref<NSSet> LTCCamWindowController::copyHiddenCompositionIdentifiers()
 {
     return make<NSSet>(std::initializer_list<CFType*> {
@@ -120,15 +118,10 @@ bool LTCCamWindowController::performDragOperation(NSDraggingInfo* sender)
     auto paths = make<CFArray>();
     for (const auto& file : sender->draggedFileURLs()->values())
         paths->append(kindOf<NSURL>(file)->path());
-    LTCCompositionRepository::sharedCompositionRepository()->addFiles_completion(
-        paths, [weakSelf = WeakRef { this }](CFArray* compositions, CFArray* /*unusable*/) {
-            const auto self = weakSelf.strongReference();
-            const auto added = compositions->values();
-            const auto filter = std::ranges::find_if(added, [](const Ref<CFType>& composition) {
-                return kindOf<QCComposition>(composition)->conformsToProtocol(QCCompositionProtocolImageFilter);
-            });
-            if (self && filter != added.end())
-                self->selectComposition(*filter);
+    LTCCompositionRepository::sharedCompositionRepository()->addFiles_protocol_first(
+        paths, QCCompositionProtocolImageFilter, [weakSelf = WeakRef { this }](QCComposition* filter) {
+            if (const auto self = weakSelf.strongReference())
+                self->selectComposition(filter);
         });
     return true;
 }

@@ -1,6 +1,8 @@
 #include "CoreLattice/CompositionImport.h"
 
+#include "CoreLattice/ISFDocument.h"
 #include "CoreLattice/LTCCompositionPickerView.h"
+#include "Platform/Foundation/NSNotification.h"
 #include "tests/CoreLattice/CompositionFolder.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
 
@@ -17,6 +19,34 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* plain = FILTER("gl_FragColor = vec4(1.0);");
+
+/// Keeps what is told of an addition at its end.
+class AdditionListener : public NSObject {
+    NS_OBJECT(AdditionListener)
+public:
+    AdditionListener()
+    {
+        NSNotificationCenter::defaultCenter()->addObserver_selector_name_object(
+            this, "added:", LTCCompositionRepositoryDidAddFilesNotification, nullptr);
+    }
+    void filesWereAdded(NSNotification* notification)
+    {
+        EXPECT_TRUE(DispatchMain::isMainThread());
+        for (const auto& value : notification->userInfo()->get<CFArray>(CFSTR("compositions"))->values())
+            added.push_back(kindOf<QCComposition>(value)->identifier()->string());
+        for (const auto& value : notification->userInfo()->get<CFArray>(CFSTR("unusable"))->values())
+            unusable.push_back(kindOf<LTCUnusableComposition>(value)->reason()->string());
+        isDone = true;
+    }
+    std::vector<std::string> added;
+    std::vector<std::string> unusable;
+    bool isDone = false;
+};
+
+NS_IMPLEMENTATION(AdditionListener, NSObject)
+{
+    type.message("added:", &AdditionListener::filesWereAdded);
+}
 
 class CompositionImport : public CompositionFolder {
 protected:
@@ -37,6 +67,19 @@ protected:
             result.push_back(
                 imported.refusal ? imported.refusal->message : imported.file.lexically_relative(user()).string());
         return result;
+    }
+    /// Adds these names of the source folder to the repository: gets the identifier that it tells of first.
+    std::shared_ptr<std::vector<std::string>> add(const std::vector<std::string>& names)
+    {
+        auto paths = make<CFArray>();
+        for (const auto& name : names)
+            paths->append(CFString::create((source() / name).string()).get());
+        auto first = std::make_shared<std::vector<std::string>>();
+        mRepository->addFiles_protocol_first(paths, QCCompositionProtocolImageFilter, [first](QCComposition* filter) {
+            EXPECT_TRUE(DispatchMain::isMainThread());
+            first->push_back(filter->identifier()->string());
+        });
+        return first;
     }
     std::vector<std::string> everything() const
     {
@@ -132,6 +175,24 @@ TEST_F(CompositionImport, SaysWhenItCannotCopy)
     EXPECT_EQ(imported[0].refusal->message, "it cannot be copied: Not a directory");
 }
 
+TEST_F(CompositionImport, ReadsEachFileOnceForBoth)
+{
+    write(source() / "Bent.fs", plain);
+    write(source() / "Bent.vs", "void main() { isf_vertShaderInit(); }");
+    write(source() / "Broken.fs", "/*{ \"INPUTS\": 3 }*/ void main() {}");
+    write(user() / "Bent.fs", "somebody's");
+    const auto imported = importCompositions({ source() / "Bent.fs", source() / "Broken.fs" }, user());
+    ASSERT_EQ(imported.size(), 2U);
+    ASSERT_TRUE(imported[0].read && imported[0].read->document);
+    EXPECT_EQ(imported[0].read->fragment, plain);
+    EXPECT_EQ(imported[0].read->vertex, read(source() / "Bent.vs"));
+    EXPECT_EQ(imported[0].read->document->file, (user() / "Bent 2.fs").string()) << "as it stands in the copy";
+    EXPECT_EQ(imported[0].read->document->name, "Bent 2");
+    ASSERT_TRUE(imported[1].read);
+    EXPECT_FALSE(imported[1].read->document);
+    EXPECT_EQ(imported[1].read->error.text(), (user() / "Broken.fs").string() + ":1: INPUTS is no list");
+}
+
 TEST_F(CompositionImport, TheRepositoryTellsWhatCameOfIt)
 {
     write(source() / "Good.fs", plain);
@@ -143,28 +204,63 @@ TEST_F(CompositionImport, TheRepositoryTellsWhatCameOfIt)
     picker->setRepository(&repository);
     picker->setCompositionsFromRepositoryWithProtocol_andAttributes(QCCompositionProtocolImageFilter, nullptr);
     StandardErrorCapture log;
-    auto paths = make<CFArray>();
-    for (const auto* const name : { "Good.fs", "Made.fs", "Bad.fs", "Diary.fs" })
-        paths->append(CFString::create((source() / name).string()).get());
-    std::vector<std::string> added;
-    std::vector<std::string> unusable;
-    bool isDone = false;
-    repository.addFiles_completion(paths, [&](CFArray* compositions, CFArray* files) {
-        EXPECT_TRUE(DispatchMain::isMainThread());
-        for (const auto& value : compositions->values()) {
-            added.push_back(kindOf<QCComposition>(value)->identifier()->string());
-            EXPECT_EQ(composition(added.back()), kindOf<QCComposition>(value));
-        }
-        for (const auto& value : files->values())
-            unusable.push_back(kindOf<LTCUnusableComposition>(value)->reason()->string());
-        isDone = true;
-    });
-    EXPECT_TRUE(runUntil([&] { return isDone; }));
-    EXPECT_THAT(added, ElementsAre("/Good", "/Made"));
-    EXPECT_THAT(unusable,
+    const auto listener = make<AdditionListener>();
+    const auto first = add({ "Good.fs", "Made.fs", "Bad.fs", "Diary.fs" });
+    EXPECT_TRUE(runUntil([&] { return listener->isDone; }));
+    EXPECT_THAT(*first, ElementsAre("/Good"));
+    EXPECT_THAT(listener->added, ElementsAre("/Good", "/Made"));
+    for (const auto& identifier : listener->added)
+        EXPECT_TRUE(composition(identifier));
+    EXPECT_THAT(listener->unusable,
         ElementsAre(testing::MatchesRegex("Bad.fs:1: .*missing.*"),
             "Diary.fs: the file does not begin with a header in a comment"));
     EXPECT_EQ(faults().size(), 1U) << "what was copied stays in the list";
     EXPECT_EQ(picker->notice()->string(),
-        unusable[0] + "\n" + unusable[1] + "\nMade: it takes no picture, so it is no filter to choose");
+        listener->unusable[0] + "\n" + listener->unusable[1]
+            + "\nMade: it takes no picture, so it is no filter to choose");
+}
+
+TEST_F(CompositionImport, TheFirstFilterIsThereBeforeTheOthersAreTried)
+{
+    write(source() / "A.fs", "/*{}*/ void main() { gl_FragColor = vec4(1.0); }");
+    write(source() / "B.fs", FILTER("gl_FragColor = missing;"));
+    write(source() / "C.fs", plain);
+    for (int i = 0; i < 5; ++i)
+        write(source() / ("D" + std::to_string(i) + ".fs"), std::string(plain) + "// " + std::to_string(i));
+    write(user() / "Old.fs", FILTER("gl_FragColor = vec4(0.5);"));
+    // Each trial leaves its mark, and the one of the fourth file waits for the test.
+    const auto gate = mRoot / "gate";
+    auto settings = this->settings(
+        script("echo x >>" + (mRoot / "trials").string() + "; while [ $(wc -l <" + (mRoot / "trials").string()
+            + ") -gt 4 ] && [ ! -e " + gate.string() + " ]; do sleep 0.01; done; exec " TRIAL_PROGRAM " \"$@\""));
+    follow(settings);
+    const auto listener = make<AdditionListener>();
+    StandardErrorCapture log;
+    const auto first = add({ "A.fs", "B.fs", "C.fs", "D0.fs", "D1.fs", "D2.fs", "D3.fs", "D4.fs", "missing.fs" });
+    EXPECT_TRUE(runUntil([&] { return !first->empty(); }));
+    EXPECT_THAT(*first, ElementsAre("/C"));
+    EXPECT_TRUE(composition("/C")) << "to be chosen";
+    EXPECT_FALSE(composition("/D4"));
+    EXPECT_FALSE(listener->isDone);
+    write(gate, "");
+    EXPECT_TRUE(runUntil([&] { return listener->isDone; }));
+    EXPECT_THAT(*first, ElementsAre("/C")) << "once";
+    EXPECT_EQ(listener->added.size(), 7U);
+    EXPECT_EQ(listener->unusable.size(), 2U);
+}
+
+TEST_F(CompositionImport, WithoutAFilterNoneIsTheFirst)
+{
+    write(source() / "Made.fs", "/*{}*/ void main() { gl_FragColor = vec4(1.0); }");
+    follow();
+    const auto listener = make<AdditionListener>();
+    const auto first = add({ "Made.fs", "missing.fs" });
+    EXPECT_TRUE(runUntil([&] { return listener->isDone; }));
+    EXPECT_THAT(*first, IsEmpty());
+    // What is there already is chosen again.
+    write(source() / "Good.fs", plain);
+    add({ "Good.fs" });
+    const auto again = add({ "Good.fs" });
+    EXPECT_TRUE(runUntil([&] { return !again->empty(); }));
+    EXPECT_THAT(*again, ElementsAre("/Good"));
 }
