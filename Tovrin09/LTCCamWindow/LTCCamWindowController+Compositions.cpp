@@ -1,6 +1,7 @@
 #include "Tovrin09/LTCCamWindow/LTCCamWindowController.h"
 
 #include "CoreLattice/LTCCompositionRepository.h"
+#include "CoreLattice/LTCSoundSource.h"
 #include "Platform/CoreImage/CIImage.h"
 #include "Platform/dispatch/dispatch.h"
 #include "WithRequirements/Requirements.h"
@@ -22,9 +23,21 @@ void LTCCamWindowController::prepareCompositions()
     auto* const repository = LTCCompositionRepository::sharedCompositionRepository();
     for (const auto name : { "QCImageFilterProtocol", "QCImageFilterRadar", "QCImageFilterRetro" })
         repository->registerApplicationCompositionWithName(CFSTR(name));
+    prepareSoundOfCompositions();
     prepareLTCCompositionPickerView();
     prepareLTCCompositionPreviewView();
     selectComposition(LTCCompositionRepository::compositionWithName(CFSTR("QCImageFilterProtocol")));
+}
+
+/// Compositions that show sound show the microphone's; silence while no session runs with one.
+void LTCCamWindowController::prepareSoundOfCompositions()
+{
+    LTCSoundSource::setProvider([weakWriter = outletMovieWriter](std::size_t count) {
+        const AutoreleasePool pool;
+        const auto writer = weakWriter.strongReference();
+        const auto* const connection = writer ? writer->audioConnection() : nullptr;
+        return connection ? connection->latestSamples(count) : std::vector<float>();
+    });
 }
 
 void LTCCamWindowController::prepareLTCCompositionPickerView()

@@ -94,6 +94,7 @@ public:
     NSSet* hiddenProtocolKeys() const { return _hiddenProtocolKeys.get(); }
     void setHiddenProtocolKeys(NSSet* keys) { _hiddenProtocolKeys.set(keys); }
     void prepareCompositions();
+    void prepareSoundOfCompositions();
     void prepareLTCCompositionPickerView();
     void prepareLTCCompositionPreviewView();
     void prepareLTCCompositionParameterView();
