@@ -5,7 +5,6 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "background", "LABEL": "Background", "TYPE": "image" },
-        { "NAME": "take", "LABEL": "Take the Background with the Camera", "TYPE": "event" },
         { "NAME": "screen", "LABEL": "Colour of the screen", "TYPE": "color", "DEFAULT": [0.1, 0.7, 0.2, 1.0] },
         { "NAME": "tolerance", "LABEL": "Tolerance", "TYPE": "float", "DEFAULT": 0.35, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "softness", "LABEL": "Soft edge", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.02, "MAX": 1.0 },
@@ -14,7 +13,6 @@
         { "NAME": "look", "LABEL": "Show only what is cut out", "TYPE": "bool", "DEFAULT": false }
     ],
     "PASSES": [
-        { "TARGET": "taken", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)", "PERSISTENT": true },
         { "TARGET": "backdrop", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)" },
         { }
     ]
@@ -25,6 +23,7 @@ flat in vec2 keyWay;
 flat in vec3 shine;
 flat in float hasPicture;
 varying vec2 fromLamp;
+varying vec2 inPicture;
 
 // The colour without its lightness, as the blue and red differences.
 vec2 tintOf(vec3 color)
@@ -34,18 +33,12 @@ vec2 tintOf(vec3 color)
 
 void main()
 {
-    vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
     if (PASSINDEX == 0) {
-        // The fourth part says that there is a picture.
-        gl_FragColor = take ? vec4(color, 1.0) : IMG_THIS_PIXEL(taken);
-        return;
-    }
-    if (PASSINDEX == 1) {
-        vec4 before = IMG_THIS_PIXEL(taken);
         vec3 studio = wall.rgb * (1.25 - 0.75 * dot(fromLamp, fromLamp));
-        gl_FragColor = vec4(hasPicture > 0.5 ? IMG_NORM_PIXEL(background, isf_FragNormCoord).rgb : mix(studio, before.rgb, before.a), 1.0);
+        gl_FragColor = vec4(hasPicture > 0.5 ? IMG_NORM_PIXEL(background, inPicture).rgb : studio, 1.0);
         return;
     }
+    vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
     // What is nearer to the screen's tint than the tolerance goes.
     vec2 tint = tintOf(color);
     vec2 away = tint - key.xy;

@@ -1,9 +1,10 @@
 #include "CoreLattice/ImportedPicture.h"
 
+#include "CoreLattice/PictureFile.h"
+
 #include <QFile>
 #include <QImageReader>
 
-#include <cstring>
 #include <filesystem>
 
 namespace CoreLattice {
@@ -54,18 +55,9 @@ Ref<CVPixelBuffer> importedPicture(const std::string& compositionFile, const std
         *error = "\"" + path + "\" has more than 8192 pixels in a direction";
         return nullptr;
     }
-    const auto image = reader.read().convertToFormat(QImage::Format_ARGB32);
-    Ref<CVPixelBuffer> result;
-    if (image.isNull()
-        || CVPixelBufferCreate(kCFAllocatorDefault, static_cast<std::size_t>(image.width()),
-               static_cast<std::size_t>(image.height()), kCVPixelFormatType_32BGRA, nullptr, &result)
-            != kCVReturnSuccess) {
+    auto result = pixelBufferOf(reader.read());
+    if (!result)
         *error = "\"" + path + "\": " + reader.errorString().toStdString();
-        return nullptr;
-    }
-    for (int y = 0; y < image.height(); ++y)
-        std::memcpy(result->baseAddress() + static_cast<std::size_t>(y) * result->bytesPerRow(), image.constScanLine(y),
-            static_cast<std::size_t>(image.width()) * 4);
     return result;
 }
 

@@ -50,11 +50,16 @@ public:
     /// Whether the other one is for the same port and has the same value.
     bool shows(const LTCCompositionParameter& other) const;
 
+protected:
+    /// Null when it has gone.
+    Ref<LTCCompositionParameterView> view() const { return mView.strongReference(); }
+    /// Stores the value as it is and gives it to the view.
+    virtual void apply(Ref<CFType> value);
+
 private:
     double lower(std::size_t axis) const;
     double upper(std::size_t axis) const;
     std::optional<double> number(CFString* key, std::size_t axis) const;
-    void apply(Ref<CFType> value);
 
     const WeakRef<LTCCompositionParameterView> mView;
     const Ref<CFString> mKey;

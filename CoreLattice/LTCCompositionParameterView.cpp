@@ -1,6 +1,7 @@
 #include "CoreLattice/LTCCompositionParameterView.h"
 
 #include "CoreLattice/LTCCompositionParameterViewDelegate.h"
+#include "CoreLattice/LTCCompositionPicture.h"
 
 #include <algorithm>
 
@@ -103,16 +104,18 @@ Ref<CFArray> LTCCompositionParameterView::presentParameters()
     auto* const attributes = renderer ? renderer->attributes() : nullptr;
     auto parameters = make<CFArray>();
     if (attributes) {
-        for (const auto& value : renderer->inputKeys()->values()) {
-            auto* const key = kindOf<CFString>(value);
+        for (const auto& input : renderer->inputKeys()->values()) {
+            auto* const key = kindOf<CFString>(input);
             auto* const port = attributes->get<CFDictionary>(key);
-            // A picture is nothing that this view could let anybody set.
-            if (!port || CFEqual(port->objectForKey(LTCPortTypeKey), LTCPortTypeImage))
+            if (!port)
                 continue;
             if (judge && !judge->compositionParameterView_shouldDisplayParameterWithKey_attributes(this, key, port))
                 continue;
-            parameters->append(
-                make<LTCCompositionParameter>(this, key, port, renderer->valueForInputKey(key).get()).get());
+            const auto value = renderer->valueForInputKey(key);
+            if (CFEqual(port->objectForKey(LTCPortTypeKey), LTCPortTypeImage))
+                parameters->append(make<LTCCompositionPicture>(this, key, port, value.get()).get());
+            else
+                parameters->append(make<LTCCompositionParameter>(this, key, port, value.get()).get());
         }
     }
     return parameters;

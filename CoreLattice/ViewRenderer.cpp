@@ -81,7 +81,7 @@ ViewRenderer::Former ViewRenderer::keepFormer()
     return std::exchange(mFormer, { mComposition, mValues, mObjects });
 }
 
-/// The values of inputs that the present composition has too; pictures of the past are over.
+/// The values of inputs that the present composition has too, but for the picture to work on, which is a later one now.
 void ViewRenderer::takeValues(const Former& former)
 {
     if (!former.composition || !mComposition)
@@ -90,7 +90,8 @@ void ViewRenderer::takeValues(const Former& former)
     const auto& before = former.composition->document()->inputs;
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         const auto found = std::ranges::find(before, inputs[i].name, &ISFInput::name);
-        if (found == before.end() || found->type != inputs[i].type || inputs[i].type == ISFInputType::Image)
+        if (found == before.end() || found->type != inputs[i].type
+            || inputs[i].name == textOf(QCCompositionInputImageKey))
             continue;
         const auto index = static_cast<std::size_t>(found - before.begin());
         // What was never set follows the default, which may be another one now.

@@ -34,7 +34,8 @@ Item {
             : row.kind === "menu" ? menu
             : row.kind === "color" ? color
             : row.kind === "point" ? point
-            : row.kind === "event" ? trigger : null
+            : row.kind === "event" ? trigger
+            : row.kind === "image" ? picture : null
     }
 
     Component {
@@ -101,11 +102,31 @@ Item {
         }
     }
     Component {
+        id: picture
+
+        ParameterPicture {
+            parameter: row.parameter
+            label: row.labelText
+            onResetWanted: reset.send()
+        }
+    }
+    Component {
         id: trigger
 
         PushButton {
-            text: row.labelText
+            text: shownText.elidedText
+            Accessible.name: row.labelText
             onClicked: valueBinding.value = true
+
+            TextMetrics {
+                id: shownText
+
+                text: row.labelText
+                font.pixelSize: Theme.textSize
+                font.weight: Font.Medium
+                elide: Qt.ElideRight
+                elideWidth: row.width - 2 * Theme.space
+            }
         }
     }
 

@@ -81,10 +81,25 @@ protected:
 
 }
 
+TEST_F(CompositionReload, PicturesStayButForTheOneToWorkOn)
+{
+    const std::string background = R"(, { "NAME": "background", "TYPE": "image" })";
+    run(background, "gl_FragColor = IMG_THIS_PIXEL(inputImage);");
+    const auto chosen = plain(16, 16, { 200, 100, 50 });
+    view->setValue_forInputKey(chosen, CFSTR("background"));
+    ASSERT_TRUE(render(*view));
+    edit(background + amount, "gl_FragColor = IMG_THIS_PIXEL(background);");
+    EXPECT_EQ(view->valueForInputKey(CFSTR("background")), chosen);
+    EXPECT_EQ(pixelAt(*render(*view), 3, 3), (Pixel { 200, 100, 50 }));
+    edit(background + tint, "gl_FragColor = IMG_THIS_PIXEL(inputImage);");
+    EXPECT_EQ(pixelAt(*render(*view), 3, 3), (Pixel { 10, 20, 30 }));
+}
+
 TEST_F(CompositionReload, ParametersThatStayKeepTheirValues)
 {
     run(amount + tint, "gl_FragColor = vec4(amount, tint.gb, 1.0);");
-    kindOf<LTCCompositionParameter>(parameters->parameters()->objectAtIndex(0))->setValue(CFNumber::create(1).get());
+    // Behind the picture to work on, since no delegate leaves that out.
+    kindOf<LTCCompositionParameter>(parameters->parameters()->objectAtIndex(1))->setValue(CFNumber::create(1).get());
     EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 255, 0, 0 }));
     const Ref<CFArray> shown = parameters->parameters();
     edit(amount + tint, "gl_FragColor = vec4(0.0, amount, 0.0, 1.0);");
@@ -95,8 +110,8 @@ TEST_F(CompositionReload, ParametersThatStayKeepTheirValues)
         "gl_FragColor = vec4(0.0, 0.0, amount, 1.0);");
     EXPECT_EQ(number("amount"), 1);
     EXPECT_EQ(pixelAt(*render(*view), 0, 0), (Pixel { 0, 0, 255 }));
-    EXPECT_EQ(parameters->parameters()->count(), 2U);
-    auto* const first = kindOf<LTCCompositionParameter>(parameters->parameters()->objectAtIndex(0));
+    EXPECT_EQ(parameters->parameters()->count(), 3U);
+    auto* const first = kindOf<LTCCompositionParameter>(parameters->parameters()->objectAtIndex(1));
     EXPECT_EQ(first->key()->string(), "tint");
 
     edit(R"(, { "NAME": "amount", "TYPE": "float", "MIN": 0, "MAX": 0.5, "DEFAULT": 0.25 })",

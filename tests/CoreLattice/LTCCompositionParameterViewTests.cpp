@@ -14,7 +14,7 @@ public:
         LTCCompositionParameterView*, CFString* key, CFDictionary* attributes) override
     {
         EXPECT_TRUE(attributes->objectForKey(LTCPortTypeKey));
-        return key->string() != "hidden";
+        return key->string() != "hidden" && key->string() != "inputImage";
     }
     void compositionParameterView_didChangeParameterWithKey(LTCCompositionParameterView*, CFString* key) override
     {

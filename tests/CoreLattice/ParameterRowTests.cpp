@@ -37,7 +37,8 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "level", "TYPE": "float", "DEFAULT": 0.5 },
         { "NAME": "place", "TYPE": "point2D", "DEFAULT": [0.25, 40], "MIN": [0, 10], "MAX": [1, 110] },
-        { "NAME": "mode", "TYPE": "long", "VALUES": [3, 7], "LABELS": ["Three", "Seven"], "DEFAULT": 3 } ] }*/ void main() {})"));
+        { "NAME": "mode", "TYPE": "long", "VALUES": [3, 7], "LABELS": ["Three", "Seven"], "DEFAULT": 3 },
+        { "NAME": "background", "TYPE": "image" } ] }*/ void main() {})"));
     const auto view = make<LTCCompositionParameterView>();
     view->setCompositionRenderer(renderer);
 
@@ -51,7 +52,7 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
     const auto number
         = [&](const char* key) { return kindOf<CFNumber>(renderer->valueForInputKey(CFSTR(key)))->doubleValue(); };
 
-    const auto level = rowOf(0);
+    const auto level = rowOf(1);
     auto* const slider = find(qobject_cast<QQuickItem*>(level.get()), "QQuickSlider");
     ASSERT_TRUE(slider);
     EXPECT_EQ(slider->property("value").toDouble(), 0.5);
@@ -76,7 +77,7 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
     EXPECT_EQ(number("level"), 1) << "no number changes nothing";
     EXPECT_EQ(figure->property("text").toString(), figure->property("figure").toString());
 
-    const auto place = rowOf(1);
+    const auto place = rowOf(2);
     auto* const pad = qobject_cast<QQuickItem*>(place.get());
     auto* const across = find(pad, "QQuickTextInput");
     ASSERT_TRUE(across);
@@ -98,9 +99,24 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
     EXPECT_EQ(coordinate(0), 0.25);
     EXPECT_EQ(coordinate(1), 40);
 
-    const auto mode = rowOf(2);
+    const auto mode = rowOf(3);
     auto* const menu = find(qobject_cast<QQuickItem*>(mode.get()), "QQuickComboBox");
     ASSERT_TRUE(menu);
     QMetaObject::invokeMethod(menu, "activated", Q_ARG(int, 1));
     EXPECT_EQ(number("mode"), 7);
+
+    const auto background = rowOf(4);
+    auto* const picture = qobject_cast<QQuickItem*>(background.get())->childItems().at(0)->childItems().at(0);
+    ASSERT_TRUE(picture);
+    EXPECT_FALSE(picture->property("isSet").toBool());
+    renderer->setValue_forInputKey(Pictures::plain(16, 9, { 1, 2, 3 }).get(), QCCompositionInputImageKey);
+    auto* const take = find(picture, "QQuickButton");
+    ASSERT_TRUE(take);
+    QMetaObject::invokeMethod(take, "clicked");
+    EXPECT_TRUE(picture->property("isSet").toBool());
+    EXPECT_TRUE(renderer->valueForInputKey(CFSTR("background")));
+    EXPECT_EQ(find(picture, "LayerItem")->property("visible"), true);
+    QMetaObject::invokeMethod(picture, "resetWanted");
+    EXPECT_FALSE(picture->property("isSet").toBool());
+    EXPECT_FALSE(renderer->valueForInputKey(CFSTR("background")));
 }
