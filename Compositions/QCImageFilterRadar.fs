@@ -4,10 +4,10 @@
     "CATEGORIES": ["Stylize"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "speed", "LABEL": "Sweeps per minute", "TYPE": "float", "DEFAULT": 15.0, "MIN": 0.0, "MAX": 60.0 },
+        { "NAME": "speed", "LABEL": "Sweeps", "TYPE": "float", "UNIT": "/min", "DEFAULT": 15.0, "MIN": 0.0, "MAX": 60.0 },
         { "NAME": "afterglow", "LABEL": "Afterglow", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "ambient", "LABEL": "Picture between sweeps", "TYPE": "float", "DEFAULT": 0.65, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "DEFAULT": 1.5, "MIN": 0.5, "MAX": 2.5 },
+        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.5, "MIN": 0.5, "MAX": 2.5 },
         { "NAME": "rings", "LABEL": "Rings", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "phosphor", "LABEL": "Phosphor", "TYPE": "color", "DEFAULT": [0.25, 1.0, 0.45, 1.0] }
     ],

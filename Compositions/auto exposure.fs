@@ -7,7 +7,7 @@
         { "NAME": "exposure", "LABEL": "Automatic exposure", "TYPE": "float", "DEFAULT": 0.8, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "balance", "LABEL": "Automatic white balance", "TYPE": "float", "DEFAULT": 0.7, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "target", "LABEL": "Brightness", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.2, "MAX": 0.8 },
-        { "NAME": "seconds", "LABEL": "Seconds to settle", "TYPE": "float", "DEFAULT": 1.0, "MIN": 0.1, "MAX": 10.0 },
+        { "NAME": "seconds", "LABEL": "Time to settle", "TYPE": "float", "UNIT": "s", "DEFAULT": 1.0, "MIN": 0.1, "MAX": 10.0 },
         { "NAME": "shadows", "LABEL": "Open shadows", "TYPE": "float", "DEFAULT": 0.25, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [

@@ -7,7 +7,7 @@
         { "NAME": "form", "LABEL": "Shows", "TYPE": "long", "VALUES": [0, 1, 2], "LABELS": ["Date and time", "Date", "Time"], "DEFAULT": 0 },
         { "NAME": "order", "LABEL": "Date", "TYPE": "long", "VALUES": [0, 1, 2], "LABELS": ["2026-11-21", "21.11.2026", "11/21/2026"], "DEFAULT": 0 },
         { "NAME": "corner", "LABEL": "Corner", "TYPE": "long", "VALUES": [0, 1, 2, 3], "LABELS": ["Bottom right", "Bottom left", "Top right", "Top left"], "DEFAULT": 0 },
-        { "NAME": "height", "LABEL": "Height (percent of the picture)", "TYPE": "float", "DEFAULT": 5.0, "MIN": 2.0, "MAX": 15.0 },
+        { "NAME": "height", "LABEL": "Height", "TYPE": "float", "UNIT": "%", "DEFAULT": 5.0, "MIN": 2.0, "MAX": 15.0 },
         { "NAME": "glow", "LABEL": "Glow", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "lamp", "LABEL": "Colour", "TYPE": "color", "DEFAULT": [1.0, 0.58, 0.12, 1.0] }
     ],

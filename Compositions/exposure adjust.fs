@@ -4,7 +4,7 @@
     "CATEGORIES": ["Light"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
-        { "NAME": "stops", "LABEL": "Exposure", "TYPE": "float", "DEFAULT": 0.5, "MIN": -4.0, "MAX": 4.0 }
+        { "NAME": "stops", "LABEL": "Exposure", "TYPE": "float", "UNIT": "EV", "DEFAULT": 0.5, "MIN": -4.0, "MAX": 4.0 }
     ]
 }*/
 

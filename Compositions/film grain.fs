@@ -7,7 +7,7 @@
         { "NAME": "amount", "LABEL": "Amount", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "size", "LABEL": "Grain size", "TYPE": "float", "DEFAULT": 1.6, "MIN": 1.0, "MAX": 4.0 },
         { "NAME": "colored", "LABEL": "Coloured grain", "TYPE": "float", "DEFAULT": 0.25, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "rate", "LABEL": "Grain pictures per second", "TYPE": "float", "DEFAULT": 24.0, "MIN": 0.0, "MAX": 30.0 }
+        { "NAME": "rate", "LABEL": "Grain pictures", "TYPE": "float", "UNIT": "/s", "DEFAULT": 24.0, "MIN": 0.0, "MAX": 30.0 }
     ],
     "PASSES": [
         { "TARGET": "emulsion", "WIDTH": "512", "HEIGHT": "512", "UNCHANGING": true, "FILTER": "NEAREST" },

@@ -5,7 +5,7 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "strength", "LABEL": "Strength", "TYPE": "float", "DEFAULT": 0.85, "MIN": -1.0, "MAX": 1.0 },
-        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "DEFAULT": 1.0, "MIN": 0.6, "MAX": 2.0 },
+        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.0, "MIN": 0.6, "MAX": 2.0 },
         { "NAME": "circle", "LABEL": "Round picture", "TYPE": "bool", "DEFAULT": true },
         { "NAME": "middle", "LABEL": "Middle", "TYPE": "point2D", "DEFAULT": [0.5, 0.5], "MIN": [0.0, 0.0], "MAX": [1.0, 1.0] }
     ]

@@ -7,7 +7,7 @@
         { "NAME": "strength", "LABEL": "Strength", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "often", "LABEL": "How often", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "parting", "LABEL": "Parted colours", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "speed", "LABEL": "Changes per second", "TYPE": "float", "DEFAULT": 10.0, "MIN": 1.0, "MAX": 30.0 }
+        { "NAME": "speed", "LABEL": "Changes", "TYPE": "float", "UNIT": "/s", "DEFAULT": 10.0, "MIN": 1.0, "MAX": 30.0 }
     ],
     "PASSES": [
         { "TARGET": "blocks", "WIDTH": "12", "HEIGHT": "45", "FILTER": "NEAREST" },

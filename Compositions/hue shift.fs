@@ -4,8 +4,8 @@
     "CATEGORIES": ["Color"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "angle", "LABEL": "Hue (degrees)", "TYPE": "float", "DEFAULT": 150.0, "MIN": -180.0, "MAX": 180.0 },
-        { "NAME": "speed", "LABEL": "Turns per minute", "TYPE": "float", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 60.0 },
+        { "NAME": "angle", "LABEL": "Hue", "TYPE": "float", "UNIT": "°", "DEFAULT": 150.0, "MIN": -180.0, "MAX": 180.0 },
+        { "NAME": "speed", "LABEL": "Turns", "TYPE": "float", "UNIT": "/min", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 60.0 },
         { "NAME": "saturation", "LABEL": "Saturation", "TYPE": "float", "DEFAULT": 1.15, "MIN": 0.0, "MAX": 2.0 },
         { "NAME": "across", "LABEL": "Rainbow across the picture", "TYPE": "float", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 1.0 }
     ]

@@ -4,7 +4,7 @@
     "CATEGORIES": ["Utility"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
-        { "NAME": "scale", "LABEL": "Scale", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.02, "MAX": 1.0 }
+        { "NAME": "scale", "LABEL": "Scale", "TYPE": "float", "UNIT": "×", "DEFAULT": 0.5, "MIN": 0.02, "MAX": 1.0 }
     ],
     "PASSES": [ { "TARGET": "resized", "WIDTH": "max(1, $WIDTH * $scale)", "HEIGHT": "max(1, $HEIGHT * $scale)" }, { } ]
 }*/

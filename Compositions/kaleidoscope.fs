@@ -5,8 +5,8 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "mirrors", "LABEL": "Petals", "TYPE": "float", "DEFAULT": 6.0, "MIN": 3.0, "MAX": 16.0 },
-        { "NAME": "speed", "LABEL": "Turns per minute", "TYPE": "float", "DEFAULT": 2.0, "MIN": -20.0, "MAX": 20.0 },
-        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "DEFAULT": 1.0, "MIN": 0.4, "MAX": 3.0 },
+        { "NAME": "speed", "LABEL": "Turns", "TYPE": "float", "UNIT": "/min", "DEFAULT": 2.0, "MIN": -20.0, "MAX": 20.0 },
+        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.0, "MIN": 0.4, "MAX": 3.0 },
         { "NAME": "source", "LABEL": "What it looks at", "TYPE": "point2D", "DEFAULT": [0.45, 0.5], "MIN": [0.0, 0.0], "MAX": [1.0, 1.0] }
     ],
     "PASSES": [

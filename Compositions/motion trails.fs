@@ -4,7 +4,7 @@
     "CATEGORIES": ["Time"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "seconds", "LABEL": "Length (seconds)", "TYPE": "float", "DEFAULT": 0.8, "MIN": 0.05, "MAX": 5.0 },
+        { "NAME": "seconds", "LABEL": "Length", "TYPE": "float", "UNIT": "s", "DEFAULT": 0.8, "MIN": 0.05, "MAX": 5.0 },
         { "NAME": "strength", "LABEL": "Strength", "TYPE": "float", "DEFAULT": 0.75, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "dark", "LABEL": "Trails of what is dark", "TYPE": "bool", "DEFAULT": false },
         { "NAME": "tint", "LABEL": "Colour of the trails", "TYPE": "color", "DEFAULT": [0.72, 0.86, 1.0, 1.0] }

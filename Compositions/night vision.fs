@@ -4,7 +4,7 @@
     "CATEGORIES": ["Light"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "DEFAULT": 1.0, "MIN": 0.5, "MAX": 4.0 },
+        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.0, "MIN": 0.5, "MAX": 4.0 },
         { "NAME": "noise", "LABEL": "Noise", "TYPE": "float", "DEFAULT": 0.45, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "bloom", "LABEL": "Bloom", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "tube", "LABEL": "Round view", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },

@@ -5,8 +5,8 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "restart", "LABEL": "Start Again", "TYPE": "event" },
-        { "NAME": "seconds", "LABEL": "Seconds for one way", "TYPE": "float", "DEFAULT": 7.0, "MIN": 1.0, "MAX": 30.0 },
-        { "NAME": "rest", "LABEL": "Seconds to look at it", "TYPE": "float", "DEFAULT": 3.0, "MIN": 0.0, "MAX": 15.0 },
+        { "NAME": "seconds", "LABEL": "Time for one way", "TYPE": "float", "UNIT": "s", "DEFAULT": 7.0, "MIN": 1.0, "MAX": 30.0 },
+        { "NAME": "rest", "LABEL": "Time to look at it", "TYPE": "float", "UNIT": "s", "DEFAULT": 3.0, "MIN": 0.0, "MAX": 15.0 },
         { "NAME": "way", "LABEL": "Way", "TYPE": "long", "VALUES": [0, 1, 2, 3], "LABELS": ["Downwards", "Upwards", "To the right", "To the left"], "DEFAULT": 0 },
         { "NAME": "light", "LABEL": "Light", "TYPE": "color", "DEFAULT": [0.2, 0.85, 1.0, 1.0] }
     ],

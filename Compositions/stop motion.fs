@@ -4,7 +4,7 @@
     "CATEGORIES": ["Time"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "rate", "LABEL": "Pictures per second", "TYPE": "float", "DEFAULT": 5.0, "MIN": 0.2, "MAX": 15.0 },
+        { "NAME": "rate", "LABEL": "Pictures", "TYPE": "float", "UNIT": "/s", "DEFAULT": 5.0, "MIN": 0.2, "MAX": 15.0 },
         { "NAME": "freeze", "LABEL": "Freeze", "TYPE": "bool", "DEFAULT": false },
         { "NAME": "flash", "LABEL": "Flash", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "shake", "LABEL": "Unsteady hand", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 },

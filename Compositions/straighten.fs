@@ -4,7 +4,7 @@
     "CATEGORIES": ["Utility"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
-        { "NAME": "angle", "LABEL": "Angle (degrees)", "TYPE": "float", "DEFAULT": 4.0, "MIN": -45.0, "MAX": 45.0 },
+        { "NAME": "angle", "LABEL": "Angle", "TYPE": "float", "UNIT": "°", "DEFAULT": 4.0, "MIN": -45.0, "MAX": 45.0 },
         { "NAME": "upright", "LABEL": "Leaning walls", "TYPE": "float", "DEFAULT": 0.0, "MIN": -1.0, "MAX": 1.0 },
         { "NAME": "sideways", "LABEL": "Seen from the side", "TYPE": "float", "DEFAULT": 0.0, "MIN": -1.0, "MAX": 1.0 },
         { "NAME": "crop", "LABEL": "Cut off empty corners", "TYPE": "bool", "DEFAULT": true },

@@ -4,7 +4,7 @@
     "CATEGORIES": ["Time", "Light"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
-        { "NAME": "rate", "LABEL": "Flashes per second", "TYPE": "float", "DEFAULT": 1.6, "MIN": 0.2, "MAX": 3.0 },
+        { "NAME": "rate", "LABEL": "Flashes", "TYPE": "float", "UNIT": "/s", "DEFAULT": 1.6, "MIN": 0.2, "MAX": 3.0 },
         { "NAME": "strength", "LABEL": "Strength", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "hold", "LABEL": "Held picture", "TYPE": "float", "DEFAULT": 0.7, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "first", "LABEL": "First light", "TYPE": "color", "DEFAULT": [1.0, 0.15, 0.65, 1.0] },

@@ -5,9 +5,9 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "middle", "LABEL": "Middle", "TYPE": "point2D", "DEFAULT": [0.45, 0.52], "MIN": [0.0, 0.0], "MAX": [1.0, 1.0] },
-        { "NAME": "turns", "LABEL": "Turn (degrees)", "TYPE": "float", "DEFAULT": 150.0, "MIN": -720.0, "MAX": 720.0 },
+        { "NAME": "turns", "LABEL": "Turn", "TYPE": "float", "UNIT": "°", "DEFAULT": 150.0, "MIN": -720.0, "MAX": 720.0 },
         { "NAME": "radius", "LABEL": "Size", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.1, "MAX": 1.2 },
-        { "NAME": "swing", "LABEL": "Swings per minute", "TYPE": "float", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 60.0 }
+        { "NAME": "swing", "LABEL": "Swings", "TYPE": "float", "UNIT": "/min", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 60.0 }
     ]
 }*/
 

@@ -5,7 +5,7 @@
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "scale", "LABEL": "Colours", "TYPE": "long", "VALUES": [0, 1, 2, 3], "LABELS": ["Iron", "Rainbow", "White is hot", "Black is hot"], "DEFAULT": 0 },
-        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "DEFAULT": 1.2, "MIN": 0.5, "MAX": 2.0 },
+        { "NAME": "gain", "LABEL": "Gain", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.2, "MIN": 0.5, "MAX": 2.0 },
         { "NAME": "level", "LABEL": "Level", "TYPE": "float", "DEFAULT": 0.0, "MIN": -0.5, "MAX": 0.5 },
         { "NAME": "softness", "LABEL": "Softness", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "bar", "LABEL": "Show the scale", "TYPE": "bool", "DEFAULT": true }

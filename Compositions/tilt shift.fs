@@ -6,7 +6,7 @@
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "middle", "LABEL": "Height of the focus", "TYPE": "float", "DEFAULT": 0.56, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "width", "LABEL": "Width of the focus", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 },
-        { "NAME": "tilt", "LABEL": "Tilt (degrees)", "TYPE": "float", "DEFAULT": 0.0, "MIN": -60.0, "MAX": 60.0 },
+        { "NAME": "tilt", "LABEL": "Tilt", "TYPE": "float", "UNIT": "°", "DEFAULT": 0.0, "MIN": -60.0, "MAX": 60.0 },
         { "NAME": "blur", "LABEL": "Blur", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "vivid", "LABEL": "Toy colours", "TYPE": "float", "DEFAULT": 0.4, "MIN": 0.0, "MAX": 1.0 }
     ],

@@ -4,7 +4,7 @@
     "CATEGORIES": ["Utility"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
-        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "DEFAULT": 1.4, "MIN": 1.0, "MAX": 5.0 },
+        { "NAME": "zoom", "LABEL": "Zoom", "TYPE": "float", "UNIT": "×", "DEFAULT": 1.4, "MIN": 1.0, "MAX": 5.0 },
         { "NAME": "middle", "LABEL": "Middle", "TYPE": "point2D", "DEFAULT": [0.5, 0.6], "MIN": [0.0, 0.0], "MAX": [1.0, 1.0] },
         { "NAME": "drift", "LABEL": "Slow movement", "TYPE": "float", "DEFAULT": 0.0, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "sharpness", "LABEL": "Sharpness", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 }

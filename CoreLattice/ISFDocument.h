@@ -37,6 +37,8 @@ struct ISFInput {
     bool isSilent = false;
     ISFSound sound = ISFSound::None;
     std::size_t mostSound = 0; ///< columns of a sound's picture at most; 0 for as many as there are
+    /// A key of our own, `"UNIT": "s"`: what a number counts, as people read it behind the figure; empty for nothing.
+    std::string unit;
     /// A key of our own, `"FILTER": "NEAREST"`: reading between pixels gives the nearest one instead of a mixture,
     /// which costs the software driver less than half.
     bool nearest = false;
@@ -67,9 +69,9 @@ struct ISFImport {
 struct ISFDocument {
     std::string file; ///< the name that error messages give
     std::string name;
+    bool isNamedByFile = false; ///< the header has no name for it
     std::string explanation;
     std::string credit;
-    bool isNamedByFile = false; ///< the header has no name for it
     std::string version; ///< of the composition, as its author counts
     std::vector<std::string> categories;
     /// The keyword "GPU" of the header: too dear for the processor alone, the author says.
@@ -92,11 +94,11 @@ struct ISFDocument {
     static std::shared_ptr<const ISFDocument> parse(
         std::string_view source, std::string_view vertexSource, std::string file, CompositionError* error);
 
-    const ISFInput* input(std::string_view inputName) const;
-    /// The names of all that can be read as a picture: the inputs that are pictures, then the targets, the buffers that
     /// What the same text says in the file \p otherFile.
     std::shared_ptr<const ISFDocument> in(std::string otherFile) const;
 
+    const ISFInput* input(std::string_view inputName) const;
+    /// The names of all that can be read as a picture: the inputs that are pictures, then the targets, the buffers that
     /// no pass renders to, and the imported pictures but for cubes.
     std::vector<std::string> pictures() const;
     /// The first pass with this target, or null.

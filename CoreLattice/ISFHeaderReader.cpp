@@ -23,6 +23,7 @@ constexpr std::size_t mostMenuEntries = 256;
 constexpr std::size_t mostTexts = 256;
 constexpr std::size_t longestName = 64;
 constexpr std::size_t longestText = 4096;
+constexpr std::size_t longestUnit = 16;
 constexpr std::size_t mostPictures = 16;
 constexpr std::size_t mostImports = 16;
 constexpr std::size_t mostSoundColumns = 4096;
@@ -218,6 +219,10 @@ bool ISFHeaderReader::readInput(const Json& entry, ISFInput& input)
             std::swap((*input.minimum)[i], (*input.maximum)[i]);
     }
     input.nearest = textAt(entry.value, "FILTER") == "NEAREST";
+    // One that is longer would leave no room for the figure.
+    input.unit = textAt(entry.value, "UNIT");
+    if (input.unit.size() > longestUnit)
+        input.unit.clear();
     if (!readType(entry, input))
         return false;
     if (input.type == ISFInputType::Menu)

@@ -10,6 +10,7 @@ NS_IMPLEMENTATION(LTCCompositionParameter, NSObject)
     type.message("reset", &LTCCompositionParameter::reset);
     type.key("key", &LTCCompositionParameter::key);
     type.key("label", &LTCCompositionParameter::label);
+    type.key("unit", &LTCCompositionParameter::unit);
     type.key("type", &LTCCompositionParameter::type);
     type.key("minimum", &LTCCompositionParameter::minimum);
     type.key("maximum", &LTCCompositionParameter::maximum);
@@ -36,6 +37,12 @@ LTCCompositionParameter::LTCCompositionParameter(
 CFString* LTCCompositionParameter::label() const
 {
     return mAttributes->get<CFString>(LTCPortLabelKey);
+}
+
+CFString* LTCCompositionParameter::unit() const
+{
+    auto* const unit = mAttributes->get<CFString>(LTCPortUnitKey);
+    return unit ? unit : CFSTR("");
 }
 
 CFString* LTCCompositionParameter::type() const

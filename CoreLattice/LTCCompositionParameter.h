@@ -8,7 +8,7 @@ class LTCCompositionParameterView;
 
 /// One parameter of a composition, as a parameter view shows it. Main thread only.
 ///
-/// Keys: `key`, `label`, `type`, `minimum`, `maximum`, for points `minimumUpwards` and `maximumUpwards`,
+/// Keys: `key`, `label`, `unit`, `type`, `minimum`, `maximum`, for points `minimumUpwards` and `maximumUpwards`,
 /// `defaultValue`, `labels` and, to be written and observed, `value` and, for menus, `selectedIndex` and
 /// `selectedLabel`. Types and forms of the values are those of a composition's ports.
 class LTCCompositionParameter : public NSObject {
@@ -19,6 +19,8 @@ public:
 
     CFString* key() const { return mKey; }
     CFString* label() const;
+    /// What a number counts, such as "s"; empty for nothing.
+    CFString* unit() const;
     CFString* type() const;
     /// Where the composition gives no bound 0, or less as far as the default or the maximum ask for it; for a point the
     /// bound across.

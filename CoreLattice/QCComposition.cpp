@@ -46,6 +46,8 @@ Ref<CFDictionary> portAttributes(const ISFInput& input)
     auto result = make<CFDictionary>();
     result->set(LTCPortTypeKey, portType(input.type));
     result->set(LTCPortLabelKey, CFString::create(input.label).get());
+    if (input.type == ISFInputType::Number && !input.unit.empty())
+        result->set(LTCPortUnitKey, CFString::create(input.unit).get());
     const auto setNumbers = [&](CFString* key, const std::optional<ISFInput::Numbers>& numbers) {
         if (numbers)
             result->set(key, portValue(input.type, *numbers).get());

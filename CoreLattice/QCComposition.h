@@ -42,9 +42,9 @@ inline CFString* const LTCCompositionWantsGPUKey = CFSTR("wantsGPU");
 
 /// Keys of a port's attributes.
 ///
-/// type: one of the type texts below; label: the text that people read, never null; values, labels: two arrays of equal
-/// length, the numbers and the texts of a menu's choices, for menus only; default, minimum, maximum in the form of the
-/// port's value:
+/// type: one of the type texts below; label: the text that people read, never null; unit: of a number, the text behind
+/// it, null for none; values, labels: two arrays of equal length, the numbers and the texts of a menu's choices, for
+/// menus only; default, minimum, maximum in the form of the port's value:
 ///
 /// | Type | Value |
 /// | --- | --- |
@@ -52,13 +52,15 @@ inline CFString* const LTCCompositionWantsGPUKey = CFSTR("wantsGPU");
 /// | boolean | a `CFBoolean` |
 /// | menu | a `CFNumber`, the value of the choice and not its place |
 /// | color | a `CFArray` of four `CFNumber`s: red, green, blue, alpha from 0 to 1 |
-/// | point | a `CFArray` of two `CFNumber`s: x from the left, y from the bottom, in the unit that the composition means
-/// | | event | a `CFBoolean`, true for one render | | image | a `CVPixelBuffer` (BGRA) or a `CIImage` |
+/// | point | a `CFArray` of two `CFNumber`s: x from the left, y from the bottom, in the composition's unit |
+/// | event | a `CFBoolean`, true for one render |
+/// | image | a `CVPixelBuffer` (BGRA) or a `CIImage` |
 ///
 /// Images and events have none of the three; the others always have a default, and the bounds that the composition
 /// gives.
 inline CFString* const LTCPortTypeKey = CFSTR("type");
 inline CFString* const LTCPortLabelKey = CFSTR("label");
+inline CFString* const LTCPortUnitKey = CFSTR("unit");
 inline CFString* const LTCPortDefaultKey = CFSTR("default");
 inline CFString* const LTCPortMinimumKey = CFSTR("minimum");
 inline CFString* const LTCPortMaximumKey = CFSTR("maximum");

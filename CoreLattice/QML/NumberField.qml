@@ -1,14 +1,18 @@
 import QtQuick
 import "qrc:/Interface/Controls"
 
-/// A figure that becomes a field when it is clicked. The keys for entering and for leaving end that.
+/// A figure, with its unit, that becomes a field when it is clicked. The keys for entering and for leaving end that. The
+/// unit may be written or left out.
 TextInput {
     id: field
 
     property string label
     property double number
     property int decimals
+    property string unit
     readonly property string figure: number.toLocaleString(Qt.locale(), "f", decimals)
+    /// Signs stand at the figure, letters beside it.
+    readonly property string figureWithUnit: unit === "" ? figure : figure + (/^[°%×/]/.test(unit) ? "" : "\u00a0") + unit
     signal chosen(double chosenNumber)
     signal done()
 
@@ -19,27 +23,32 @@ TextInput {
         forceActiveFocus(Qt.OtherFocusReason);
         cursorPosition = text.length;
     }
+    /// NaN for what is none.
+    function numberIn(written) {
+        let digits = written.trim();
+        if (unit !== "" && digits.toLowerCase().endsWith(unit.toLowerCase()))
+            digits = digits.slice(0, -unit.length).trim();
+        // People write both marks, whatever their language uses.
+        return digits === "" ? NaN : Number(digits.replace(",", "."));
+    }
     function finish(isWanted) {
         if (readOnly)
             return;
         readOnly = true;
-        if (isWanted) {
-            // People write both marks, whatever their language uses.
-            const written = Number(text.trim().replace(",", "."));
-            if (text.trim() !== "" && !isNaN(written))
-                chosen(written);
-        }
-        text = Qt.binding(() => figure);
+        const written = numberIn(text);
+        if (isWanted && !isNaN(written))
+            chosen(written);
+        text = Qt.binding(() => figureWithUnit);
     }
 
     readOnly: true
-    text: figure
+    text: figureWithUnit
     color: Theme.text
     selectionColor: Theme.accent
     selectedTextColor: "white"
     font.pixelSize: Theme.textSize
     horizontalAlignment: TextInput.AlignRight
-    maximumLength: 12
+    maximumLength: 24
     inputMethodHints: Qt.ImhFormattedNumbersOnly
     activeFocusOnPress: false
     onAccepted: { finish(true); done(); }

@@ -16,6 +16,7 @@ Item {
 
     KeyBinding { id: type; object: row.parameter; keyPath: "type" }
     KeyBinding { id: label; object: row.parameter; keyPath: "label" }
+    KeyBinding { id: unit; object: row.parameter; keyPath: "unit" }
     KeyBinding { id: minimum; object: row.parameter; keyPath: "minimum" }
     KeyBinding { id: maximum; object: row.parameter; keyPath: "maximum" }
     KeyBinding { id: minimumUpwards; object: row.parameter; keyPath: "minimumUpwards" }
@@ -46,6 +47,7 @@ Item {
             from: minimum.value ?? 0
             to: maximum.value ?? 1
             number: row.number ?? 0
+            unit: row.unitText
             onChosen: chosenNumber => valueBinding.value = chosenNumber
             onResetWanted: reset.send()
         }
@@ -131,6 +133,7 @@ Item {
     }
 
     readonly property string labelText: label.value ?? ""
+    readonly property string unitText: unit.value ?? ""
     readonly property var choiceTexts: choices.value
     readonly property string chosenText: choiceBinding.value ?? ""
 }

@@ -9,6 +9,7 @@ T.Slider {
 
     property string label
     property double number
+    property string unit
     property double lastPress: 0
     signal chosen(double chosenNumber)
     signal resetWanted()
@@ -73,6 +74,7 @@ T.Slider {
         label: slider.label
         number: slider.value
         decimals: slider.decimals
+        unit: slider.unit
         onChosen: chosenNumber => slider.chosen(Math.min(slider.to, Math.max(slider.from, chosenNumber)))
         onDone: slider.forceActiveFocus(Qt.TabFocusReason)
     }

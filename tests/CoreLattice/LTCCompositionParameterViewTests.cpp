@@ -37,7 +37,7 @@ protected:
     {
         renderer->loadComposition(Pictures::composition(R"(/*{ "LABEL": "Test", "INPUTS": [
             { "NAME": "inputImage", "TYPE": "image" }, { "NAME": "hidden", "TYPE": "float" },
-            { "NAME": "level", "LABEL": "Level", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.25, "MAX": 2 },
+            { "NAME": "level", "LABEL": "Level", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.25, "MAX": 2, "UNIT": "px" },
             { "NAME": "mode", "TYPE": "long", "VALUES": [3, 7], "LABELS": ["Three", "Seven"], "DEFAULT": 7 } ] }*/ void main() {})"));
         view->setCompositionRenderer(renderer);
         view->setDelegate(delegate);
@@ -63,6 +63,8 @@ TEST_F(Parameters, ShowsWhatTheDelegateAllowsWithItsAttributes)
     ASSERT_EQ(view->parameters()->count(), 2U);
     EXPECT_EQ(view->compositionName()->string(), "Test");
     EXPECT_EQ(parameter(0).label()->string(), "Level");
+    EXPECT_EQ(parameter(0).unit()->string(), "px");
+    EXPECT_EQ(parameter(1).unit()->string(), "");
     EXPECT_EQ(parameter(0).minimum(), 0.25);
     EXPECT_EQ(parameter(0).maximum(), 2);
     EXPECT_EQ(kindOf<CFNumber>(parameter(0).value())->doubleValue(), 0.5);

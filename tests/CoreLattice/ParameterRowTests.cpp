@@ -38,6 +38,8 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
         { "NAME": "level", "TYPE": "float", "DEFAULT": 0.5 },
         { "NAME": "place", "TYPE": "point2D", "DEFAULT": [0.25, 40], "MIN": [0, 10], "MAX": [1, 110] },
         { "NAME": "mode", "TYPE": "long", "VALUES": [3, 7], "LABELS": ["Three", "Seven"], "DEFAULT": 3 },
+        { "NAME": "turn", "TYPE": "float", "DEFAULT": 90, "MIN": -360, "MAX": 360, "UNIT": "°" },
+        { "NAME": "wait", "TYPE": "float", "DEFAULT": 0.5, "UNIT": "s" },
         { "NAME": "background", "TYPE": "image" } ] }*/ void main() {})"));
     const auto view = make<LTCCompositionParameterView>();
     view->setCompositionRenderer(renderer);
@@ -105,7 +107,25 @@ TEST(ParameterRow, TheControlsSetTheirParameters)
     QMetaObject::invokeMethod(menu, "activated", Q_ARG(int, 1));
     EXPECT_EQ(number("mode"), 7);
 
-    const auto background = rowOf(4);
+    const auto turn = rowOf(4);
+    auto* const angle = find(qobject_cast<QQuickItem*>(turn.get()), "QQuickTextInput");
+    ASSERT_TRUE(angle);
+    EXPECT_EQ(angle->property("text").toString(), QStringLiteral("90°"));
+    for (const auto& [text, value] : { std::pair { "45°", 45.0 }, { " -30 ° ", -30.0 }, { "12,5", 12.5 },
+             { "12.5 s", 12.5 }, { "°", 12.5 }, { "1000°", 360.0 } }) {
+        write(angle, text);
+        EXPECT_EQ(number("turn"), value) << text;
+    }
+    EXPECT_EQ(angle->property("text").toString(), QStringLiteral("360°"));
+
+    const auto wait = rowOf(5);
+    auto* const seconds = find(qobject_cast<QQuickItem*>(wait.get()), "QQuickTextInput");
+    ASSERT_TRUE(seconds);
+    EXPECT_EQ(seconds->property("text").toString(), QStringLiteral("0.50\u00a0s"));
+    write(seconds, "0.75S");
+    EXPECT_EQ(number("wait"), 0.75);
+
+    const auto background = rowOf(6);
     auto* const picture = qobject_cast<QQuickItem*>(background.get())->childItems().at(0)->childItems().at(0);
     ASSERT_TRUE(picture);
     EXPECT_FALSE(picture->property("isSet").toBool());
