@@ -2,6 +2,7 @@
     "LABEL": "Comic Ink",
     "DESCRIPTION": "Bold ink lines, flat colours and printed dots: you on the cover.",
     "CATEGORIES": ["Stylize"],
+    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "ink", "LABEL": "Ink", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },

@@ -2,6 +2,7 @@
     "LABEL": "Green Screen",
     "DESCRIPTION": "Replaces a green (or any other) backdrop by a picture, a shot of the camera or a studio light.",
     "CATEGORIES": ["Utility"],
+    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "background", "LABEL": "Background", "TYPE": "image" },
