@@ -64,7 +64,7 @@ std::vector<std::string> textsAt(const json& object, const char* key)
     return result;
 }
 
-std::string lowerCase(std::string text)
+std::string inLowerCase(std::string text)
 {
     std::ranges::transform(
         text, text.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
@@ -78,7 +78,7 @@ std::optional<double> numberOf(const json& value)
         return value.get<bool>() ? 1.0 : 0.0;
     double number = 0;
     if (value.is_string()) {
-        const auto text = lowerCase(textOf(value));
+        const auto text = inLowerCase(textOf(value));
         if (text == "true" || text == "yes")
             return 1.0;
         if (text == "false" || text == "no")
@@ -237,7 +237,7 @@ bool ISFHeaderReader::readType(const Json& entry, ISFInput& input)
         { "color", ISFInputType::Color }, { "point2d", ISFInputType::Point }, { "event", ISFInputType::Event },
         { "image", ISFInputType::Image }, { "audio", ISFInputType::Image }, { "audiofft", ISFInputType::Image } };
     const auto text = textAt(entry.value, "TYPE");
-    const auto wanted = lowerCase(text);
+    const auto wanted = inLowerCase(text);
     for (const auto& [name, type] : types) {
         if (name != wanted)
             continue;
@@ -427,7 +427,7 @@ bool ISFHeaderReader::readImport(const Json& entry, ISFImport& import)
     if (entry.value.is_string()) {
         import.paths.push_back(textOf(entry.value));
     } else if (entry.value.is_object()) {
-        import.isCube = lowerCase(textAt(entry.value, "TYPE")) == "cube";
+        import.isCube = inLowerCase(textAt(entry.value, "TYPE")) == "cube";
         const auto path = entry.value.find("PATH");
         if (path != entry.value.end() && path->is_array()) {
             for (std::size_t i = 0; i < std::min<std::size_t>(path->size(), 6); ++i)

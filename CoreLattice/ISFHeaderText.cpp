@@ -10,7 +10,7 @@ namespace CoreLattice {
 
 namespace {
 
-constexpr int deepestNesting = 32;
+constexpr int deepestJSON = 32;
 
 bool isBlank(char c)
 {
@@ -172,7 +172,7 @@ bool ISFHeaderText::takeBracket(char c)
     if (c == '{' || c == '[') {
         beginValue();
         mAfterValue = false;
-        mTooDeep = ++mDepth > deepestNesting;
+        mTooDeep = ++mDepth > deepestJSON;
         if (mTooDeep) {
             mJson.clear();
             mLines.clear();

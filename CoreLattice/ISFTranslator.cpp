@@ -28,7 +28,7 @@ vec2 lattice_place(vec2 at) { return vec2(at.x, 1.0 - at.y); }
 )";
 
 /// The language's own functions for reading pictures, with the rows counted as the format does.
-constexpr std::string_view readers = R"(
+constexpr std::string_view readerFunctions = R"(
 vec4 lattice_texture2D(sampler2D image, vec2 at) { return texture2D(image, lattice_place(at)); }
 vec4 lattice_texture2DLod(sampler2D image, vec2 at, float level) { return textureLod(image, lattice_place(at), level); }
 vec4 lattice_texture2DLodEXT(sampler2D image, vec2 at, float level) { return textureLod(image, lattice_place(at), level); }
@@ -247,7 +247,7 @@ std::string assemble(const ISFDocument& document, std::size_t pass, bool forFrag
     result += rewriter.extensions();
     result += common;
     // Ahead of the names of inputs, which may be those of the functions that they use.
-    result += readers;
+    result += readerFunctions;
     result += forFragment ? fragmentReaders : std::string_view();
     result += declarations(document, forFragment);
     result += forFragment ? fragmentDeclarations : vertexDeclarations;

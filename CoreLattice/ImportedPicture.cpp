@@ -12,7 +12,7 @@ namespace CoreLattice {
 namespace {
 
 constexpr qint64 largestFile = 32 << 20;
-constexpr int longestSide = 8192;
+constexpr int longestPictureSide = 8192;
 
 /// Where the path leads, empty when it leads out of the composition's folder or to something that is no file.
 std::filesystem::path fileOf(const std::string& compositionFile, const std::string& path)
@@ -51,7 +51,7 @@ Ref<CVPixelBuffer> importedPicture(const std::string& compositionFile, const std
     QImageReader reader(&file);
     reader.setAutoTransform(true);
     const auto size = reader.size();
-    if (size.width() > longestSide || size.height() > longestSide) {
+    if (size.width() > longestPictureSide || size.height() > longestPictureSide) {
         *error = "\"" + path + "\" has more than 8192 pixels in a direction";
         return nullptr;
     }

@@ -5,7 +5,7 @@
 
 namespace CoreLattice {
 
-using Kind = ShaderToken::Kind;
+using TokenKind = ShaderToken::Kind;
 
 ShaderDeclarations::ShaderDeclarations(std::vector<ShaderToken>& tokens, std::set<std::string, std::less<>> known)
     : mTokens(tokens)
@@ -26,7 +26,7 @@ void ShaderDeclarations::rewrite()
             begins = true;
             continue;
         }
-        if (token.kind == Kind::Space)
+        if (token.kind == TokenKind::Space)
             continue;
         const bool opens = token.text == "{" || token.text == "(";
         const bool closes = token.text == "}" || token.text == ")";
@@ -72,7 +72,7 @@ ShaderDeclarations::Statement ShaderDeclarations::statementAt(std::size_t begin)
     }
     // Behind the type.
     statement.firstName = significantToken(mTokens, at + 1);
-    if (statement.firstName >= statement.end || mTokens[statement.firstName].kind != Kind::Name)
+    if (statement.firstName >= statement.end || mTokens[statement.firstName].kind != TokenKind::Name)
         return {};
     return statement;
 }
@@ -131,7 +131,7 @@ void ShaderDeclarations::blank(std::size_t first, std::size_t last)
     for (auto i = first; i < last; ++i) {
         if (mTokens[i].text != "\n") {
             mTokens[i].text.clear();
-            mTokens[i].kind = Kind::Space;
+            mTokens[i].kind = TokenKind::Space;
         }
     }
 }

@@ -13,12 +13,10 @@ NS_IMPLEMENTATION(AVCaptureAudioDataOutput, AVCaptureOutput)
 
 namespace {
 
-constexpr std::int32_t timescale = 1'000'000'000;
 static_assert(AVCaptureAudioDataOutput::sampleRate == SoundResampler::outputRate);
 static_assert(AVCaptureAudioDataOutput::channels == SoundResampler::channels);
 /// What may wait for the delegate before more is thrown away: five seconds, a megabyte.
 constexpr std::size_t mostWaitingFrames = std::size_t { 5 } * AVCaptureAudioDataOutput::sampleRate;
-constexpr std::uint32_t bytesPerFrame = AVCaptureAudioDataOutput::channels * sizeof(std::int16_t);
 /// The host's tag of two channels, left and right.
 constexpr std::uint32_t stereoLayoutTag = 101U << 16 | 2;
 /// Packed signed integers, in the machine's order.
@@ -30,9 +28,9 @@ Ref<CMFormatDescription> makeFormat()
     audio.mSampleRate = AVCaptureAudioDataOutput::sampleRate;
     audio.mFormatID = kAudioFormatLinearPCM;
     audio.mFormatFlags = signedIntegerPacked;
-    audio.mBytesPerPacket = bytesPerFrame;
+    audio.mBytesPerPacket = AVCaptureAudioDataOutput::bytesPerFrame;
     audio.mFramesPerPacket = 1;
-    audio.mBytesPerFrame = bytesPerFrame;
+    audio.mBytesPerFrame = AVCaptureAudioDataOutput::bytesPerFrame;
     audio.mChannelsPerFrame = AVCaptureAudioDataOutput::channels;
     audio.mBitsPerChannel = 16;
     AudioChannelLayout layout;
@@ -125,7 +123,7 @@ void AVCaptureAudioDataOutput::post(std::span<const std::int16_t> samples, std::
     if (!mFormat)
         mFormat = makeFormat();
     CMSampleTimingInfo timing;
-    timing.presentationTimeStamp = CMTimeMake(hostTime, timescale);
+    timing.presentationTimeStamp = CMTimeMake(hostTime, nanosecondsInSecond);
     timing.duration = CMTimeMake(static_cast<std::int64_t>(frames), sampleRate);
     const auto bytes = std::as_bytes(samples);
     const auto sample = make<CMSampleBuffer>(std::vector(bytes.begin(), bytes.end()), mFormat, timing);

@@ -18,6 +18,7 @@ class AVCaptureAudioDataOutput : public AVCaptureOutput {
 public:
     static constexpr int sampleRate = 48000;
     static constexpr int channels = 2;
+    static constexpr std::uint32_t bytesPerFrame = channels * sizeof(std::int16_t);
 
     AVCaptureAudioDataOutput();
     ~AVCaptureAudioDataOutput() override;

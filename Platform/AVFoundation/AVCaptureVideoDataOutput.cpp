@@ -1,6 +1,7 @@
 #include "Platform/AVFoundation/AVCaptureVideoDataOutput.h"
 
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
+#include "Platform/CoreFoundation/HostClock.h"
 
 NS_IMPLEMENTATION(AVCaptureVideoDataOutput, AVCaptureOutput)
 {
@@ -11,7 +12,6 @@ NS_IMPLEMENTATION(AVCaptureVideoDataOutput, AVCaptureOutput)
 
 namespace {
 
-constexpr std::int32_t timescale = 1'000'000'000;
 /// Pictures that may wait for the delegate: while its callback runs, while the machine has not come to it yet, and
 /// where late ones are not to be thrown away.
 constexpr int mostWhileBusy = 1;
@@ -103,8 +103,8 @@ Ref<CMSampleBuffer> AVCaptureVideoDataOutput::sampleBufferWith(
             return nullptr;
     }
     CMSampleTimingInfo timing;
-    timing.presentationTimeStamp = CMTimeMake(hostTime, timescale);
+    timing.presentationTimeStamp = CMTimeMake(hostTime, nanosecondsInSecond);
     if (duration > 0)
-        timing.duration = CMTimeMake(duration, timescale);
+        timing.duration = CMTimeMake(duration, nanosecondsInSecond);
     return make<CMSampleBuffer>(Ref(pixelBuffer), mFormat, timing);
 }

@@ -1,6 +1,7 @@
 #include "Platform/AVFoundation/GStreamerAudioSource.h"
 
 #include "Platform/AVFoundation/AVCaptureDeviceInput.h"
+#include "Platform/CoreFoundation/HostClock.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +10,6 @@
 
 namespace {
 
-constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
 constexpr std::size_t bytesPerFrame = SoundResampler::channels * sizeof(std::int16_t);
 
 int rateOf(GstSample* sample)

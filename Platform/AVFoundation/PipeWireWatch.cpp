@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr long firstPause = 250; ///< milliseconds
-constexpr long longestPause = 2000;
+constexpr long firstRetryPause = 250; ///< milliseconds
+constexpr long longestRetryPause = 2000;
 constexpr int longestStart = 2; ///< seconds
 
 struct ThreadLoopDeleter {
@@ -115,7 +115,7 @@ private:
     int mSequence = 0;
     int mRoundTrips = 0;
     bool mHasAnswered = false;
-    long mPause = firstPause;
+    long mPause = firstRetryPause;
     std::string mDefault;
 };
 
@@ -183,7 +183,7 @@ void PipeWireWatch::Connection::tryAgainLater()
 {
     disconnect();
     wait(mPause);
-    mPause = std::min(2 * mPause, longestPause);
+    mPause = std::min(2 * mPause, longestRetryPause);
 }
 
 void PipeWireWatch::Connection::wait(long milliseconds)
@@ -199,7 +199,7 @@ void PipeWireWatch::Connection::lost()
         mListener.connectionChanged(false);
     mHasAnswered = false;
     mDefault.clear();
-    mPause = firstPause;
+    mPause = firstRetryPause;
     wait(mPause);
     pw_thread_loop_signal(mLoop.get(), false);
 }
@@ -246,7 +246,7 @@ void PipeWireWatch::Connection::synced(int sequence)
         return;
     }
     mHasAnswered = true;
-    mPause = firstPause;
+    mPause = firstRetryPause;
     mListener.connectionChanged(true);
     pw_thread_loop_signal(mLoop.get(), false);
 }

@@ -6,19 +6,17 @@
 
 namespace {
 
-constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
-constexpr std::int64_t interval = nanosecondsInSecond / 50;
-constexpr std::int64_t rate = AVCaptureAudioDataOutput::sampleRate;
-constexpr std::size_t bytesPerFrame = AVCaptureAudioDataOutput::channels * sizeof(std::int16_t);
+constexpr std::int64_t packetTime = nanosecondsInSecond / 50;
+constexpr std::int64_t samplesInSecond = AVCaptureAudioDataOutput::sampleRate;
 /// After a longer pause of the whole machine the silence goes on from the present.
-constexpr std::int64_t longestRun = rate / 2;
+constexpr std::int64_t longestRun = samplesInSecond / 2;
 
 }
 
 Ref<AVCaptureDevice> SilenceSource::makeDevice()
 {
     AudioStreamBasicDescription audio;
-    audio.mSampleRate = rate;
+    audio.mSampleRate = samplesInSecond;
     audio.mFormatID = kAudioFormatLinearPCM;
     audio.mChannelsPerFrame = AVCaptureAudioDataOutput::channels;
     audio.mBitsPerChannel = 16;
@@ -42,7 +40,7 @@ Ref<NSError> SilenceSource::start()
             AVFoundationErrorDomain, AVErrorUnknown, "The silence's timer cannot be made.");
     mStart = HostClock::nanoseconds();
     mDelivered = 0;
-    dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart + interval), interval, 0);
+    dispatch_source_set_timer(mTimer, static_cast<dispatch_time_t>(mStart + packetTime), packetTime, 0);
     dispatch_source_set_event_handler(mTimer, [this] { soundIsDue(); });
     dispatch_resume(mTimer);
     return nullptr;
@@ -59,13 +57,14 @@ void SilenceSource::stop()
 
 void SilenceSource::soundIsDue()
 {
-    const std::int64_t elapsed = (HostClock::nanoseconds() - mStart) * rate / nanosecondsInSecond;
+    const std::int64_t elapsed = (HostClock::nanoseconds() - mStart) * samplesInSecond / nanosecondsInSecond;
     if (elapsed - mDelivered > longestRun)
         mDelivered = elapsed - longestRun;
     const std::int64_t frames = elapsed - mDelivered;
     if (frames <= 0)
         return;
-    const std::int64_t time = mStart + mDelivered * nanosecondsInSecond / rate;
+    const std::int64_t time = mStart + mDelivered * nanosecondsInSecond / samplesInSecond;
     mDelivered = elapsed;
-    mSink.soundCame(std::vector<std::byte>(static_cast<std::size_t>(frames) * bytesPerFrame), time);
+    mSink.soundCame(
+        std::vector<std::byte>(static_cast<std::size_t>(frames) * AVCaptureAudioDataOutput::bytesPerFrame), time);
 }

@@ -1,5 +1,7 @@
 #include "Platform/AVFoundation/SoundTimeline.h"
 
+#include "Platform/CoreFoundation/HostClock.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,7 +12,6 @@ namespace {
 
 constexpr std::int64_t rate = SoundResampler::outputRate;
 constexpr std::size_t channels = SoundResampler::channels;
-constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
 constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t framesInMillisecond = rate / 1000;
 constexpr std::size_t fade = 4 * framesInMillisecond;

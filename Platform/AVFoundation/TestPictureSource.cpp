@@ -9,10 +9,10 @@
 namespace {
 
 constexpr std::int32_t frameRate = 30;
-constexpr std::int64_t interval = 1'000'000'000 / frameRate; ///< nanoseconds
+constexpr std::int64_t interval = nanosecondsInSecond / frameRate; ///< nanoseconds
 constexpr CMVideoDimensions ownDimensions { 1280, 720 };
 /// Pictures that may be in use at a time before new ones are lost.
-constexpr std::size_t mostPictures = 24;
+constexpr std::size_t mostPicturesInUse = 24;
 
 inline CFString* const shownKey = CFSTR("TestPictureShown");
 
@@ -97,7 +97,7 @@ void TestPictureSource::frameIsDue()
     if (!mSink.admitPicture())
         return;
     Ref<CVPixelBuffer> picture;
-    if (mPool->createPixelBuffer(mostPictures, &picture) != kCVReturnSuccess) {
+    if (mPool->createPixelBuffer(mostPicturesInUse, &picture) != kCVReturnSuccess) {
         mSink.pictureFailed();
         return;
     }

@@ -86,18 +86,18 @@ int halved(int value)
 std::array<Plane, 3> planesFrom(const VideoFrameConverter::Frame& frame, int x, int y)
 {
     auto planes = frame.planes;
-    const auto advance = [&planes](std::size_t plane, int bytes, int rows) {
+    const auto skip = [&planes](std::size_t plane, int bytes, int rows) {
         if (planes[plane].data)
             planes[plane].data += static_cast<std::ptrdiff_t>(rows) * planes[plane].bytesPerRow + bytes;
     };
     if (!isPlanar(frame.layout)) {
-        advance(0, x * bytesPerPixel(frame.layout), y);
+        skip(0, x * bytesPerPixel(frame.layout), y);
         return planes;
     }
     const bool halfAcross = frame.layout == Layout::I420 || frame.layout == Layout::I422;
-    advance(0, x, y);
+    skip(0, x, y);
     for (const std::size_t plane : { 1U, 2U })
-        advance(plane, halfAcross ? x / 2 : x, isHalfDown(frame.layout) ? y / 2 : y);
+        skip(plane, halfAcross ? x / 2 : x, isHalfDown(frame.layout) ? y / 2 : y);
     return planes;
 }
 

@@ -11,7 +11,7 @@ constexpr std::int64_t memory = 16;
 /// A much slower one can be believed sooner, since nothing is left out for it.
 constexpr std::int64_t memoryForSlower = 4;
 /// A longer pause says nothing about the rate.
-constexpr std::int64_t longestInterval = 1'000'000'000;
+constexpr std::int64_t longestFrameTime = 1'000'000'000;
 
 }
 
@@ -27,7 +27,7 @@ bool VideoFramePace::takes(std::int64_t hostTime)
 {
     const std::int64_t interval = mLast != 0 ? hostTime - mLast : 0;
     mLast = hostTime;
-    if (interval > 0 && interval <= longestInterval) {
+    if (interval > 0 && interval <= longestFrameTime) {
         // Nothing known yet: as asked for, until the pictures show another rate.
         const std::int64_t before = mAverage != 0 ? mAverage : mWanted;
         mAverage = before + (interval - before) / (interval > before * 3 / 2 ? memoryForSlower : memory);

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+inline constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
+
 /// The host's monotonic clock in nanoseconds, the one time base of sample stamps and timers.
 ///
 /// Tests can drive it by hand; then time stands still between steps and timer sources fire inside `advance`.

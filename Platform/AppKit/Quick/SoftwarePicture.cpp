@@ -36,9 +36,9 @@ std::optional<QRect> wholePixels(const QRectF& place, const QTransform& transfor
         return std::nullopt;
     const QRectF exact((place.x() + transform.dx()) * ratio, (place.y() + transform.dy()) * ratio,
         place.width() * ratio, place.height() * ratio);
-    const QRect whole = exact.toRect();
-    const bool isWhole = std::abs(whole.x() - exact.x()) < nearly && std::abs(whole.y() - exact.y()) < nearly;
-    return isWhole ? std::optional(whole) : std::nullopt;
+    const QRect rounded = exact.toRect();
+    const bool isWhole = std::abs(rounded.x() - exact.x()) < nearly && std::abs(rounded.y() - exact.y()) < nearly;
+    return isWhole ? std::optional(rounded) : std::nullopt;
 }
 
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// What nearly every test reads, for builds with a sanitizer to compile once. A test still includes what it uses: the
-// usual build has no such header.
+// What nearly every test reads, compiled once where the compiler is gcc. A test still includes what it uses: with clang
+// there is no such header.
 
 #include "Platform/CoreFoundation/FailPoint.h"
 #include "Platform/CoreFoundation/HostClock.h"
