@@ -59,7 +59,7 @@ vec4 lattice_texelFetch(sampler2D image, ivec2 at, int level)
 vec4 lattice_texelFetchOffset(sampler2D image, ivec2 at, int level, ivec2 by) { return lattice_texelFetch(image, at + by, level); }
 )";
 
-constexpr std::string_view fragmentReaders = R"(
+constexpr std::string_view fragmentReaderFunctions = R"(
 vec4 lattice_texture2D(sampler2D image, vec2 at, float bias) { return texture2D(image, lattice_place(at), bias); }
 vec4 lattice_texture(sampler2D image, vec2 at, float bias) { return texture(image, lattice_place(at), bias); }
 vec4 lattice_texture(samplerCube image, vec3 at, float bias) { return texture(image, at, bias); }
@@ -248,7 +248,7 @@ std::string assemble(const ISFDocument& document, std::size_t pass, bool forFrag
     result += common;
     // Ahead of the names of inputs, which may be those of the functions that they use.
     result += readerFunctions;
-    result += forFragment ? fragmentReaders : std::string_view();
+    result += forFragment ? fragmentReaderFunctions : std::string_view();
     result += declarations(document, forFragment);
     result += forFragment ? fragmentDeclarations : vertexDeclarations;
     result += "#line 1\n";
