@@ -14,12 +14,12 @@ NS_IMPLEMENTATION(AVCaptureConnection, NSObject)
 
 namespace {
 
-constexpr std::size_t channels = AVCaptureAudioDataOutput::channels;
+constexpr std::size_t soundChannels = AVCaptureAudioDataOutput::channels;
 
 Ref<CFArray> channelsFor(AVMediaType mediaType)
 {
     auto result = make<CFArray>();
-    for (std::size_t i = 0; i < channels && CFEqual(mediaType, AVMediaTypeAudio); ++i)
+    for (std::size_t i = 0; i < soundChannels && CFEqual(mediaType, AVMediaTypeAudio); ++i)
         result->append(make<AVCaptureAudioChannel>().get());
     return result;
 }
@@ -48,17 +48,17 @@ std::vector<float> AVCaptureConnection::latestSamples(std::size_t count) const
 
 void AVCaptureConnection::measure(std::span<const std::int16_t> samples)
 {
-    samples = samples.first(samples.size() - samples.size() % channels);
+    samples = samples.first(samples.size() - samples.size() % soundChannels);
     const std::lock_guard lock(mLock);
-    for (std::size_t i = 0; i < samples.size(); i += channels) {
+    for (std::size_t i = 0; i < samples.size(); i += soundChannels) {
         float sum = 0;
-        for (const auto sample : samples.subspan(i, channels))
+        for (const auto sample : samples.subspan(i, soundChannels))
             sum += static_cast<float>(sample);
-        mSamples[mWritten++ % kept] = sum / (32768.0F * static_cast<float>(channels));
+        mSamples[mWritten++ % kept] = sum / (32768.0F * static_cast<float>(soundChannels));
     }
     for (std::size_t channel = 0; channel < mAudioChannels->count() && !samples.empty(); ++channel)
         kindOf<AVCaptureAudioChannel>(mAudioChannels->objectAtIndex(channel))
-            ->measure(samples.subspan(channel), channels);
+            ->measure(samples.subspan(channel), soundChannels);
 }
 
 void AVCaptureConnection::forgetSound()
