@@ -31,6 +31,7 @@ FocusScope {
             width: parent.width
             placeholderText: qsTr("Search filters")
             onSearched: words => searchText.value = words
+            onFirstWanted: strip.choose(0)
             onDone: strip.forceActiveFocus(Qt.TabFocusReason)
         }
         PopUpButton {

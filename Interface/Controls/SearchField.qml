@@ -6,6 +6,8 @@ T.TextField {
     id: field
 
     signal searched(string words)
+    /// The user takes the first of what was found.
+    signal firstWanted()
     /// The user wants to go on in the list, with the key for moving down or the one for entering.
     signal done()
 
@@ -21,7 +23,11 @@ T.TextField {
     hoverEnabled: true
     font.pixelSize: Theme.textSize
     onTextChanged: searched(text)
-    onAccepted: done()
+    onAccepted: {
+        if (text !== "")
+            firstWanted();
+        done();
+    }
     Keys.onDownPressed: done()
     Keys.onEscapePressed: {
         if (text === "")

@@ -13,7 +13,7 @@ import tempfile
 import time
 import unittest
 
-from desktop import (FRAME_SIZE, Failed, PictureInWindow, Program, Watcher, camera_frames, camera_node,
+from desktop import (FRAME_SIZE, Failed, PictureInWindow, Program, Watcher, accessibles, camera_frames, camera_node,
                      difference, find_control, find_window, finished_movie, freeze_camera, output_of, pass_time, pixels, processes_named,
                      resident_memory, user_folder, wait_for, wakeups)
 
@@ -297,6 +297,22 @@ class EndToEnd(unittest.TestCase):
         self.stop_recording(began)
         self.main.press("ctrl+q")
         self.assertEqual(self.application.wait_for_end(30), 0)
+
+    def test_a_filter_is_found_and_chosen_with_the_keyboard(self):
+        self.start()
+        self.main.press("ctrl+f")
+        for letter in "thermal":
+            self.main.press(letter)
+        self.wait("the one that was found", lambda: self.tiles() == ["Thermal"], 10)
+        self.main.press("Return")
+        self.wait("its settings", lambda: find_control(self.application.pid, "Show the scale"), 10)
+        self.main.press("ctrl+f")
+        self.main.press("Escape")
+        self.wait("all filters again", lambda: len(self.tiles()) > 1, 10)
+
+    def tiles(self):
+        """The names of the filters that are offered."""
+        return [one.get_name() for one in accessibles(self.application.pid) if one.get_role_name() == "list item"]
 
     def test_starting_and_quitting_again_and_again(self):
         for _ in range(10 if LONG else 2):
