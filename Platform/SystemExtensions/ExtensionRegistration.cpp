@@ -72,6 +72,12 @@ std::string ExtensionRegistration::unitPath() const
     return configurationFolder() + "/systemd/user/" + mIdentifier + ".service";
 }
 
+/// What the manager makes of "WantedBy" when it enables the unit.
+std::string ExtensionRegistration::unitLinkPath() const
+{
+    return configurationFolder() + "/systemd/user/default.target.wants/" + mIdentifier + ".service";
+}
+
 std::string ExtensionRegistration::loginEntryPath() const
 {
     return configurationFolder() + "/autostart/" + mIdentifier + ".desktop";
@@ -94,7 +100,15 @@ bool ExtensionRegistration::hasServiceManager()
 
 std::optional<ExtensionFailure> ExtensionRegistration::install(const ExtensionProgram& program)
 {
-    return hasServiceManager() ? installUnit(program) : installLoginEntry(program);
+    // What an earlier session without a manager, or with one, has left would start a second extension at login.
+    std::error_code error;
+    if (hasServiceManager()) {
+        std::filesystem::remove(loginEntryPath(), error);
+        return installUnit(program);
+    }
+    std::filesystem::remove(unitLinkPath(), error);
+    std::filesystem::remove(unitPath(), error);
+    return installLoginEntry(program);
 }
 
 std::optional<ExtensionFailure> ExtensionRegistration::installUnit(const ExtensionProgram& program)
@@ -141,6 +155,8 @@ std::optional<ExtensionFailure> ExtensionRegistration::remove()
     SubprocessResult stopped { 0, {} };
     if (isManaged)
         stopped = manager({ "disable", "--now", mIdentifier + ".service" });
+    // Still there when no manager, or a failing one, was asked.
+    std::filesystem::remove(unitLinkPath(), error);
     if (!std::filesystem::remove(unitPath(), error))
         return ExtensionFailure { OSSystemExtensionErrorUnknown,
             "The camera extension could not be removed: " + unitPath() + ": " + error.message() + "." };

@@ -10,7 +10,7 @@ public:
 
     /// Whether either is there.
     bool exists() const;
-    /// Registers \p program and starts it.
+    /// Registers \p program in the one way that fits this session, and in no other, and starts it.
     std::optional<ExtensionFailure> install(const ExtensionProgram& program);
     /// Stops the unit and removes both.
     std::optional<ExtensionFailure> remove();
@@ -20,6 +20,7 @@ public:
 private:
     static bool hasServiceManager();
     std::string unitPath() const;
+    std::string unitLinkPath() const;
     std::string loginEntryPath() const;
     std::optional<ExtensionFailure> installUnit(const ExtensionProgram& program);
     std::optional<ExtensionFailure> installLoginEntry(const ExtensionProgram& program);
