@@ -53,11 +53,31 @@ struct Found {
     OSStatus status = noErr;
 };
 
+/// The clock of every stream is the host's, on which presentation times stand; no extension is asked for it. The value
+/// stands for the size of a reference.
+const Property& hostClock()
+{
+    static const Property property { { kCMIOStreamPropertyClock, kCMIOObjectPropertyScopeGlobal,
+                                         kCMIOObjectPropertyElementMaster },
+        false, false, std::string() };
+    return property;
+}
+
+const Property* propertyOf(const Found& found, CMIOObjectID object, const CMIOObjectPropertyAddress& address)
+{
+    if (found.object->classID == kCMIOStreamClassID
+        && address
+            == CMIOObjectPropertyAddress {
+                kCMIOStreamPropertyClock, kCMIOObjectPropertyScopeGlobal, kCMIOObjectPropertyElementMaster })
+        return &hostClock();
+    return found.extension.objects->property(object, address);
+}
+
 Found find(CMIOObjectID object, const CMIOObjectPropertyAddress& address)
 {
     Found found { CameraClient::shared().extension() };
     found.object = found.extension ? found.extension.objects->object(object) : nullptr;
-    found.property = found.object ? found.extension.objects->property(object, address) : nullptr;
+    found.property = found.object ? propertyOf(found, object, address) : nullptr;
     if (!found.object)
         found.status = kCMIOHardwareBadObjectError;
     else if (!found.property)
@@ -161,7 +181,12 @@ OSStatus CMIOObjectGetPropertyData(CMIOObjectID object, const CMIOObjectProperty
     const auto size = ExtensionObjects::sizeOf(value);
     if (size > dataSize)
         return kCMIOHardwareBadPropertySizeError;
-    found.extension.objects->write(value, { static_cast<std::byte*>(data), size });
+    if (found.property == &hostClock()) {
+        CFType* const clock = Ref<CFType>(CMClockGetHostTimeClock()).leak();
+        std::memcpy(data, &clock, size);
+    } else {
+        found.extension.objects->write(value, { static_cast<std::byte*>(data), size });
+    }
     *dataUsed = static_cast<std::uint32_t>(size);
     return noErr;
 }

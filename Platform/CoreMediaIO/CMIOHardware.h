@@ -78,7 +78,7 @@ inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyStartingChannel =
 inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyFormatDescription = 0x70667420; // 'pft ', object
 inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyFormatDescriptions = 0x70667461; // 'pfta', array
 inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyFrameRate = 0x6E667274; // 'nfrt', double
-inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyClock = 0x706D636C; // 'pmcl', object
+inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyClock = 0x706D636C; // 'pmcl', object: the host's clock
 inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyEndOfData = 0x706D6564; // 'pmed'
 inline constexpr CMIOObjectPropertySelector kCMIOStreamPropertyScheduledOutputNotificationProc = 0x736F6E70; // 'sonp'
 

@@ -118,7 +118,8 @@ std::string ZVCMIOClientDevice::longDescription(CFString* indent)
     };
     const auto classID = propertyClassID();
     append("%@object ID:%llu class:%@ (%u) \"%@\"\r", object(), propertyClassName(), classID, propertyName());
-    if (!CFRequired(classID == kCMIODeviceClassID, "classID == kCMIODeviceClassID"))
+    if (!CFRequiredIn(
+            "_describeCMIOObject_useShortDescription", classID == kCMIODeviceClassID, "classID == kCMIODeviceClassID"))
         return text;
     if (propertyHasSelector(kCMIODevicePropertyTransportType))
         append("%@Device transport type 0x%x\r", propertyTransportType());

@@ -39,7 +39,8 @@ std::string ZVCMIOClientDeviceStream::longDescription(CFString* indent)
     };
     const auto classID = propertyClassID();
     append("%@object ID:%u class:%@ (%u) \"%@\"\r", object(), propertyClassName(), classID, propertyName());
-    if (!CFRequired(classID == kCMIOStreamClassID, "classID == kCMIOStreamClassID"))
+    if (!CFRequiredIn(
+            "_describeCMIOObject_useShortDescription", classID == kCMIOStreamClassID, "classID == kCMIOStreamClassID"))
         return text;
     append("%@Stream is %s\r", isInputStream() ? "input" : "output");
     if (const auto descriptions = copyStreamPropertyFormatDescriptions())

@@ -204,6 +204,14 @@ TEST_F(CMIOHardware, AnExtensionIsADeviceWithASourceAndASink)
     EXPECT_EQ(scalar<std::uint32_t>(sink(camera), kCMIOStreamPropertyDirection), 0u);
     EXPECT_EQ(scalar<double>(sink(camera), kCMIOStreamPropertyFrameRate), 30.0);
 
+    EXPECT_EQ(object(source(camera), kCMIOStreamPropertyClock), CMClockGetHostTimeClock());
+    EXPECT_EQ(object(sink(camera), kCMIOStreamPropertyClock), CMClockGetHostTimeClock());
+    const auto clock = global(kCMIOStreamPropertyClock);
+    EXPECT_FALSE(CMIOObjectHasProperty(camera, &clock)) << "only streams have one";
+    bool isSettable = true;
+    EXPECT_EQ(CMIOObjectIsPropertySettable(sink(camera), &clock, &isSettable), noErr);
+    EXPECT_FALSE(isSettable);
+
     const auto formats = object(source(camera), kCMIOStreamPropertyFormatDescriptions);
     ASSERT_TRUE(kindOf<CFArray>(formats));
     ASSERT_EQ(kindOf<CFArray>(formats)->count(), 1u);
