@@ -251,3 +251,134 @@ TEST_F(DeviceController, AnExtensionThatDiesGivesItsBuffersBack)
     EXPECT_EQ(extension.waitForEnd(), -1);
     EXPECT_TRUE(eventually([&] { return controller->readyToEnqueue(); }));
 }
+
+namespace {
+
+/// A controller that is connected to the extension.
+class ConnectedDeviceController : public DeviceController {
+protected:
+    void SetUp() override
+    {
+        DeviceController::SetUp();
+        ASSERT_TRUE(eventually([&] {
+            const AutoreleasePool pool;
+            connect();
+            return mController->deviceConnected();
+        }));
+    }
+    void connect()
+    {
+        mController->connectToCameraExtensionWithDeviceUID(CMIOOutputViewController_CMIOExtension_DeviceUUID);
+    }
+    ExtensionProcess mExtension;
+};
+
+bool has(const std::string& lines, const std::string& text)
+{
+    return lines.find(text) != std::string::npos;
+}
+
+}
+
+TEST_F(ConnectedDeviceController, AQueueThatCannotBeOpenedIsReportedAndLeavesNone)
+{
+    const FailPoint::Scope refused("CMIOStreamCopyBufferQueue", kCMIOHardwareUnspecifiedError);
+    const auto lines = loggedLines([&] { connect(); });
+    EXPECT_TRUE(has(lines,
+        "SRC>>CMIOStreamCopyBufferQueue(_sinkStreamID,sCMIODeviceStreamQueueAlteredProc,(__bridge "
+        "void*)self,&sinkQueue)"))
+        << lines;
+    char number[16];
+    std::snprintf(number, sizeof number, "%02u", mController->sinkStreamID());
+    EXPECT_TRUE(lines.ends_with("CMIOStreamCopyBufferQueue failed/incorrect " + std::string(number) + " ((null))\n"))
+        << lines;
+    EXPECT_EQ(mController->sinkQueue(), nullptr);
+    EXPECT_TRUE(mController->deviceConnected());
+}
+
+TEST_F(ConnectedDeviceController, AStreamThatDoesNotStartOrStopIsReported)
+{
+    {
+        const FailPoint::Scope refused("CMIODeviceStartStream", kCMIOHardwareUnspecifiedError);
+        const auto lines = loggedLines([&] { connect(); });
+        EXPECT_TRUE(has(lines, "SRC>>CMIODeviceStartStream(_cameraDeviceID,_sinkStreamID)")) << lines;
+        EXPECT_FALSE(has(lines, "failed/incorrect")) << lines;
+        EXPECT_NE(mController->sinkQueue(), nullptr);
+    }
+    const FailPoint::Scope refused("CMIODeviceStopStream", kCMIOHardwareUnspecifiedError);
+    const auto lines = loggedLines([&] { mController->_disconnectCameraDevice(); });
+    EXPECT_TRUE(has(lines, "SRC>>CMIODeviceStopStream(_cameraDeviceID,_sinkStreamID)")) << lines;
+    EXPECT_EQ(mController->sinkQueue(), nullptr);
+    EXPECT_NE(mController->cameraDeviceID(), 0U);
+    EXPECT_NE(mController->cameraDevice(), nullptr);
+}
+
+TEST_F(ConnectedDeviceController, APollWhoseWriteIsRefusedReadsAllTheSame)
+{
+    const FailPoint::Scope refused("CMIOObjectSetPropertyData", kCMIOHardwareUnspecifiedError);
+    const auto lines = loggedLines([&] { EXPECT_FALSE(mController->queryDeviceNeedsToStream()); });
+    EXPECT_TRUE(has(lines,
+        "SRC>>ZVCMIOClientObjectSetPropertyString(_sourceStreamID,kZVCMIOClientDeviceStreamingPropertyCode,"
+        "((CFStringRef) __builtin___CFStringMakeConstantString (\"\" \"random\" \"\")))"))
+        << lines;
+    EXPECT_TRUE(lines.ends_with("just_property = 'sc=0'\n")) << lines;
+}
+
+TEST_F(ConnectedDeviceController, APollWithoutAStringChangesNothing)
+{
+    const FailPoint::Scope refused("CMIOObjectGetPropertyData", kCMIOHardwareUnspecifiedError);
+    for (const bool need : { true, false }) {
+        mController->setNeedToStream(need);
+        const auto lines = loggedLines([&] { EXPECT_EQ(mController->queryDeviceNeedsToStream(), need); });
+        EXPECT_TRUE(has(lines, "REQUIRED_CFTYPEOF just_property==NULL : in queryDeviceNeedsToStream")) << lines;
+        EXPECT_FALSE(has(lines, "just_property = '")) << lines;
+    }
+}
+
+TEST_F(ConnectedDeviceController, APollAfterDisconnectingReportsTheMissingSource)
+{
+    mController->_disconnectCameraDevice();
+    EXPECT_EQ(loggedLines([&] { EXPECT_TRUE(mController->queryDeviceNeedsToStream()); }),
+        "REQUIREMENT - SRC>>_sourceStreamID!=0 in ZVCMIOClientDeviceController.cpp:# (queryDeviceNeedsToStream)\n");
+}
+
+TEST_F(ConnectedDeviceController, AnotherConnectOpensAnotherQueueAndKeepsTheHandshake)
+{
+    const auto first = mController->sinkQueueRetainedCopy();
+    mController->setEnqueued(true);
+    connect();
+    EXPECT_NE(mController->sinkQueue(), nullptr);
+    EXPECT_NE(mController->sinkQueue(), first.get());
+    EXPECT_TRUE(mController->enqueued());
+    EXPECT_FALSE(mController->readyToEnqueue());
+}
+
+TEST_F(ConnectedDeviceController, TheTestWritesGoToTheDeviceWhichRefusesThem)
+{
+    constexpr FourCharCode dust = 0x64757374;
+    const auto text = loggedLines(
+        [&] { EXPECT_FALSE(mController->deviceSetPropertyWithFourCharCode_stringValue(dust, CFSTR("ignored"))); });
+    const auto refusal = "CMIOObjectHasProperty(" + std::to_string(mController->cameraDeviceID()) + ",'dust')\n";
+    EXPECT_TRUE(has(text, refusal)) << text;
+    EXPECT_TRUE(
+        has(text, "SRC>>CMIOObjectSetCFStringRefPropertyGlobalMaster(_cameraDeviceID, propertyCode, testStringValue)"))
+        << text;
+    const auto surface = loggedLines(
+        [&] { EXPECT_FALSE(mController->deviceSetPropertyWithFourCharCode_surfaceValue(dust, mSource)); });
+    EXPECT_TRUE(has(surface, refusal)) << surface;
+    EXPECT_TRUE(
+        has(surface, "SRC>>CMIOObjectSetCFTypeRefPropertyGlobalMaster(_cameraDeviceID, propertyCode, surfaceValue)"))
+        << surface;
+}
+
+TEST_F(DeviceController, WithoutADeviceTheTestWritesAreReported)
+{
+    EXPECT_EQ(
+        loggedLines([&] { EXPECT_FALSE(mController->deviceSetPropertyWithFourCharCode_stringValue(1, nullptr)); }),
+        "REQUIREMENT - SRC>>_cameraDeviceID!=0 in ZVCMIOClientDeviceController.cpp:# "
+        "(deviceSetPropertyWithFourCharCode_stringValue)\n");
+    EXPECT_EQ(
+        loggedLines([&] { EXPECT_FALSE(mController->deviceSetPropertyWithFourCharCode_surfaceValue(1, nullptr)); }),
+        "REQUIREMENT - SRC>>_cameraDeviceID!=0 in ZVCMIOClientDeviceController.cpp:# "
+        "(deviceSetPropertyWithFourCharCode_surfaceValue)\n");
+}
