@@ -109,3 +109,82 @@ TEST(CMIOObjectProperty, ANullStringIsReportedAndStillHandedOn)
         [&] { EXPECT_FALSE(CMIOObjectSetCFTypeRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent, nullptr)); });
     EXPECT_EQ(others.find("REQUIRED_CFTYPEREF propertyValue==NULL : in "), 0U) << others;
 }
+
+namespace {
+
+constexpr auto settable = kCMIOHardwarePropertyAllowScreenCaptureDevices;
+
+/// What reading and writing a property of the system object log while a call of the platform gives \p status.
+std::string refusedRead(const char* call, OSStatus status)
+{
+    const FailPoint::Scope refused(call, status);
+    std::uint32_t value = 0;
+    std::uint32_t size = sizeof value;
+    return loggedLines(
+        [&] { EXPECT_FALSE(CMIOObjectGetPropertyGlobalMaster(kCMIOObjectSystemObject, settable, &size, &value)); });
+}
+
+std::string refusedWrite(const char* call, OSStatus status, std::uint32_t size = 4)
+{
+    const FailPoint::Scope refused(call, status);
+    const std::uint64_t value = 1;
+    return loggedLines(
+        [&] { EXPECT_FALSE(CMIOObjectSetPropertyGlobalMaster(kCMIOObjectSystemObject, settable, size, &value)); });
+}
+
+constexpr const char* absentLine = "NO==CMIOObjectSetPropertyGlobalMaster::CMIOObjectHasProperty(1,'yes ')\n";
+constexpr const char* sizeWords
+    = "SRC>>CMIOObjectGetPropertyDataSize(object, &opa, 0, ((void*)0), &checkPropertyDataSize)";
+
+}
+
+TEST(CMIOObjectProperty, ASizeOfNothingIsReportedByTheReadAndNotByTheWrite)
+{
+    // Succeeds without saying a size.
+    EXPECT_EQ(refusedRead("CMIOObjectGetPropertyDataSize", noErr),
+        "REQUIREMENT - SRC>>checkPropertyDataSize>0 in CMIOObjectProperty.cpp:# (CMIOObjectGetPropertyGlobalMaster)\n");
+    EXPECT_EQ(refusedWrite("CMIOObjectGetPropertyDataSize", noErr), "");
+}
+
+TEST(CMIOObjectProperty, AReadThatFailsOnTheWayIsReported)
+{
+    const auto size = refusedRead("CMIOObjectGetPropertyDataSize", kCMIOHardwareUnspecifiedError);
+    EXPECT_NE(size.find(sizeWords), std::string::npos) << size;
+    const auto data = refusedRead("CMIOObjectGetPropertyData", kCMIOHardwareUnspecifiedError);
+    EXPECT_NE(data.find("SRC>>CMIOObjectGetPropertyData(object, &opa, 0, ((void*)0), *propertyDataSize, "
+                        "propertyDataSize, propertyValue)"),
+        std::string::npos)
+        << data;
+    for (const auto& lines : { size, data })
+        EXPECT_EQ(lines.find("NO=="), std::string::npos) << lines;
+}
+
+TEST(CMIOObjectProperty, AWriteThatFailsOnTheWayIsReported)
+{
+    const auto asked = refusedWrite("CMIOObjectIsPropertySettable", kCMIOHardwareUnspecifiedError);
+    EXPECT_NE(asked.find("SRC>>CMIOObjectIsPropertySettable(object, &opa, &isPropertySettable)"), std::string::npos)
+        << asked;
+    EXPECT_TRUE(asked.ends_with(absentLine)) << asked;
+    const auto size = refusedWrite("CMIOObjectGetPropertyDataSize", kCMIOHardwareUnspecifiedError);
+    EXPECT_NE(size.find(sizeWords), std::string::npos) << size;
+    const auto data = refusedWrite("CMIOObjectSetPropertyData", kCMIOHardwareUnspecifiedError);
+    EXPECT_NE(data.find("SRC>>CMIOObjectSetPropertyData(object, &opa, 0, ((void*)0), propertyDataSize, propertyValue)"),
+        std::string::npos)
+        << data;
+    for (const auto& lines : { size, data })
+        EXPECT_EQ(lines.find("NO=="), std::string::npos) << lines;
+    EXPECT_EQ(refusedWrite("CMIOObjectGetPropertyData", kCMIOHardwareUnspecifiedError, 8),
+        "REQUIREMENT - SRC>>checkPropertyDataSize==propertyDataSize in CMIOObjectProperty.cpp:# "
+        "(CMIOObjectSetPropertyGlobalMaster)\n");
+}
+
+TEST(CMIOObjectProperty, AnAbsentStringIsReportedAtEachLevel)
+{
+    const auto lines = loggedLines(
+        [] { EXPECT_EQ(CMIOObjectGetCFStringRefPropertyGlobalMaster(kCMIOObjectSystemObject, absent), nullptr); });
+    EXPECT_NE(lines.find("SRC>>CMIOObjectGetPropertyGlobalMaster(object,propertySelector,&propertyDataSize,"
+                         "&propertyValue)"),
+        std::string::npos)
+        << lines;
+    EXPECT_NE(lines.find("REQUIRED_NOT_NULL 0x00000000==NULL : propertyValue in "), std::string::npos) << lines;
+}

@@ -296,6 +296,15 @@ TEST_F(ConnectedDeviceController, AQueueThatCannotBeOpenedIsReportedAndLeavesNon
     EXPECT_TRUE(mController->deviceConnected());
 }
 
+TEST_F(ConnectedDeviceController, TheNumberOfAFailedStreamHasTwoDigits)
+{
+    const auto lines = loggedLines([&] { mController->_initSinkWithSinkStreamID(kCMIOObjectSystemObject); });
+    EXPECT_TRUE(lines.ends_with("CMIOStreamCopyBufferQueue failed/incorrect 01 ((null))\n")) << lines;
+    EXPECT_EQ(loggedLines([&] { mController->_initSinkWithSinkStreamID(kCMIOObjectUnknown); }),
+        "REQUIREMENT - SRC>>sinkStreamID!=0 in ZVCMIOClientDeviceController.cpp:# (_initSinkWithSinkStreamID)\n");
+    EXPECT_EQ(mController->sinkStreamID(), kCMIOObjectSystemObject);
+}
+
 TEST_F(ConnectedDeviceController, AStreamThatDoesNotStartOrStopIsReported)
 {
     {

@@ -299,6 +299,19 @@ TEST_F(ZVCMIOClientDeviceWithExtension, DescribesTheWholeTreeFromTheBottomUp)
     EXPECT_EQ(std::ranges::count(shortText, '\r'), 2);
 }
 
+TEST_F(ZVCMIOClientDeviceWithExtension, NoStreamsAreSeveral)
+{
+    auto* const device = camera();
+    ASSERT_NE(device, nullptr);
+    std::string text;
+    {
+        const FailPoint::Scope unreadable("CMIOObjectGetPropertyDataSize", kCMIOHardwareUnspecifiedError);
+        loggedLines([&] { text = device->describeCMIOObject(false)->string(); });
+    }
+    EXPECT_NE(text.find("\rDevice has 0 input streams:\rDevice has 0 output streams:\robjectID:"), std::string::npos)
+        << text;
+}
+
 TEST_F(ZVCMIOClientDeviceWithExtension, AStreamThatDoesNotStartOrStopIsReported)
 {
     auto* const device = camera();
