@@ -39,7 +39,7 @@ restart)
 disable)
     rm -f "$units/default.target.wants/$3"
     if [ -e "$XDG_RUNTIME_DIR/process" ]; then
-        kill "$(cat "$XDG_RUNTIME_DIR/process")"
+        kill "$(cat "$XDG_RUNTIME_DIR/process")" || true
         rm "$XDG_RUNTIME_DIR/process"
     fi ;;
 esac
@@ -66,7 +66,9 @@ protected:
     ~ExtensionRegistrationTests() override
     {
         ::unsetenv("FAILING_STEP");
-        registration.remove();
+        // Also what was started and has not answered yet.
+        registration.undoInstall();
+        EXPECT_EQ(std::system("systemctl --user disable --now unit"), 0);
         if (auto running = RunningExtension::find())
             running->end(std::chrono::seconds(5));
         ::setenv("PATH", searchPath.c_str(), 1);

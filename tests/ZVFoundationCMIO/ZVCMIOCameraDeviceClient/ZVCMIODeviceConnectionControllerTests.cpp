@@ -232,6 +232,8 @@ TEST_F(Connection, AReplacedExtensionIsConnectedToAgain)
     connection->setCameraDevice(mDevice);
     connection->setCameraDeviceUUID(CMIOOutputViewController_CMIOExtension_DeviceUUID);
     connection->awakeFromNib();
+    // As at launch: cameras are watched from the first look on.
+    connection->actionUpdateConnectedDevices(nullptr);
     CMIODeviceID first = 0;
     {
         const ExtensionProcess extension;
