@@ -11,9 +11,9 @@
         { "NAME": "sparkle", "LABEL": "Brightness of the discs", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [
-        { "TARGET": "small", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
-        { "TARGET": "discs", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
-        { "TARGET": "filled", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
+        { "TARGET": "small", "WIDTH": "$WIDTH / 5", "HEIGHT": "$HEIGHT / 5" },
+        { "TARGET": "discs", "WIDTH": "$WIDTH / 5", "HEIGHT": "$HEIGHT / 5" },
+        { "TARGET": "filled", "WIDTH": "$WIDTH / 5", "HEIGHT": "$HEIGHT / 5" },
         { }
     ]
 }*/

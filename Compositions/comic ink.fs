@@ -2,7 +2,6 @@
     "LABEL": "Comic Ink",
     "DESCRIPTION": "Bold ink lines, flat colours and printed dots: you on the cover.",
     "CATEGORIES": ["Stylize"],
-    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "ink", "LABEL": "Ink", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
@@ -47,9 +46,7 @@ void main()
 {
     vec2 unit = vec2(RENDERSIZE.y / RENDERSIZE.x, 1.0) / 360.0;
     if (PASSINDEX == 0) {
-        vec2 apart = unit * vec2(0.7, 0.5);
-        gl_FragColor = withLight(0.5 * (IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + apart).rgb
-            + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - apart).rgb));
+        gl_FragColor = withLight(IMG_THIS_PIXEL(inputImage).rgb);
     } else if (PASSINDEX == 1) {
         gl_FragColor = CROSS(fine, unit * 2.6);
     } else if (PASSINDEX == 2) {

@@ -10,10 +10,10 @@
         { "NAME": "growing", "LABEL": "Growing echoes", "TYPE": "float", "DEFAULT": 0.15, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [
-        { "TARGET": "third", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)", "PERSISTENT": true },
-        { "TARGET": "second", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)", "PERSISTENT": true },
-        { "TARGET": "first", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)", "PERSISTENT": true },
-        { "TARGET": "ghosts", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)" },
+        { "TARGET": "third", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)", "PERSISTENT": true },
+        { "TARGET": "second", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)", "PERSISTENT": true },
+        { "TARGET": "first", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)", "PERSISTENT": true },
+        { "TARGET": "ghosts", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
         { }
     ]
 }*/

@@ -11,10 +11,10 @@
         { "NAME": "second", "LABEL": "Upright edges", "TYPE": "color", "DEFAULT": [0.1, 0.75, 1.0, 1.0] }
     ],
     "PASSES": [
-        { "TARGET": "tubes", "WIDTH": "$WIDTH * min(1, 300 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 300)" },
-        { "TARGET": "across", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "halo", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "lit", "WIDTH": "$WIDTH * min(1, 300 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 300)" },
+        { "TARGET": "tubes", "WIDTH": "$WIDTH * min(1, 240 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 240)" },
+        { "TARGET": "across", "WIDTH": "$WIDTH * min(1, 120 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 120)" },
+        { "TARGET": "halo", "WIDTH": "$WIDTH * min(1, 120 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 120)" },
+        { "TARGET": "lit", "WIDTH": "$WIDTH * min(1, 240 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 240)" },
         { }
     ]
 }*/
@@ -40,9 +40,10 @@ vec4 bend()
     return vec4(color * lit, lit);
 }
 
-#define BELL(image, step) (IMG_THIS_PIXEL(image) * 0.227 \
-    + (IMG_NORM_PIXEL(image, isf_FragNormCoord + (step) * 1.385) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (step) * 1.385)) * 0.316 \
-    + (IMG_NORM_PIXEL(image, isf_FragNormCoord + (step) * 3.231) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (step) * 3.231)) * 0.0703)
+// Four reads, each of which has two places in it.
+#define BELL(image, step) ( \
+    (IMG_NORM_PIXEL(image, isf_FragNormCoord + (step) * 0.8) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (step) * 0.8)) * 0.4 \
+    + (IMG_NORM_PIXEL(image, isf_FragNormCoord + (step) * 2.7) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (step) * 2.7)) * 0.1)
 
 void main()
 {

@@ -12,10 +12,10 @@
         { "NAME": "foot", "LABEL": "Colour below", "TYPE": "color", "DEFAULT": [0.86, 0.52, 0.42, 1.0] }
     ],
     "PASSES": [
-        { "TARGET": "room", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)", "PERSISTENT": true },
-        { "TARGET": "change", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "person", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "smoothed", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)", "PERSISTENT": true },
+        { "TARGET": "room", "WIDTH": "$WIDTH * min(1, 144 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 144)", "PERSISTENT": true },
+        { "TARGET": "change", "WIDTH": "$WIDTH * min(1, 144 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 144)" },
+        { "TARGET": "person", "WIDTH": "$WIDTH * min(1, 144 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 144)" },
+        { "TARGET": "smoothed", "WIDTH": "$WIDTH * min(1, 144 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 144)", "PERSISTENT": true },
         { }
     ]
 }*/
@@ -23,6 +23,8 @@
 // Four places around, which average what the camera's noise does to each.
 #define CROSS(image, apart) (0.25 * (IMG_NORM_PIXEL(image, isf_FragNormCoord + (apart)) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (apart)) \
     + IMG_NORM_PIXEL(image, isf_FragNormCoord + vec2((apart).x, -(apart).y)) + IMG_NORM_PIXEL(image, isf_FragNormCoord + vec2(-(apart).x, (apart).y))))
+
+#define PAIR(image, apart) (0.5 * (IMG_NORM_PIXEL(image, isf_FragNormCoord + (apart)) + IMG_NORM_PIXEL(image, isf_FragNormCoord - (apart))))
 
 // How far the picture is from the empty room: in colour more than in lightness, since a person's shadow only darkens.
 float changed()
@@ -54,7 +56,7 @@ void main()
         // The mask follows in two or three pictures and does not flicker.
         float now = CROSS(person, unit * (0.4 + softness * 1.8)).a;
         float before = IMG_THIS_PIXEL(smoothed).a;
-        vec3 backdrop = behind == 0 ? 0.5 * CROSS(room, unit * 7.0).rgb + 0.5 * CROSS(room, unit * 13.0).rgb
+        vec3 backdrop = behind == 0 ? 0.6 * CROSS(room, unit * 9.0).rgb + 0.4 * PAIR(room, unit * vec2(14.0, 0.0)).rgb
             : behind == 1 ? mix(foot.rgb, top.rgb, isf_FragNormCoord.y) : IMG_THIS_PIXEL(room).rgb * vec3(0.20, 0.24, 0.34);
         // Before there is a room all is person, but for a frame that shows that something waits for it.
         vec2 fromEdge = min(isf_FragNormCoord, 1.0 - isf_FragNormCoord) / unit;

@@ -2,7 +2,6 @@
     "LABEL": "Green Screen",
     "DESCRIPTION": "Replaces a green (or any other) backdrop by a picture, a shot of the camera or a studio light.",
     "CATEGORIES": ["Utility"],
-    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "background", "LABEL": "Background", "TYPE": "image" },
@@ -14,7 +13,7 @@
         { "NAME": "look", "LABEL": "Show only what is cut out", "TYPE": "bool", "DEFAULT": false }
     ],
     "PASSES": [
-        { "TARGET": "backdrop", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 360)" },
+        { "TARGET": "backdrop", "WIDTH": "$WIDTH * min(1, 288 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 288)" },
         { }
     ]
 }*/

@@ -12,8 +12,8 @@
     ],
     "PASSES": [
         { "TARGET": "strokes", "WIDTH": "$WIDTH", "HEIGHT": "$HEIGHT", "UNCHANGING": true, "FILTER": "NEAREST" },
-        { "TARGET": "across", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
-        { "TARGET": "around", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
+        { "TARGET": "across", "WIDTH": "$WIDTH / 6", "HEIGHT": "$HEIGHT / 6" },
+        { "TARGET": "around", "WIDTH": "$WIDTH / 6", "HEIGHT": "$HEIGHT / 6" },
         { }
     ]
 }*/

@@ -9,8 +9,8 @@
         { "NAME": "glow", "LABEL": "Healthy glow", "TYPE": "float", "DEFAULT": 0.3, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [
-        { "TARGET": "calm", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)" },
-        { "TARGET": "around", "WIDTH": "$WIDTH * min(1, 270 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 270)" },
+        { "TARGET": "calm", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
+        { "TARGET": "around", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
         { }
     ]
 }*/

@@ -11,8 +11,8 @@
         { "NAME": "vivid", "LABEL": "Toy colours", "TYPE": "float", "DEFAULT": 0.4, "MIN": 0.0, "MAX": 1.0 }
     ],
     "PASSES": [
-        { "TARGET": "across", "WIDTH": "$WIDTH / 3", "HEIGHT": "$HEIGHT / 3" },
-        { "TARGET": "soft", "WIDTH": "$WIDTH / 3", "HEIGHT": "$HEIGHT / 3" },
+        { "TARGET": "across", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
+        { "TARGET": "soft", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 4" },
         { }
     ]
 }*/

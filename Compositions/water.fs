@@ -11,7 +11,7 @@
         { "NAME": "tint", "LABEL": "Colour of the water", "TYPE": "color", "DEFAULT": [0.05, 0.22, 0.30, 1.0] }
     ],
     "PASSES": [
-        { "TARGET": "surface", "WIDTH": "$WIDTH / 4", "HEIGHT": "$HEIGHT / 2" },
+        { "TARGET": "surface", "WIDTH": "$WIDTH / 8", "HEIGHT": "$HEIGHT / 2" },
         { }
     ]
 }*/
