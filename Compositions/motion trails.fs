@@ -9,21 +9,26 @@
         { "NAME": "dark", "LABEL": "Trails of what is dark", "TYPE": "bool", "DEFAULT": false },
         { "NAME": "tint", "LABEL": "Colour of the trails", "TYPE": "color", "DEFAULT": [0.72, 0.86, 1.0, 1.0] }
     ],
-    "PASSES": [ { "TARGET": "trail", "PERSISTENT": true, "FILTER": "NEAREST" }, { } ]
+    "PASSES": [
+        { "TARGET": "trail", "WIDTH": "$WIDTH * min(1, 288 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 288)", "PERSISTENT": true, "FILTER": "NEAREST" },
+        { "TARGET": "behind", "WIDTH": "$WIDTH * min(1, 288 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 288)" },
+        { }
+    ]
 }*/
 
 varying vec3 kept;
+flat in float share;
 
 void main()
 {
     vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
-    vec3 before = IMG_THIS_PIXEL(trail).rgb;
-    if (PASSINDEX == 0) {
-        // The trail sinks towards the picture, from above or from below; half a step more, or bytes would never arrive.
-        vec3 above = dark ? 1.0 - color : color;
-        gl_FragColor = vec4(max(above, before * kept - 0.003), 1.0);
-    } else {
-        vec3 trailed = dark ? 1.0 - before : before;
-        gl_FragColor = vec4(mix(color, trailed, strength), 1.0);
+    if (PASSINDEX == 2) {
+        gl_FragColor = vec4(color + IMG_THIS_PIXEL(behind).rgb * share, 1.0);
+        return;
     }
+    vec3 before = IMG_THIS_PIXEL(trail).rgb;
+    vec3 above = dark ? 1.0 - color : color;
+    // The trail sinks towards the picture, from above or from below; half a step more, or bytes would never arrive. Only
+    // what it has more than the picture is shown, so that a smaller one leaves what stands still as sharp as it is.
+    gl_FragColor = vec4(PASSINDEX == 0 ? max(above, before * kept - 0.003) : before - above, 1.0);
 }

@@ -16,6 +16,7 @@
         { "TARGET": "eight", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "180", "FILTER": "NEAREST" },
         { "TARGET": "sixteen", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "180", "FILTER": "NEAREST" },
         { "TARGET": "runs", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "180", "FILTER": "NEAREST" },
+        { "TARGET": "streaks", "WIDTH": "$WIDTH * min(1, 360 / $HEIGHT)", "HEIGHT": "180", "FILTER": "NEAREST" },
         { }
     ]
 }*/
@@ -57,15 +58,17 @@ void main()
         DOUBLE(eight, 8.0)
     } else if (PASSINDEX == 5) {
         DOUBLE(sixteen, 16.0)
-    } else {
-        vec2 run = IMG_NORM_PIXEL(runs, isf_FragNormCoord).rg * STEP;
-        vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
+    } else if (PASSINDEX == 6) {
+        vec2 run = IMG_THIS_PIXEL(runs).rg * STEP;
         // A sorted run goes smoothly from the colour at one end to that at the other.
         float total = max(run.r + run.g - 1.0, 1.0);
         vec3 top = IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + vec2(0.0, (run.r - 1.0) / 180.0)).rgb;
         vec3 foot = IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - vec2(0.0, (run.g - 1.0) / 180.0)).rgb;
         float place = run.g / total;
         vec3 sorted = mix(foot, top, place);
-        gl_FragColor = vec4(mix(color, sorted * (0.86 + 0.28 * place), flow * step(1.5, run.r + run.g)), 1.0);
+        gl_FragColor = vec4(sorted * (0.86 + 0.28 * place), flow * step(1.5, run.r + run.g));
+    } else {
+        vec4 streak = IMG_THIS_PIXEL(streaks);
+        gl_FragColor = vec4(mix(IMG_THIS_PIXEL(inputImage).rgb, streak.rgb, streak.a), 1.0);
     }
 }

@@ -28,16 +28,13 @@ void main()
         gl_FragColor = vec4(present, 0.0, 0.0, 1.0);
         return;
     }
-    vec3 color = IMG_THIS_PIXEL(inputImage).rgb;
-    vec3 before = IMG_THIS_PIXEL(frozen).rgb;
-    vec3 seen = along < place ? before : color;
     if (PASSINDEX == 1) {
-        gl_FragColor = vec4(seen, 1.0);
+        gl_FragColor = along < place ? IMG_THIS_PIXEL(frozen) : IMG_THIS_PIXEL(inputImage);
         return;
     }
     // A bright line in a halo; ahead of it only.
     float ahead = along - place;
     float glow = ahead < 0.0 ? 0.0 : clamp(1.0 - ahead * 9.0, 0.0, 1.0);
     float line = clamp(1.0 - abs(ahead) * 260.0, 0.0, 1.0);
-    gl_FragColor = vec4(seen + light.rgb * (glow * glow * 0.35 + line), 1.0);
+    gl_FragColor = vec4(IMG_THIS_PIXEL(frozen).rgb + light.rgb * (glow * glow * 0.35 + line), 1.0);
 }
