@@ -3,7 +3,7 @@
     "DESCRIPTION": "An arcade's picture tube: curved glass, glowing lines, red, green and blue stripes.",
     "CATEGORIES": ["Stylize"],
     "INPUTS": [
-        { "NAME": "inputImage", "TYPE": "image" },
+        { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "curve", "LABEL": "Curved glass", "TYPE": "float", "DEFAULT": 0.5, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "lines", "LABEL": "Lines", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
         { "NAME": "stripes", "LABEL": "Colour stripes", "TYPE": "float", "DEFAULT": 0.45, "MIN": 0.0, "MAX": 1.0 },
@@ -23,7 +23,9 @@ void main()
 {
     if (PASSINDEX == 0) {
         vec2 apart = vec2(0.3) / RENDERSIZE;
-        vec3 light = 0.5 * (IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + apart).rgb + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - apart).rgb);
+        vec2 other = vec2(apart.x, -apart.y);
+        vec3 light = 0.25 * (IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + apart).rgb + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - apart).rgb
+            + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord + other).rgb + IMG_NORM_PIXEL(inputImage, isf_FragNormCoord - other).rgb);
         gl_FragColor = vec4(light * light * glow * 0.45, 1.0);
         return;
     }

@@ -10,8 +10,8 @@
     ],
     "PASSES": [
         { "TARGET": "strokes", "WIDTH": "$WIDTH", "HEIGHT": "$HEIGHT", "UNCHANGING": true, "FILTER": "NEAREST" },
-        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 200 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 200)" },
-        { "TARGET": "daubs", "WIDTH": "$WIDTH * min(1, 200 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 200)" },
+        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 160 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 160)" },
+        { "TARGET": "daubs", "WIDTH": "$WIDTH * min(1, 160 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 160)", "FILTER": "NEAREST" },
         { }
     ]
 }*/
@@ -22,6 +22,8 @@ vec3 roll(vec2 cell)
     mixed += dot(mixed, mixed.yzx + 33.33);
     return fract((mixed.xxy + mixed.yzz) * mixed.zyx);
 }
+
+flat in vec2 toMiddle;
 
 // The strokes of the whole canvas, which lie still. Red and green: the way to the place where the stroke took up its
 // colour. Blue: light and shade of its bristles.
@@ -94,8 +96,7 @@ void main()
         gl_FragColor = daub(unit * (1.4 + 1.6 * brush));
     } else {
         vec3 stroke = IMG_THIS_PIXEL(strokes).rgb;
-        // A brush takes up a little of what it goes over, so a stroke's colour is not quite its middle's.
-        vec2 there = isf_FragNormCoord + (stroke.rg - 0.5) * unit * 23.0;
+        vec2 there = isf_FragNormCoord + (stroke.rg - 0.5) * toMiddle;
         vec3 color = IMG_NORM_PIXEL(daubs, there).rgb;
         gl_FragColor = vec4(color + (stroke.b - 0.5) * relief * (0.25 + color) * 0.6, 1.0);
     }

@@ -14,12 +14,14 @@
 }*/
 
 varying vec2 fromStone;
+flat in vec2 run;
 
 void main()
 {
     float far = length(fromStone);
-    float wave = sin(far * rings * 6.2831853 - TIME * speed * 6.0);
-    wave *= height / (1.0 + calm * 5.0 * far);
+    // Two parabolas to a wave are as smooth as a sine.
+    float within = fract(far * run.x + run.y) * 2.0 - 1.0;
+    float wave = within * (abs(within) - 1.0) * 4.0 * height / (1.0 + calm * 5.0 * far);
     // The slope bends the light outwards and inwards in turn.
     vec2 there = isf_FragNormCoord + fromStone / (far + 0.02) * (wave * 0.016);
     vec3 color = IMG_NORM_PIXEL(inputImage, there).rgb;

@@ -16,6 +16,10 @@
     ]
 }*/
 
+flat in vec2 toMiddle;
+
+#define TO_LIGHT vec2(1.2, -1.6)
+
 vec2 roll(vec2 cell)
 {
     vec3 mixed = fract(cell.xyx * vec3(0.1031, 0.1130, 0.0973));
@@ -23,8 +27,8 @@ vec2 roll(vec2 cell)
     return fract((mixed.xx + mixed.yz) * mixed.zy);
 }
 
-// Every place belongs to the nearest of scattered points. Red and green: the way to that point. Blue: how far the
-// border to the next piece is. The fourth: the piece's own brightness.
+// Every place belongs to the nearest of scattered points. Red and green: the way to that point. Blue: how much
+// glass there is, or lead at the border to the next piece. The fourth: half of how brightly light falls through.
 vec4 cut(vec2 place)
 {
     vec2 nearest = vec2(8.0);
@@ -46,27 +50,26 @@ vec4 cut(vec2 place)
         if (dot(between, between) > 0.0001)
             border = min(border, dot(0.5 * (way + nearest), normalize(between)));
     }
-    return vec4(nearest * 0.3 + 0.5, border, fract(dice.x * 7.0 + dice.y));
+    // Light falls through from behind: brighter towards the upper left of a piece, with streaks of its own.
+    vec2 way = nearest * 0.3;
+    float brightness = 1.12 + dot(way, TO_LIGHT) + (fract(dice.x * 7.0 + dice.y) - 0.5) * 0.36;
+    return vec4(way + 0.5, clamp((border - lead * 0.13) * 22.0, 0.0, 1.0), 0.5 * mix(1.0, brightness, depth));
 }
 
 void main()
 {
-    float shape = RENDERSIZE.x / RENDERSIZE.y;
     if (PASSINDEX == 0) {
-        gl_FragColor = cut(isf_FragNormCoord * vec2(shape, 1.0) * rows);
+        gl_FragColor = cut(isf_FragNormCoord * vec2(RENDERSIZE.x / RENDERSIZE.y, 1.0) * rows);
     } else if (PASSINDEX == 1) {
         gl_FragColor = IMG_THIS_PIXEL(inputImage);
     } else {
         vec4 piece = IMG_THIS_PIXEL(window);
-        vec2 middle = isf_FragNormCoord + (piece.rg - 0.5) * vec2(1.0 / shape, 1.0) / (0.3 * rows);
+        vec2 middle = isf_FragNormCoord + (piece.rg - 0.5) * toMiddle;
         vec3 color = IMG_NORM_PIXEL(soft, middle).rgb;
         float light = dot(color, vec3(0.30, 0.59, 0.11));
-        color = light + (color - light) * saturation;
-        // Light falls through from behind: brighter towards the upper left of a piece, with streaks of its own.
-        float slope = dot(piece.rg - 0.5, vec2(1.2, -1.6));
-        color *= 1.0 + depth * (slope + (piece.a - 0.5) * 0.36) + 0.12 * depth;
-        float glass = clamp((piece.b - lead * 0.13) * 22.0, 0.0, 1.0);
+        color = (light + (color - light) * saturation) * (2.0 * piece.a);
         // The lead's back catches a little light.
-        gl_FragColor = vec4(mix(vec3(0.07, 0.07, 0.08) + max(slope, 0.0) * 0.2, color, glass), 1.0);
+        float shine = max(dot(piece.rg - 0.5, TO_LIGHT), 0.0) * 0.2;
+        gl_FragColor = vec4(mix(vec3(0.07, 0.07, 0.08) + shine, color, piece.b), 1.0);
     }
 }

@@ -12,11 +12,13 @@
     ],
     "PASSES": [
         { "TARGET": "sheet", "WIDTH": "$WIDTH", "HEIGHT": "$HEIGHT", "UNCHANGING": true, "FILTER": "NEAREST" },
-        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
-        { "TARGET": "washes", "WIDTH": "$WIDTH * min(1, 180 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 180)" },
+        { "TARGET": "wet", "WIDTH": "$WIDTH * min(1, 135 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 135)" },
+        { "TARGET": "washes", "WIDTH": "$WIDTH * min(1, 135 / $HEIGHT)", "HEIGHT": "min($HEIGHT, 135)" },
         { }
     ]
 }*/
+
+flat in vec2 carried;
 
 float lightOf(vec3 color)
 {
@@ -40,13 +42,15 @@ float bumps(vec2 at)
         mix(knot(cell + vec2(0.0, 1.0)), knot(cell + vec2(1.0, 1.0)), into.x), into.y);
 }
 
-// Red and green: how far the water carries the colour. Blue: the paper's tooth. The fourth: clouds in the pigment.
+// Red and green: how far the water carries the colour. Blue: half of how much pigment gathers, in clouds and in
+// the hollows of the paper. The fourth: the hollows, 0.5 for none.
 vec4 layPaper(vec2 at)
 {
     float tooth = 0.5 * bumps(at * 210.0) + 0.3 * bumps(at * 420.0 + 7.0) + 0.2 * bumps(at * 95.0);
     float clouds = 0.6 * bumps(at * 7.0 + 3.0) + 0.4 * bumps(at * 19.0);
     vec2 drift = vec2(bumps(at * 26.0), bumps(at * 26.0 + 40.0)) * 0.7 + 0.3 * vec2(bumps(at * 70.0 + 11.0), bumps(at * 70.0 + 23.0));
-    return vec4(drift, tooth, clouds);
+    float hollow = (0.55 - tooth) * roughness;
+    return vec4(drift, 0.5 + 0.5 * (clouds - 0.5) * wash + 0.25 * hollow, hollow + 0.5);
 }
 
 vec4 soak(vec2 apart)
@@ -91,10 +95,8 @@ void main()
         gl_FragColor = spread(unit * (0.6 + 2.4 * wash));
     } else {
         vec4 ground = IMG_THIS_PIXEL(sheet);
-        vec3 absorbed = IMG_NORM_PIXEL(washes, isf_FragNormCoord + (ground.rg - 0.5) * unit * (wash * 3.0)).rgb;
-        // Pigment gathers in clouds, and in the hollows of the paper.
-        float hollow = (0.55 - ground.b) * roughness;
-        absorbed = absorbed * (1.0 + (ground.a - 0.5) * wash + 0.5 * hollow) + 0.06 * hollow;
+        vec3 absorbed = IMG_NORM_PIXEL(washes, isf_FragNormCoord + (ground.rg - 0.5) * carried).rgb;
+        absorbed = absorbed * (2.0 * ground.b) + 0.06 * (ground.a - 0.5);
         gl_FragColor = vec4(paper.rgb * (1.0 - clamp(absorbed, 0.0, 0.96)), 1.0);
     }
 }
