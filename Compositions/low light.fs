@@ -2,6 +2,7 @@
     "LABEL": "Low Light",
     "DESCRIPTION": "Lifts a dim room into the light and lets the noise settle down over time.",
     "CATEGORIES": ["Light", "Time"],
+    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image", "FILTER": "NEAREST" },
         { "NAME": "lift", "LABEL": "Lift", "TYPE": "float", "DEFAULT": 0.6, "MIN": 0.0, "MAX": 1.0 },
