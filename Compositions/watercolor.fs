@@ -2,6 +2,7 @@
     "LABEL": "Watercolour",
     "DESCRIPTION": "Pale washes that dry darker at their edges, on rough paper.",
     "CATEGORIES": ["Stylize"],
+    "KEYWORDS": ["GPU"],
     "INPUTS": [
         { "NAME": "inputImage", "TYPE": "image" },
         { "NAME": "wash", "LABEL": "Wash", "TYPE": "float", "DEFAULT": 0.55, "MIN": 0.0, "MAX": 1.0 },
