@@ -82,7 +82,37 @@ bool isUpright(const CGAffineTransform& transform)
     return transform.b == 0 && transform.c == 0 && transform.a != 0 && transform.d != 0;
 }
 
-/// A picture that is turned or slanted: as it is drawn into any bitmap. \return false when there is none
+/// Where an upright image comes to lie.
+struct Place {
+    PictureScaler::Span across, down; ///< in pixels of the target
+};
+
+/// \param buffer  the image's pixels
+Place placeOf(const CVPixelBuffer& buffer, const CGAffineTransform& transform, const CGRect& bounds, int targetHeight)
+{
+    const auto left = transform.tx - bounds.origin.x;
+    const auto bottom = targetHeight - (transform.ty - bounds.origin.y);
+    return { { left, left + transform.a * static_cast<CGFloat>(buffer.width()) },
+        { bottom - transform.d * static_cast<CGFloat>(buffer.height()), bottom } };
+}
+
+PictureScaler::Source pixelsOf(const CVPixelBuffer& buffer)
+{
+    return { buffer.baseAddress(), buffer.bytesPerRow(), static_cast<int>(buffer.width()),
+        static_cast<int>(buffer.height()) };
+}
+
+/// A buffer in another size, as it is done for the pictures that are to be made smaller over and over.
+void scale(const CVPixelBuffer& buffer, const PictureScaler::Target& target, const Place& place)
+{
+    static std::mutex lock;
+    static PictureScaler scaler;
+    const std::lock_guard guard(lock);
+    scaler.scale(pixelsOf(buffer), target, place.across, place.down);
+}
+
+/// Any other picture, or one that is turned or slanted: as it is drawn into any bitmap. \return false when there is
+/// none
 bool draw(const CIImage& image, const PictureScaler::Target& target, const CGRect& bounds)
 {
     for (int y = 0; y < target.height; ++y)
@@ -138,15 +168,9 @@ void CIContext::render_toIOSurface_bounds_colorSpace(
         draw(*image, *target, bounds);
         return;
     }
-    const auto& transform = image->transform();
-    const auto left = transform.tx - bounds.origin.x;
-    const auto bottom = target->height - (transform.ty - bounds.origin.y);
-    const PictureScaler::Span across { left, left + transform.a * static_cast<CGFloat>(buffer->width()) };
-    const PictureScaler::Span down { bottom - transform.d * static_cast<CGFloat>(buffer->height()), bottom };
+    const auto [across, down] = placeOf(*buffer, image->transform(), bounds, target->height);
     if (!usesOpenGL(*buffer, across, down))
-        mScaler.scale({ buffer->baseAddress(), buffer->bytesPerRow(), static_cast<int>(buffer->width()),
-                          static_cast<int>(buffer->height()) },
-            *target, across, down);
+        mScaler.scale(pixelsOf(*buffer), *target, across, down);
     else if (!renderWithOpenGL(*buffer, *target, across, down))
         NSLog(CFSTR("A picture could not be rendered: the graphics driver failed."));
 }
@@ -194,10 +218,13 @@ Ref<CVPixelBuffer> CIContext::createPixelBuffer(const CIImage& image)
     const auto height = static_cast<std::size_t>(std::lround(extent.size.height));
     Ref<CVPixelBuffer> result;
     CVPixelBufferCreate(kCFAllocatorDefault, width, height, kCVPixelFormatType_32BGRA, nullptr, &result);
-    if (!result
-        || !draw(image,
-            { result->baseAddress(), result->bytesPerRow(), static_cast<int>(width), static_cast<int>(height) },
-            extent))
+    if (!result)
+        return nullptr;
+    const PictureScaler::Target target { result->baseAddress(), result->bytesPerRow(), static_cast<int>(width),
+        static_cast<int>(height) };
+    if (const auto source = buffer && isUpright(image.transform()) ? pixelBufferOf(image) : nullptr)
+        scale(*source, target, placeOf(*source, image.transform(), extent, target.height));
+    else if (!draw(image, target, extent))
         return nullptr;
     return result;
 }

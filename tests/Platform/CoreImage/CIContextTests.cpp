@@ -3,6 +3,8 @@
 #include "tests/Platform/CoreImage/ReferencePicture.h"
 #include "tests/WithRequirements/StandardErrorCapture.h"
 
+#include <algorithm>
+
 namespace {
 
 using namespace ReferencePicture;
@@ -186,6 +188,48 @@ TEST_F(CIContextTest, ASlantedPictureIsDrawnToo)
     EXPECT_EQ(pixelOf(*result, 8, 8)[1], 255);
     EXPECT_EQ(pixelOf(*result, 1, 8)[1], 0);
     EXPECT_EQ(pixelOf(*result, 14, 8)[3], 0);
+}
+
+TEST_F(CIContextTest, ABufferOfAScaledImageIsWhatTheDefinitionSays)
+{
+    for (const auto& scaling : { Scaling { 1280, 720, 320, 180 }, Scaling { 640, 360, 320, 180 },
+             Scaling { 7, 9, 5, 3 }, Scaling { 8, 4, 20, 10 }, Scaling { 321, 181, 1, 1 } }) {
+        const auto source = noise(scaling.sourceWidth, scaling.sourceHeight);
+        const auto result = CIContext::createPixelBuffer(*scaledImage(*source, scaling.width, scaling.height));
+        ASSERT_EQ(boundsOf(*result), CGRectMake(0, 0, scaling.width, scaling.height)) << scaling.name();
+        EXPECT_LE(greatestError(*source, *result), 1.0) << scaling.name();
+    }
+}
+
+TEST_F(CIContextTest, ABufferOfAnImageBeginsWhereTheImageLies)
+{
+    const auto source = noise(40, 30);
+    const auto upright = CIContext::createPixelBuffer(*scaledImage(*source, 10, 10));
+    // Turned round, so that it lies left of and below the origin, and moved.
+    const auto result = CIContext::createPixelBuffer(
+        *CIImage::imageWithCVImageBuffer(source)
+             ->imageByApplyingTransform(CGAffineTransformMakeScale(-10.0 / 40, -10.0 / 30))
+             ->imageByApplyingTransform(CGAffineTransformMakeTranslation(-7, 5)));
+    ASSERT_EQ(boundsOf(*result), CGRectMake(0, 0, 10, 10));
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < 10; ++x)
+            for (int part = 0; part < 4; ++part)
+                ASSERT_NEAR(pixelOf(*result, x, y)[part], pixelOf(*upright, 9 - x, 9 - y)[part], 1) << x << "," << y;
+}
+
+TEST_F(CIContextTest, ABufferOfASmallerImageHasBlueFirstEvenIfTheImageHasAlphaFirst)
+{
+    Ref<CVPixelBuffer> source;
+    ASSERT_EQ(
+        CVPixelBufferCreate(kCFAllocatorDefault, 8, 8, kCVPixelFormatType_32ARGB, nullptr, &source), kCVReturnSuccess);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x)
+            std::ranges::copy(std::array<std::uint8_t, 4> { 255, 200, 100, 50 }, pixelOf(*source, x, y));
+    const auto result = CIContext::createPixelBuffer(*scaledImage(*source, 2, 2));
+    EXPECT_EQ(result->pixelFormat(), kCVPixelFormatType_32BGRA);
+    for (const int x : { 0, 1 })
+        for (const auto& [part, value] : { std::pair { 0, 50 }, { 1, 100 }, { 2, 200 }, { 3, 255 } })
+            EXPECT_EQ(pixelOf(*result, x, 1)[part], value);
 }
 
 TEST_F(CIContextTest, APartOfTheImageFillsTheBottomLeftCorner)
