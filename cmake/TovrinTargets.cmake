@@ -83,6 +83,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     target_precompile_headers(TovrinTestHeaders PRIVATE ${CMAKE_SOURCE_DIR}/tests/TestHeaders.h)
 endif()
 
+add_library(TovrinTestEnd OBJECT ${CMAKE_SOURCE_DIR}/tests/EndInOrder.cpp)
+target_link_libraries(TovrinTestEnd PRIVATE TovrinTestOptions GTest::gtest)
+
 # tovrin_test(Name SOURCES ... LINK ... [LABELS ...] [UNTHREADED ...]): one program of GoogleTest cases, each case known
 # to CTest. Give it the label "headless" when it needs neither a display nor a session of its own: those also run under the
 # sanitizers, and a build with a sanitizer knows no other tests. Its target "headless-tests" builds them all.
@@ -94,7 +97,7 @@ set(TOVRIN_SANITIZER_SETTINGS ${CMAKE_SOURCE_DIR}/tests/sanitizers/SanitizerSett
 function(tovrin_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK;LABELS;UNTHREADED" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE TovrinTestOptions ${arg_LINK} GTest::gmock GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE TovrinTestOptions ${arg_LINK} TovrinTestEnd GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     if("headless" IN_LIST arg_LABELS AND NOT (TOVRIN_SANITIZE STREQUAL thread AND "*" IN_LIST arg_UNTHREADED))
         add_dependencies(headless-tests ${name})
@@ -125,7 +128,7 @@ endfunction()
 function(tovrin_session_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK;SESSION;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE TovrinTestOptions ${arg_LINK} GTest::gmock GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE TovrinTestOptions ${arg_LINK} TovrinTestEnd GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     if(TOVRIN_SANITIZE)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
